@@ -1,0 +1,101 @@
+// The clone driver: reconciles a composite (the photo with a piece drawn at
+// its new place) with the photo over a shallow pyramid. The moved piece keeps
+// its seeded vectors at the two coarsest levels and is free below.
+
+#include "mypatchmatch.h"
+
+#include <opencv2/imgproc.hpp>
+
+void MyPatchMatch::synthesizeClone(cv::Mat &image, const cv::Mat &composite)
+{
+    cv::Mat field(image.size(), CV_16SC3, cv::Scalar::all(0));
+    cv::Mat cost;
+    m_patchRadius = 2;
+
+    cv::Mat levelImages[kLevelSlots + 1];
+    cv::Mat levelMasks[kLevelSlots + 1];
+
+    cv::Mat workingImage = image.clone();
+    levelImages[0] = workingImage.clone();
+    levelMasks[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
+    initFieldClone(field, levelMasks[0]);
+    cv::Mat result = composite.clone();
+    m_maxLevels = 4;
+
+    // Clone pyramid: pyrDown sizes (rounded up); the marked area dilates
+    // through halveFieldMasked and never vanishes.
+    int L = 0;
+    if (workingImage.rows > 2 && workingImage.cols > 2) {
+        for (int l = 0;; ++l) {
+            if (countMasked(levelMasks[l]) == 0) {
+                L = l - 1;
+                break;
+            }
+            L = l + 1;
+            cv::Mat down;
+            cv::pyrDown(workingImage, down, cv::Size(), cv::BORDER_DEFAULT);
+            workingImage = down;
+            cv::pyrDown(result, down, cv::Size(), cv::BORDER_DEFAULT);
+            result = down;
+            cv::Mat halfField;
+            halveFieldMasked(halfField, field, levelMasks[l], levelMasks[l + 1]);
+            field = halfField;
+            levelImages[l + 1] = workingImage.clone();
+            if (workingImage.rows <= 2 || workingImage.cols <= 2)
+                break;
+            if (L >= m_maxLevels)
+                break;
+        }
+        // Only the two coarsest levels keep the target area frozen.
+        for (int l = 0; l <= L - 2; ++l)
+            levelMasks[l].setTo(cv::Scalar::all(0));
+    }
+
+    if (cancelled())
+        return;
+    if (L > 0) {
+        if (cancelled())
+            return;
+        for (int i = L; i >= 1; --i) {
+            if (i != L && cancelled())
+                return;
+            workingImage = levelImages[i].clone();
+            cv::Mat mask = levelMasks[i].clone();
+            const cv::Mat frozenMask = mask.clone();
+            mask.setTo(cv::Scalar::all(0));
+
+            if (i == L) {
+                recomputeCost(workingImage, result, mask, field, cost);
+            } else {
+                cv::Mat newField(workingImage.size(), CV_16SC3);
+                doubleFieldOffsets(field, newField);
+                recomputeCost(workingImage, result, mask, newField, cost);
+                field = newField;
+            }
+
+            for (int it = 1; it <= 2; ++it) {
+                for (int pass = 0; pass < 2; ++pass) {
+                    if (cancelled())
+                        return;
+                    sweepRowsForward(field, workingImage, result, mask, cost, frozenMask);
+                    sweepRowsBackward(field, workingImage, result, mask, cost, frozenMask);
+                }
+                cv::Mat voteSource, candidate;
+                bool upscale = false;
+                if (it == 1) {
+                    voteSource = levelImages[i];
+                    candidate = result.clone();
+                } else {
+                    voteSource = levelImages[i - 1];
+                    cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
+                    mask = levelMasks[i - 1];
+                    upscale = true;
+                }
+                voteImage(voteSource, candidate, field, mask, upscale, cost);
+                result = candidate;
+            }
+            emit sendWorkProcess(i);
+        }
+    }
+    result.copyTo(image);
+}

@@ -1,0 +1,124 @@
+// The two erase drivers: build the hole-aware pyramid, then walk it coarse to
+// fine, alternating sweeps of the field with votes. The last vote of each
+// level runs at the next finer size, so the vote also does the step up.
+
+#include "mypatchmatch.h"
+
+#include <QDebug>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+
+void MyPatchMatch::synthesizeErase(const cv::Mat &image, cv::Mat &out)
+{
+    runErase(image, out, nullptr);
+}
+
+void MyPatchMatch::synthesizeDonorErase(const cv::Mat &image, cv::Mat &out,
+                                        const unsigned char *holeMap)
+{
+    runErase(image, out, holeMap);
+}
+
+void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned char *holeMap)
+{
+    const bool donor = (holeMap != nullptr);
+    const int64 start = donor ? 0 : cv::getTickCount();
+
+    cv::Mat field(image.size(), CV_16SC3, cv::Scalar::all(0));
+    cv::Mat cost;
+    m_patchRadius = 2;
+
+    cv::Mat levelImages[kLevelSlots + 1];
+    cv::Mat levelMasks[kLevelSlots + 1];
+    cv::Mat levelDonors[kLevelSlots + 1];
+
+    cv::Mat workingImage = image.clone();
+    levelImages[0] = workingImage.clone();
+    levelMasks[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
+    if (donor)
+        levelDonors[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
+
+    const int rows = image.rows, cols = image.cols;
+    const unsigned char *eraseMap = m_eraseMap;
+    const unsigned char *donorMap = m_donorMap;
+#pragma omp parallel for schedule(static)
+    for (int r = 0; r < rows; ++r) {
+        uchar *m = levelMasks[0].ptr<uchar>(r);
+        uchar *d = donor ? levelDonors[0].ptr<uchar>(r) : nullptr;
+        const size_t base = size_t(r) * cols;
+        for (int c = 0; c < cols; ++c) {
+            const bool hole = donor ? holeMap[base + c] >= 1 : (eraseMap && eraseMap[base + c] > 0);
+            m[3 * c] = hole ? 255 : 0;
+            if (d)
+                d[3 * c] = (donorMap && donorMap[base + c] > 0) ? 255 : 0;
+        }
+    }
+
+    if (cancelled())
+        return;
+    int L = 0;
+    buildErasePyramid(workingImage, levelImages, levelMasks, donor ? levelDonors : nullptr, L);
+    if (cancelled())
+        return;
+
+    cv::Mat result = levelImages[L].clone();
+    if (L > 0) {
+        if (cancelled())
+            return;
+        for (int i = L; i >= 1; --i) {
+            if (i != L && cancelled())
+                return;
+
+            workingImage = levelImages[i].clone();
+            cv::Mat mask = levelMasks[i].clone();
+            if (donor) {
+                m_donorLevelMask = levelDonors[i].clone();
+                updateDonorBox();
+            }
+
+            if (i == L) {
+                initFieldRandom(workingImage, result, mask, field, cost);
+            } else {
+                cv::Mat newField(workingImage.size(), CV_16SC3);
+                initFieldUpscaled(workingImage, result, mask, field, newField, cost);
+                field = newField;
+            }
+
+            // Coarse levels are cheap and get the most iterations.
+            const int levelIterations = std::max(2 * i, donor ? 3 : 6);
+            const int sweepCount = std::max(i, donor ? 3 : 4);
+            for (int it = 1; it <= levelIterations; ++it) {
+                if (cancelled())
+                    return;
+                sweepField(field, workingImage, result, mask, cost, sweepCount);
+
+                cv::Mat candidate;
+                bool upscale = false;
+                const cv::Mat *voteSource = &levelImages[i];
+                if (it < levelIterations) {
+                    candidate = result.clone();
+                } else {
+                    voteSource = &levelImages[i - 1];
+                    cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
+                    mask = levelMasks[i - 1];
+                    upscale = true;
+                }
+                voteImage(*voteSource, candidate, field, mask, upscale, cost);
+                result = candidate;
+                if (!donor)
+                    emit sendWorkProcess(i);
+            }
+            if (donor)
+                emit sendWorkProcess(i);
+        }
+    }
+
+    if (!donor)
+        qDebug() << field.rows << field.cols << result.rows << result.cols;
+    result.copyTo(out);
+    if (!donor) {
+        const double ms = double(cv::getTickCount() - start) * 1000.0 / cv::getTickFrequency();
+        qDebug() << "execution time 0000==" << ms << " ms";
+    }
+}

@@ -1,0 +1,139 @@
+#include "mypatchmatch.h"
+#include "enginecells.h"
+
+#include <QDebug>
+
+#include <chrono>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace engine {
+
+uint64_t nextThreadSeed()
+{
+    static std::atomic<uint64_t> counter{
+        static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count())};
+    // splitmix64 of a per-thread ticket: distinct, well-mixed, never zero.
+    uint64_t z = counter.fetch_add(0x9E3779B97F4A7C15ULL, std::memory_order_relaxed);
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
+    z ^= z >> 31;
+    return z ? z : 0x2545F4914F6CDD1DULL;
+}
+
+} // namespace engine
+
+MyPatchMatch::MyPatchMatch()
+    : QObject(nullptr)
+{
+    buildSimilarity();
+}
+
+MyPatchMatch::~MyPatchMatch()
+{
+    delete[] m_similarity;
+    delete[] m_cloneMap;
+    delete[] m_eraseMap;
+    delete[] m_donorMap;
+}
+
+void MyPatchMatch::receiveCancelStatus()
+{
+    qDebug() << "receiveCancelStatus。。";
+    m_cancel.store(true, std::memory_order_relaxed);
+}
+
+void MyPatchMatch::allocCloneMap(int size, bool reallocate)
+{
+    size = std::max(size, 0);
+    if (reallocate) {
+        delete[] m_cloneMap;
+        m_cloneMap = new unsigned char[size > 0 ? size : 1];
+    }
+    if (m_cloneMap)
+        std::memset(m_cloneMap, 0, size);
+}
+
+void MyPatchMatch::allocEraseMaps(int size, bool reallocate)
+{
+    size = std::max(size, 0);
+    if (reallocate) {
+        delete[] m_eraseMap;
+        delete[] m_donorMap;
+        m_eraseMap = new unsigned char[size > 0 ? size : 1];
+        m_donorMap = new unsigned char[size > 0 ? size : 1];
+    }
+    if (m_eraseMap)
+        std::memset(m_eraseMap, 0, size);
+    if (m_donorMap)
+        std::memset(m_donorMap, 0, size);
+}
+
+void MyPatchMatch::growEraseMap(int rows, int cols)
+{
+    // With the radius at 0 this is the identity; it stays in the pipeline so
+    // that a wider growth is one constant away.
+    if (!m_eraseMap || rows <= 0 || cols <= 0)
+        return;
+    const int r = m_growRadius;
+    std::vector<unsigned char> snapshot(m_eraseMap, m_eraseMap + size_t(rows) * cols);
+    for (int y = 0; y < rows; ++y) {
+        const unsigned char *srow = snapshot.data() + size_t(y) * cols;
+        for (int x = 0; x < cols; ++x) {
+            if (srow[x] != 1)
+                continue;
+            for (int yy = std::max(0, y - r); yy <= std::min(rows - 1, y + r); ++yy)
+                for (int xx = std::max(0, x - r); xx <= std::min(cols - 1, x + r); ++xx)
+                    m_eraseMap[size_t(yy) * cols + xx] = 1;
+        }
+    }
+}
+
+bool MyPatchMatch::stampSelection(const cv::Mat &selection, int channel, unsigned char *target)
+{
+    if (selection.empty() || !target || channel >= selection.channels())
+        return false;
+    const int rows = selection.rows;
+    const int cols = selection.cols;
+    const int cn = selection.channels();
+    const int r = m_dilateRadius;
+    bool stamped = false;
+    for (int y = 0; y < rows; ++y) {
+        const uchar *row = selection.ptr<uchar>(y);
+        for (int x = 0; x < cols; ++x) {
+            if (row[x * cn + channel] <= 254)
+                continue;
+            m_rows = rows;
+            m_cols = cols;
+            stamped = true;
+            // Strict disc test: with r = 2 this is the 3 x 3 square.
+            for (int dy = -r; dy <= r; ++dy) {
+                const int yy = y + dy;
+                if (yy < 0 || yy >= rows)
+                    continue;
+                for (int dx = -r; dx <= r; ++dx) {
+                    const int xx = x + dx;
+                    if (xx < 0 || xx >= cols || dx * dx + dy * dy >= r * r)
+                        continue;
+                    target[size_t(yy) * cols + xx] = 1;
+                }
+            }
+        }
+    }
+    return stamped;
+}
+
+void MyPatchMatch::buildSimilarity()
+{
+    // Weight of a vote by its patch cost: flat near 1 for good matches,
+    // 0.5 at a tenth of full scale, practically 0 from a quarter on. The
+    // coefficient makes the formula's value at 0 equal 0.999, the constant
+    // stored there.
+    if (!m_similarity)
+        m_similarity = new double[65536];
+    const double coefficient = 34.53377389324276;
+    m_similarity[0] = 0.999;
+    for (int i = 1; i < 65536; ++i)
+        m_similarity[i] = 0.5 - 0.5 * std::tanh((i / 65536.0 - 0.1) * coefficient);
+}

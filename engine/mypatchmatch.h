@@ -1,0 +1,138 @@
+#ifndef MERVANE_MYPATCHMATCH_H
+#define MERVANE_MYPATCHMATCH_H
+
+#include <QObject>
+#include <opencv2/core.hpp>
+
+#include <atomic>
+#include <cstdint>
+
+// The synthesis engine: patch-match kernels and the multi-scale drivers that
+// fill a hole (with or without a donor area) or settle a moved piece into a
+// photo. One object per photo, owned by its ThreadFromQThread and run on that
+// thread. Not a thread itself.
+//
+// Image conventions: colour images CV_8UC3 (B, G, R); selection images four
+// 8-bit channels (red selects at channel 2 > 254, green at channel 1 > 254);
+// level masks CV_8UC3, channel 0 == 255 marks a pixel; byte maps are
+// rows x cols bytes, row-major, a positive byte marks a pixel.
+//
+// The nearest-neighbour field is CV_16SC3 of absolute (x, y, 0) source
+// positions and the cost map CV_16SC1, both read as unsigned 16-bit. The
+// sweeps share them between threads on purpose; every load and store of
+// their cells goes through relaxed atomics, so the races are benign.
+class MyPatchMatch : public QObject
+{
+    Q_OBJECT
+
+public:
+    MyPatchMatch();
+    ~MyPatchMatch() override;
+
+    MyPatchMatch(const MyPatchMatch &) = delete;
+    MyPatchMatch &operator=(const MyPatchMatch &) = delete;
+
+    // --- Byte maps -------------------------------------------------------
+    void allocCloneMap(int size, bool reallocate);
+    void allocEraseMaps(int size, bool reallocate);
+    void growEraseMap(int rows, int cols);
+    // Stamps every pixel of `selection` whose `channel` is above 254 into
+    // `target` as the 3 x 3 disc of radius m_dilateRadius (strict test), and
+    // sets m_rows / m_cols. Returns whether anything was stamped.
+    bool stampSelection(const cv::Mat &selection, int channel, unsigned char *target);
+
+    // --- Weights ---------------------------------------------------------
+    void buildSimilarity();
+
+    // --- Patch distance --------------------------------------------------
+    // 0 (identical) .. 65535 (nothing comparable).
+    unsigned int patchDistance(const cv::Mat &target, int targetRow, int targetCol,
+                               const cv::Mat &source, int sourceRow, int sourceCol,
+                               const cv::Mat &mask) const;
+
+    // --- Field set-up ----------------------------------------------------
+    void initFieldRandom(const cv::Mat &source, const cv::Mat &target, const cv::Mat &mask,
+                         cv::Mat &field, cv::Mat &cost);
+    void initFieldUpscaled(const cv::Mat &source, const cv::Mat &target, const cv::Mat &mask,
+                           const cv::Mat &oldField, cv::Mat &newField, cv::Mat &cost);
+    void recomputeCost(const cv::Mat &source, const cv::Mat &target, const cv::Mat &mask,
+                       const cv::Mat &field, cv::Mat &cost);
+    void recomputeCost(const cv::Mat &source, const cv::Mat &target, const cv::Mat &mask,
+                       const cv::Mat &unused, const cv::Mat &field, cv::Mat &cost);
+    void initFieldClone(cv::Mat &field, cv::Mat &flags);
+    void halveField(cv::Mat &out, const cv::Mat &old);
+    void halveFieldMasked(cv::Mat &out, const cv::Mat &old, const cv::Mat &oldMask,
+                          cv::Mat &outMask);
+    void doubleFieldOffsets(const cv::Mat &old, cv::Mat &newField);
+    void updateDonorBox();
+    // x min, y min, width, height of m_cloneMap's content (sizes are
+    // differences, one short of the pixel extent).
+    cv::Rect cloneMapBox();
+
+    // --- Propagation and random search -----------------------------------
+    void improveMatch(const cv::Mat &source, const cv::Mat &target, cv::Mat &field,
+                      const cv::Mat &mask, int y, int x, bool forward, cv::Mat &cost);
+    void sweepField(cv::Mat &field, const cv::Mat &source, const cv::Mat &target,
+                    const cv::Mat &mask, cv::Mat &cost, int sweepCount);
+    void sweepRowsForward(cv::Mat &field, const cv::Mat &source, const cv::Mat &target,
+                          const cv::Mat &mask, cv::Mat &cost, const cv::Mat &frozenMask);
+    void sweepRowsBackward(cv::Mat &field, const cv::Mat &source, const cv::Mat &target,
+                           const cv::Mat &mask, cv::Mat &cost, const cv::Mat &frozenMask);
+
+    // --- Voting and pyramid ----------------------------------------------
+    void voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                   const cv::Mat &mask, bool upscale, const cv::Mat &cost);
+    int countMasked(const cv::Mat &mask);
+    void halveImageMasked(cv::Mat &image, const cv::Mat &mask, cv::Mat &halfMask);
+
+    // --- Drivers -----------------------------------------------------------
+    void synthesizeErase(const cv::Mat &image, cv::Mat &out);
+    void synthesizeDonorErase(const cv::Mat &image, cv::Mat &out, const unsigned char *holeMap);
+    void synthesizeClone(cv::Mat &image, const cv::Mat &composite);
+
+    // Pyramid depth limit of the erase pyramid.
+    static constexpr int kLevelSlots = 20;
+
+    // --- State, in declared order ------------------------------------------
+    // Written by the interface thread (receiveCancelStatus), read by the
+    // worker between steps; an atomic byte, so a late read only delays.
+    std::atomic<bool> m_cancel{false};
+    bool m_voteAll = false;
+    int32_t m_maxLevels = 3;
+    int32_t m_rows = 0;
+    int32_t m_cols = 0;
+    int32_t m_cloneOffsetX = 0;
+    int32_t m_cloneOffsetY = 0;
+    unsigned char *m_cloneMap = nullptr;
+    cv::Mat m_donorLevelMask;
+    double *m_similarity = nullptr;
+    int32_t m_dilateRadius = 2;
+    int32_t m_patchRadius = 2;
+    int32_t m_donorBoxRowMax = 0;
+    int32_t m_donorBoxRowMin = 0;
+    int32_t m_donorBoxColMin = 0;
+    int32_t m_donorBoxColMax = 0;
+    int32_t m_growRadius = 0;
+    int32_t m_eraseMode = 0;
+    unsigned char *m_donorMap = nullptr;
+    unsigned char *m_eraseMap = nullptr;
+    int32_t m_runEnabled = 1;
+
+signals:
+    // The pyramid level being worked, counting down to 1.
+    void sendWorkProcess(long sum);
+    void sendFinish();
+
+public slots:
+    void receiveCancelStatus();
+
+private:
+    bool cancelled() const { return m_cancel.load(std::memory_order_relaxed); }
+    // The walk shared by both erase drivers; a null holeMap means a plain
+    // erase (hole from m_eraseMap), otherwise a donor-guided one.
+    void runErase(const cv::Mat &image, cv::Mat &out, const unsigned char *holeMap);
+    void buildErasePyramid(cv::Mat &workingImage, cv::Mat *levelImages, cv::Mat *levelMasks,
+                           cv::Mat *levelDonors, int &levels);
+};
+
+#endif // MERVANE_MYPATCHMATCH_H

@@ -1,0 +1,197 @@
+#include "threadfromqthread.h"
+
+#include <QDebug>
+#include <opencv2/photo.hpp>
+
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <new>
+
+ThreadFromQThread::ThreadFromQThread(QObject *parent)
+    : QThread(parent)
+{
+    m_runCount = 20;
+    connect(&m_patchMatch, &MyPatchMatch::sendWorkProcess, this, &ThreadFromQThread::receiveProcess);
+    connect(&m_patchMatch, &MyPatchMatch::sendFinish, this, &ThreadFromQThread::receiveFinish);
+    connect(this, &ThreadFromQThread::sendCancelstatus, &m_patchMatch,
+            &MyPatchMatch::receiveCancelStatus);
+}
+
+// Does not wait for the thread: the interface must not destroy a running
+// thread, and the modal progress dialog keeps that from happening.
+ThreadFromQThread::~ThreadFromQThread() = default;
+
+void ThreadFromQThread::setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB,
+                                    const cv::Mat &red, const cv::Mat &green, bool useDonor,
+                                    int jobType)
+{
+    m_sourceImage = imageA.clone();
+    m_workImage = imageB;
+    m_redImage = red;
+    m_greenImage = green;
+    m_useDonor = useDonor;
+    m_jobType = jobType;
+}
+
+void ThreadFromQThread::setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, int jobType,
+                                    int offsetX, int offsetY, const cv::Mat &red)
+{
+    m_workImage = image;
+    m_sourceImage = image;
+    m_cloneImage = cloneImage;
+    m_jobType = jobType;
+    m_offsetX = offsetX;
+    m_offsetY = offsetY;
+    m_redImage = red;
+}
+
+void ThreadFromQThread::setSeamlessJob(const cv::Mat &source, const cv::Mat &destination,
+                                       cv::Point point, const cv::Mat &mask)
+{
+    m_cloneImage = source;
+    m_workImage = destination;
+    m_clonePoint = point;
+    m_redImage = mask;
+}
+
+void ThreadFromQThread::setJobType(int jobType)
+{
+    m_jobType = jobType;
+}
+
+void ThreadFromQThread::cancelWork()
+{
+    emit sendCancelstatus();
+}
+
+void ThreadFromQThread::run()
+{
+    // A cancel raised before this point is lost on purpose: each run starts
+    // afresh.
+    m_patchMatch.m_cancel.store(false, std::memory_order_relaxed);
+    m_patchMatch.m_runEnabled = 1;
+    // An OpenCV error (a seamless paste placed off the image, an allocation
+    // that fails) must not take the program down: the job then ends as if
+    // cancelled and the photo restores its image.
+    try {
+        runJob();
+    } catch (const cv::Exception &e) {
+        qWarning() << "engine job failed:" << e.what();
+    } catch (const std::bad_alloc &) {
+        qWarning() << "engine job failed: out of memory";
+    }
+    emit finished_thread();
+    qDebug() << "run .............................end";
+}
+
+void ThreadFromQThread::runJob()
+{
+    MyPatchMatch &pm = m_patchMatch;
+
+    // Byte maps are indexed with 32-bit sizes; a job that large is refused.
+    if (int64_t(m_workImage.rows) * m_workImage.cols > int64_t(INT_MAX))
+        return;
+
+    if (m_jobType == 1) {
+        const int rows = m_workImage.rows, cols = m_workImage.cols;
+        const int size = rows * cols;
+        pm.allocEraseMaps(size, true);
+        pm.m_voteAll = m_useDonor;
+
+        if (!m_useDonor) {
+            if (m_redImage.rows == 0)
+                return;
+            if (!pm.stampSelection(m_redImage, 2, pm.m_eraseMap))
+                return;
+            pm.m_eraseMode = 1;
+            pm.growEraseMap(rows, cols);
+            // The hole is black from here on, and stays black if the run is
+            // cancelled.
+            for (int y = 0; y < rows; ++y) {
+                uchar *p = m_workImage.ptr<uchar>(y);
+                const unsigned char *e = pm.m_eraseMap + size_t(y) * cols;
+                for (int x = 0; x < cols; ++x)
+                    if (e[x] > 0)
+                        p[3 * x] = p[3 * x + 1] = p[3 * x + 2] = 0;
+            }
+            cv::Mat inputCopy = m_workImage.clone();
+            cv::Mat outputHeader = m_workImage;
+            if (pm.m_runEnabled == 1)
+                pm.synthesizeErase(inputCopy, outputHeader);
+            pm.allocEraseMaps(size, false);
+            pm.m_eraseMode = 0;
+        } else {
+            pm.m_eraseMode = 2;
+            pm.stampSelection(m_greenImage, 1, pm.m_donorMap);
+            if (m_redImage.rows == 0)
+                return;
+            bool red = pm.stampSelection(m_redImage, 2, pm.m_eraseMap);
+            pm.stampSelection(m_redImage, 2, pm.m_donorMap);
+            if (!red)
+                return;
+            std::unique_ptr<unsigned char[]> holeMap(new unsigned char[size > 0 ? size : 1]);
+            pm.growEraseMap(rows, cols);
+            // Red over green belongs to the hole only.
+            for (int i = 0; i < size; ++i) {
+                if (pm.m_eraseMap[i] == 1 && pm.m_donorMap[i] == 1) {
+                    holeMap[i] = 1;
+                    pm.m_eraseMap[i] = 0;
+                    pm.m_donorMap[i] = 0;
+                } else {
+                    holeMap[i] = 0;
+                }
+            }
+            // m_eraseMap is empty now, so nothing is blacked out: in a donor
+            // erase the hole keeps its colours and the masks alone keep them
+            // from being used.
+            for (int y = 0; y < rows; ++y) {
+                uchar *p = m_workImage.ptr<uchar>(y);
+                const unsigned char *e = pm.m_eraseMap + size_t(y) * cols;
+                for (int x = 0; x < cols; ++x)
+                    if (e[x] > 0)
+                        p[3 * x] = p[3 * x + 1] = p[3 * x + 2] = 0;
+            }
+            cv::Mat inputCopy = m_workImage.clone();
+            cv::Mat outputHeader = m_workImage;
+            if (pm.m_runEnabled == 1)
+                pm.synthesizeDonorErase(inputCopy, outputHeader, holeMap.get());
+            std::memset(pm.m_donorMap, 0, size_t(size));
+            pm.m_eraseMode = 0;
+        }
+    } else if (m_jobType == 2) {
+        const int rows = m_workImage.rows, cols = m_workImage.cols;
+        pm.allocCloneMap(rows * cols, true);
+        pm.m_voteAll = true;
+        pm.m_cloneOffsetX = m_offsetX;
+        pm.m_cloneOffsetY = m_offsetY;
+        if (m_redImage.rows == 0)
+            return;
+        if (!pm.stampSelection(m_redImage, 2, pm.m_cloneMap))
+            return;
+        cv::Mat composite = m_cloneImage;
+        if (pm.m_runEnabled == 1)
+            pm.synthesizeClone(m_workImage, composite);
+    } else if (m_jobType == 3) {
+        cv::seamlessClone(m_cloneImage, m_workImage, m_redImage, m_clonePoint, m_workImage,
+                          cv::NORMAL_CLONE);
+    } else {
+        return;
+    }
+
+    m_resultImage = m_workImage;
+}
+
+void ThreadFromQThread::receiveWorkImg(cv::Mat mask)
+{
+    m_workImg = mask;
+}
+
+void ThreadFromQThread::receiveProcess(long sum)
+{
+    emit progressSum(sum);
+}
+
+void ThreadFromQThread::receiveFinish()
+{
+}

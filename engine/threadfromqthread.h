@@ -1,0 +1,76 @@
+#ifndef MERVANE_THREADFROMQTHREAD_H
+#define MERVANE_THREADFROMQTHREAD_H
+
+#include <QThread>
+#include <opencv2/core.hpp>
+
+#include <cstdint>
+
+#include "mypatchmatch.h"
+
+// The worker thread of one photo. It owns the job record and the engine; the
+// photo fills the record through the setters, starts the thread, and reads
+// the result back after finished_thread. Both this object and its engine
+// live on the interface thread while run() executes on the worker, so the
+// engine's progress and the end of the job arrive queued at the photo, and a
+// cancel reaches the engine directly.
+class ThreadFromQThread : public QThread
+{
+    Q_OBJECT
+
+public:
+    explicit ThreadFromQThread(QObject *parent = nullptr);
+    ~ThreadFromQThread() override;
+
+    // Job setters. Mats are taken by header (shared pixels) unless noted.
+    // imageA is deep-copied into m_sourceImage; imageB becomes m_workImage,
+    // the image the job writes into.
+    void setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB, const cv::Mat &red,
+                     const cv::Mat &green, bool useDonor, int jobType);
+    void setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, int jobType,
+                     int offsetX, int offsetY, const cv::Mat &red);
+    // Does not set the job type: call setJobType(3) after it.
+    void setSeamlessJob(const cv::Mat &source, const cv::Mat &destination, cv::Point point,
+                        const cv::Mat &mask);
+    void setJobType(int jobType);
+
+    // Asks the engine to stop at its next check (emits sendCancelstatus).
+    void cancelWork();
+
+    // One job: clears the cancel flag, runs runJob(), emits finished_thread.
+    // Public so that a job can also be run synchronously on the calling
+    // thread (command-line tool, tests); the window uses start().
+    void run() override;
+    // The body of one job: stamps the selections into byte maps and calls
+    // the driver that the job type asks for.
+    void runJob();
+
+    // --- Job record, in declared order ---------------------------------------
+    int32_t m_runCount = 20;
+    cv::Mat m_sourceImage;
+    cv::Mat m_workImage;
+    cv::Mat m_redImage;
+    cv::Mat m_greenImage;
+    cv::Mat m_cloneImage;
+    int32_t m_jobType = 0;
+    int32_t m_offsetX = 0;
+    int32_t m_offsetY = 0;
+    cv::Point m_clonePoint;
+    cv::Mat m_resultImage;
+    cv::Mat m_workImg;
+    bool m_useDonor = false;
+    MyPatchMatch m_patchMatch;
+
+signals:
+    void progress(cv::Mat mask);
+    void progressSum(long sum);
+    void sendCancelstatus();
+    void finished_thread();
+
+public slots:
+    void receiveWorkImg(cv::Mat mask);
+    void receiveProcess(long sum);
+    void receiveFinish();
+};
+
+#endif // MERVANE_THREADFROMQTHREAD_H
