@@ -60,7 +60,10 @@ int trimmedMean(const uchar *value, const double *weight, int n, double wsum, uc
         if (running > upper)
             break;
     }
-    return denominator > 0.0 ? int(numerator / denominator) : -1;
+    // The tolerance keeps rounding error from truncating a whole value to the
+    // one below it: a single bin of value v must vote v, and v * h / h may
+    // come out a hair under v in floating point.
+    return denominator > 0.0 ? int(numerator / denominator + 1e-9) : -1;
 }
 
 } // namespace
