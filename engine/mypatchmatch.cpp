@@ -124,6 +124,20 @@ bool MyPatchMatch::stampSelection(const cv::Mat &selection, int channel, unsigne
     return stamped;
 }
 
+void MyPatchMatch::splitHoleFromDonor(unsigned char *holeMap, int size)
+{
+    // Red over green belongs to the hole only.
+    for (int i = 0; i < size; ++i) {
+        if (m_eraseMap[i] == 1 && m_donorMap[i] == 1) {
+            holeMap[i] = 1;
+            m_eraseMap[i] = 0;
+            m_donorMap[i] = 0;
+        } else {
+            holeMap[i] = 0;
+        }
+    }
+}
+
 void MyPatchMatch::buildSimilarity()
 {
     // Weight of a vote by its patch cost: flat near 1 for good matches,

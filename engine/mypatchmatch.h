@@ -40,6 +40,10 @@ public:
     // `target` as the 3 x 3 disc of radius m_dilateRadius (strict test), and
     // sets m_rows / m_cols. Returns whether anything was stamped.
     bool stampSelection(const cv::Mat &selection, int channel, unsigned char *target);
+    // Donor erase: pixels stamped both in m_eraseMap and m_donorMap become
+    // the hole (holeMap = 1) and leave both maps; everything else gets 0 in
+    // holeMap. Afterwards m_donorMap is the green that red did not cover.
+    void splitHoleFromDonor(unsigned char *holeMap, int size);
 
     // --- Weights ---------------------------------------------------------
     void buildSimilarity();
@@ -84,6 +88,11 @@ public:
                    const cv::Mat &mask, bool upscale, const cv::Mat &cost);
     int countMasked(const cv::Mat &mask);
     void halveImageMasked(cv::Mat &image, const cv::Mat &mask, cv::Mat &halfMask);
+    // The erase pyramid: arrays of kLevelSlots + 1 Mats, level 0 (and the
+    // donor's level 0 when levelDonors is not null) filled by the caller.
+    // `levels` receives L, the number of halvings.
+    void buildErasePyramid(cv::Mat &workingImage, cv::Mat *levelImages, cv::Mat *levelMasks,
+                           cv::Mat *levelDonors, int &levels);
 
     // --- Drivers -----------------------------------------------------------
     void synthesizeErase(const cv::Mat &image, cv::Mat &out);
@@ -131,8 +140,6 @@ private:
     // The walk shared by both erase drivers; a null holeMap means a plain
     // erase (hole from m_eraseMap), otherwise a donor-guided one.
     void runErase(const cv::Mat &image, cv::Mat &out, const unsigned char *holeMap);
-    void buildErasePyramid(cv::Mat &workingImage, cv::Mat *levelImages, cv::Mat *levelMasks,
-                           cv::Mat *levelDonors, int &levels);
 };
 
 #endif // MERVANE_MYPATCHMATCH_H

@@ -132,16 +132,7 @@ void ThreadFromQThread::runJob()
                 return;
             std::unique_ptr<unsigned char[]> holeMap(new unsigned char[size > 0 ? size : 1]);
             pm.growEraseMap(rows, cols);
-            // Red over green belongs to the hole only.
-            for (int i = 0; i < size; ++i) {
-                if (pm.m_eraseMap[i] == 1 && pm.m_donorMap[i] == 1) {
-                    holeMap[i] = 1;
-                    pm.m_eraseMap[i] = 0;
-                    pm.m_donorMap[i] = 0;
-                } else {
-                    holeMap[i] = 0;
-                }
-            }
+            pm.splitHoleFromDonor(holeMap.get(), size);
             // m_eraseMap is empty now, so nothing is blacked out: in a donor
             // erase the hole keeps its colours and the masks alone keep them
             // from being used.
