@@ -2,6 +2,7 @@
 
 #include "globals.h"
 #include "pixmapitem.h"
+#include "skin.h"
 
 #include <QGraphicsScene>
 #include <QGuiApplication>
@@ -30,6 +31,7 @@ GraphicsView::GraphicsView(QWidget *parent)
     : QGraphicsView(parent)
     , m_scene(new QGraphicsScene(this))
 {
+    Skin::initResources();
     setScene(m_scene);
     setMouseTracking(true);
     viewport()->setMouseTracking(true);

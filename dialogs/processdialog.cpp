@@ -8,6 +8,7 @@ processDialog::processDialog(QWidget *parent)
     : QDialog(parent)
     , ui(new Ui::processDialog)
 {
+    Skin::initResources();
     ui->setupUi(this);
     m_pressed = false;
 

@@ -11,6 +11,7 @@ RemoveDialog::RemoveDialog(QWidget *parent)
     : QDialog(parent)
     , ui(new Ui::RemoveDialog)
 {
+    Skin::initResources();
     ui->setupUi(this);
     setModal(true);
     setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);

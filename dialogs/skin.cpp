@@ -8,7 +8,22 @@
 #include <QTabWidget>
 #include <QWidget>
 
+// Outside any namespace, as the resource macro requires.
+static void registerResources()
+{
+    Q_INIT_RESOURCE(resources);
+}
+
 namespace Skin {
+
+void initResources()
+{
+    static const bool registered = [] {
+        registerResources();
+        return true;
+    }();
+    Q_UNUSED(registered);
+}
 
 namespace {
 

@@ -14,6 +14,12 @@ class QWidget;
 
 namespace Skin {
 
+// Registers the compiled-in pictures (":/image/...", ":/rec/..."). They live in
+// a static library, whose resource object the linker would otherwise drop, so
+// the program's entry calls this once before any widget is made; the dialogs
+// and canvases call it too. Repeated calls do nothing.
+void initResources();
+
 // The sprite sheet and its size.
 inline constexpr const char *kSheet = ":/image/public.png";
 inline constexpr int kSheetWidth = 1331;

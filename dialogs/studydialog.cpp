@@ -12,6 +12,7 @@ StudyDialog::StudyDialog(QWidget *parent)
     : QDialog(parent)
     , ui(new Ui::StudyDialog)
 {
+    Skin::initResources();
     ui->setupUi(this);
     setModal(true);
     Skin::scaleChildGeometry(this);
