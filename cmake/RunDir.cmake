@@ -18,3 +18,5 @@ endforeach()
 if(EXISTS ${CMAKE_SOURCE_DIR}/resources/Lang/Lang_config.ini)
   configure_file(${CMAKE_SOURCE_DIR}/resources/Lang/Lang_config.ini ${MERVANE_RUN_DIR}/Lang/Lang_config.ini COPYONLY)
 endif()
+# Compiled translations beside Lang_config.ini.
+include(${CMAKE_SOURCE_DIR}/cmake/Translations.cmake)

@@ -5,7 +5,7 @@ set -e
 
 PACKAGES="
 cmake make g++ pkg-config
-qtbase5-dev qtbase5-dev-tools qttools5-dev-tools
+qtbase5-dev qtbase5-dev-tools qttools5-dev qttools5-dev-tools
 libopencv-dev libopencv-contrib-dev
 libgtest-dev
 xvfb xauth xdotool x11-utils imagemagick

@@ -1,0 +1,388 @@
+#include "skin.h"
+
+#include "globals.h"
+
+#include <QColor>
+#include <QGraphicsDropShadowEffect>
+#include <QLayout>
+#include <QTabWidget>
+#include <QWidget>
+
+// Outside any namespace, as the resource macro requires.
+static void registerResources()
+{
+    Q_INIT_RESOURCE(resources);
+}
+
+namespace Skin {
+
+void initResources()
+{
+    static const bool registered = [] {
+        registerResources();
+        return true;
+    }();
+    Q_UNUSED(registered);
+}
+
+namespace {
+
+const QString kFocusRule = QStringLiteral("QPushButton:focus{outline: none;}");
+
+// Cells of a family laid out along one row (four x positions at one y) or one
+// column (one x at four y positions).
+Cells across(int y, const int (&xs)[4], int w, int h)
+{
+    return {QRect(xs[0], y, w, h), QRect(xs[1], y, w, h), QRect(xs[2], y, w, h), QRect(xs[3], y, w, h)};
+}
+
+Cells down(int x, const int (&ys)[4], int w, int h)
+{
+    return {QRect(x, ys[0], w, h), QRect(x, ys[1], w, h), QRect(x, ys[2], w, h), QRect(x, ys[3], w, h)};
+}
+
+const int kToolX[4] = {25, 57, 89, 121};
+const int kCommandY[4] = {434, 466, 498, 530};
+const int kHeaderY[4] = {27, 46, 65, 84};
+const int kColourX[4] = {25, 52, 79, 106};
+const int kFoldY[4] = {27, 45, 63, 81};
+const int kWelcomeY[4] = {139, 249, 359, 469};
+const int kAddY[4] = {139, 199, 259, 319};
+const int kEraserY[4] = {139, 204, 269, 334};
+
+int toolRow(Tool tool)
+{
+    switch (tool) {
+    case Tool::Rect: return 27;
+    case Tool::Noose: return 71;
+    case Tool::Stamp1: return 71;
+    case Tool::Poly: return 114;
+    case Tool::Stamp2: return 114;
+    case Tool::PenPlus: return 159;
+    case Tool::Sub: return 206;
+    case Tool::Subline: return 249;
+    case Tool::Clone: return 634;
+    case Tool::Stamp: return 676;
+    }
+    return 27;
+}
+
+int commandColumn(Command command)
+{
+    switch (command) {
+    case Command::A: return 462;
+    case Command::Plus: return 509;
+    case Command::Sub2: return 551;
+    case Command::OneOne: return 597;
+    case Command::Maxa: return 647;
+    case Command::Handle: return 694;
+    case Command::Undo: return 758;
+    case Command::Redo: return 813;
+    case Command::His: return 862;
+    case Command::Save: return 907;
+    case Command::Print: return 962;
+    }
+    return 462;
+}
+
+int headerColumn(Header header)
+{
+    switch (header) {
+    case Header::Dropdown: return 207;
+    case Header::Min: return 236;
+    case Header::Max: return 263;
+    case Header::DialogClose: return 293;
+    case Header::Close: return 332;
+    case Header::RowDelete: return 332;
+    }
+    return 207;
+}
+
+QString stateRules(const QString &plainRule, const Cells &cells)
+{
+    return plainRule + borderImageRule(QStringLiteral("QPushButton:hover"), cells.hover)
+           + borderImageRule(QStringLiteral("QPushButton:pressed"), cells.pressed)
+           + borderImageRule(QStringLiteral("QPushButton:disabled"), cells.disabled) + kFocusRule;
+}
+
+} // namespace
+
+int scaled(int design)
+{
+    return int(design * g_uiScale);
+}
+
+QRect scaled(const QRect &design)
+{
+    return QRect(scaled(design.x()), scaled(design.y()), scaled(design.width()), scaled(design.height()));
+}
+
+QFont pixelFont(int designPixels, const QString &family)
+{
+    QFont font;
+    if (!family.isEmpty())
+        font.setFamily(family);
+    font.setPixelSize(qMax(1, scaled(designPixels)));
+    return font;
+}
+
+QString slices(const QRect &cell, int sheetWidth, int sheetHeight)
+{
+    const int top = cell.y();
+    const int right = sheetWidth - cell.x() - cell.width();
+    const int bottom = sheetHeight - cell.y() - cell.height();
+    const int left = cell.x();
+    return QStringLiteral("%1 %2 %3 %4").arg(top).arg(right).arg(bottom).arg(left);
+}
+
+QString borderImageRule(const QString &selector, const QRect &cell)
+{
+    return QStringLiteral("%1{border-image: url(%2)  %3;}").arg(selector, QLatin1String(kSheet), slices(cell));
+}
+
+QString buttonSheet(const Cells &cells)
+{
+    return stateRules(borderImageRule(QStringLiteral("QPushButton"), cells.plain), cells);
+}
+
+Cells toolCells(Tool tool)
+{
+    return across(toolRow(tool), kToolX, 32, 32);
+}
+
+Cells commandCells(Command command)
+{
+    return down(commandColumn(command), kCommandY, 32, 32);
+}
+
+Cells headerCells(Header header)
+{
+    return down(headerColumn(header), kHeaderY, 19, 19);
+}
+
+Cells colourCells(int colorType)
+{
+    return across(colorType == 1 ? 431 : 348, kColourX, 27, 27);
+}
+
+QRect colourSelectedCell(int colorType)
+{
+    return colorType == 1 ? QRect(52, 458, 27, 27) : QRect(52, 379, 27, 27);
+}
+
+Cells foldCells(bool panelOpen)
+{
+    return down(panelOpen ? 385 : 403, kFoldY, 18, 18);
+}
+
+Cells bigCells(Big button)
+{
+    switch (button) {
+    case Big::SelectPhoto: return down(178, kWelcomeY, 110, 110);
+    case Big::SelectFolder: return down(310, kWelcomeY, 110, 110);
+    case Big::Add: return down(617, kAddY, 62, 60);
+    case Big::Eraser: return down(436, kEraserY, 142, 65);
+    }
+    return {};
+}
+
+QRect warningCell()
+{
+    return QRect(784, 140, 40, 40);
+}
+
+QRect sliderHandleCell()
+{
+    return QRect(25, 309, 14, 14);
+}
+
+QString toolButtonSheet(Tool tool, bool selected)
+{
+    Cells cells = toolCells(tool);
+    if (selected) {
+        cells.plain = cells.hover;
+        return buttonSheet(cells);
+    }
+    if (tool == Tool::Rect)
+        return stateRules(QStringLiteral("QPushButton{border-image: url(:/image/rect.png);}"), cells);
+    return buttonSheet(cells);
+}
+
+QString commandButtonSheet(Command command, bool selected)
+{
+    Cells cells = commandCells(command);
+    if (selected && command == Command::Handle)
+        cells.plain = cells.pressed;
+    return buttonSheet(cells);
+}
+
+QString headerButtonSheet(Header header)
+{
+    return buttonSheet(headerCells(header));
+}
+
+QString colourButtonSheet(int colorType, bool selected)
+{
+    Cells cells = colourCells(colorType);
+    if (selected)
+        cells.plain = colourSelectedCell(colorType);
+    return buttonSheet(cells);
+}
+
+QString foldButtonSheet(bool panelOpen)
+{
+    return buttonSheet(foldCells(panelOpen));
+}
+
+QString bigButtonSheet(Big button)
+{
+    QString sheet = buttonSheet(bigCells(button));
+    if (button == Big::Eraser)
+        sheet += QStringLiteral("QPushButton{color:#ffffff;font-family:\"Lato123\";}"
+                                "QPushButton:disabled{color:#8a8790;}");
+    return sheet;
+}
+
+QString warningSignSheet()
+{
+    const QString rule = borderImageRule(QStringLiteral("QPushButton"), warningCell());
+    return rule + kFocusRule;
+}
+
+QString removeButtonSheet()
+{
+    return QStringLiteral("QPushButton{border-image: url(:/image/remove.png)  0 0 57 0;"
+                          "color:#e8e8e8;font-family:\"Lato123\";}"
+                          "QPushButton:hover{border-image: url(:/image/remove.png)  22 0 35 0;}"
+                          "QPushButton:pressed{border-image: url(:/image/remove.png)  44 0 13 0;}")
+           + kFocusRule;
+}
+
+QString frameSheet(const QString &colour)
+{
+    return QStringLiteral("QFrame{background:%1}").arg(colour);
+}
+
+QString labelSheet(const QString &family, const QString &colour)
+{
+    return QStringLiteral("QLabel{color:%1;font-family:\"%2\";}").arg(colour, family);
+}
+
+QString dialogButtonSheet(const QString &background)
+{
+    return QStringLiteral("QPushButton{background:%1;color:#e8e8e8;font-family:\"Lato123\";border:none;}"
+                          "QPushButton:hover{background:%2;}"
+                          "QPushButton:pressed{background:%3;}")
+               .arg(background, QColor(background).lighter(115).name(), QColor(background).darker(115).name())
+           + kFocusRule;
+}
+
+QString thinScrollBarSheet()
+{
+    return QStringLiteral("QScrollBar:vertical{width:3px;background:transparent;border:none;}"
+                          "QScrollBar::handle:vertical{background:rgba(108,107,113,100%);border-radius:3px;"
+                          "min-height:100px;}"
+                          "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0px;}"
+                          "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:transparent;}");
+}
+
+QString listWidgetSheet()
+{
+    return QStringLiteral("QListWidget{background:transparent;border:none;outline:none;}"
+                          "QListWidget::item:hover{background:#f1bc1d;}"
+                          "QListWidget::item:selected{background:#f1bc1d;color:red;}")
+           + thinScrollBarSheet();
+}
+
+QString canvasScrollBarSheet()
+{
+    return QStringLiteral("QScrollBar{background:rgba(255,255,255,100);border:none;}"
+                          "QScrollBar:vertical{width:12px;}QScrollBar:horizontal{height:12px;}"
+                          "QScrollBar::handle{background:#696969;border:none;}"
+                          "QScrollBar::handle:vertical{width:12px;min-height:50px;}"
+                          "QScrollBar::handle:horizontal{height:12px;min-width:50px;}"
+                          "QScrollBar::add-page,QScrollBar::sub-page{background:#44424a;}"
+                          "QScrollBar::add-line,QScrollBar::sub-line{width:0px;height:0px;border:none;}");
+}
+
+QString brushSliderSheet()
+{
+    return QStringLiteral("QSlider::groove:vertical{background:#161616;width:4px;border-radius:2px;}"
+                          "QSlider::add-page:vertical{background:#439cf4;width:4px;border-radius:2px;}"
+                          "QSlider::sub-page:vertical{background:#161616;width:4px;border-radius:2px;}"
+                          "QSlider::handle:vertical{%1height:17px;margin:0px -5px;}")
+        .arg(QStringLiteral("border-image: url(%1)  %2;").arg(QLatin1String(kSheet), slices(sliderHandleCell())));
+}
+
+QString stampSliderSheet()
+{
+    return QStringLiteral("QSlider::groove:horizontal{background:#161616;height:4px;border-radius:2px;}"
+                          "QSlider::sub-page:horizontal{background:#439cf4;height:4px;border-radius:2px;}"
+                          "QSlider::add-page:horizontal{background:#161616;height:4px;border-radius:2px;}"
+                          "QSlider::handle:horizontal{%1width:14px;margin:-5px 0px;}")
+        .arg(QStringLiteral("border-image: url(%1)  %2;").arg(QLatin1String(kSheet), slices(sliderHandleCell())));
+}
+
+QString menuSheet()
+{
+    return QStringLiteral("QMenu{background-color:rgb(68,66,74);}"
+                          "QMenu::item{color:rgb(232,232,232);background-color:rgb(68,66,74);"
+                          "padding:5px 10px;margin:5px;font-size:14px;}"
+                          "QMenu::item:selected{background-color:rgb(240,156,11);}"
+                          "QMenu::item:pressed{background-color:rgb(240,156,11);}");
+}
+
+QString historyListSheet()
+{
+    return QStringLiteral("QListView{background:transparent;}"
+                          "QListView::item{font-size:14px;color:rgb(170,170,170);background:rgb(68,66,74);"
+                          "padding:2px;margin:2px 10px;}"
+                          "QListView::item:selected{background:rgb(45,43,48);}"
+                          "QListView::item:pressed{background:rgb(45,43,48);}");
+}
+
+QString progressBarSheet()
+{
+    return QStringLiteral("QProgressBar{border:1px solid grey;border-radius:4px;background:#302e34;"
+                          "color:#e8e8e8;text-align:center;}"
+                          "QProgressBar::chunk{background:#f09c0b;border-radius:4px;}");
+}
+
+QString stampStripSheet()
+{
+    return QStringLiteral("QFrame#frame_3{border-image: url(:/image/top20181.png);}");
+}
+
+QString edgeStripSheet()
+{
+    return QStringLiteral("QFrame#frame_bianyuan{border-image: url(:/image/left20183.png);}");
+}
+
+void applyCanvasShadow(QWidget *front, QWidget *mid, QWidget *back)
+{
+    // The effect moves from widget to widget; the last owner keeps it.
+    auto *shadow = new QGraphicsDropShadowEffect(back);
+    shadow->setOffset(8, 8);
+    shadow->setBlurRadius(18);
+    shadow->setColor(QColor(0, 0, 0, 150));
+    for (QWidget *w : {front, mid, back})
+        if (w)
+            w->setGraphicsEffect(shadow);
+}
+
+void scaleChildGeometry(QWidget *root)
+{
+    const QList<QWidget *> children = root->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly);
+    const bool placedByLayout = root->layout() != nullptr;
+    for (QWidget *child : children) {
+        if (child->isWindow())
+            continue;
+        if (!placedByLayout)
+            child->setGeometry(scaled(child->geometry()));
+        // A tab widget places its own pages; their contents use layouts.
+        if (!qobject_cast<QTabWidget *>(child))
+            scaleChildGeometry(child);
+    }
+}
+
+} // namespace Skin

@@ -1,0 +1,269 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE">
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>Hardness:</source>
+        <translation>Härte:</translation>
+    </message>
+    <message>
+        <source>100%</source>
+        <translation>100%</translation>
+    </message>
+    <message>
+        <source>Optacity:</source>
+        <translation>Deckkraft:</translation>
+    </message>
+    <message>
+        <source>Mervane</source>
+        <translation>Mervane</translation>
+    </message>
+    <message>
+        <source>Tools</source>
+        <translation>Werkzeuge</translation>
+    </message>
+    <message>
+        <source>   Remove All</source>
+        <translation>   Alle entfernen</translation>
+    </message>
+    <message>
+        <source>Select Photo</source>
+        <translation>Foto wählen</translation>
+    </message>
+    <message>
+        <source>Select Folder</source>
+        <translation>Ordner wählen</translation>
+    </message>
+    <message>
+        <source>Before and After</source>
+        <translation>Vorher und nachher</translation>
+    </message>
+    <message>
+        <source>Zoom In</source>
+        <translation>Vergrößern</translation>
+    </message>
+    <message>
+        <source>Zoom Out</source>
+        <translation>Verkleinern</translation>
+    </message>
+    <message>
+        <source>Actual Size</source>
+        <translation>Originalgröße</translation>
+    </message>
+    <message>
+        <source>Fit to Screen</source>
+        <translation>An Fenster anpassen</translation>
+    </message>
+    <message>
+        <source>Move Image</source>
+        <translation>Bild verschieben</translation>
+    </message>
+    <message>
+        <source>Undo</source>
+        <translation>Rückgängig</translation>
+    </message>
+    <message>
+        <source>Redo</source>
+        <translation>Wiederholen</translation>
+    </message>
+    <message>
+        <source>History</source>
+        <translation>Verlauf</translation>
+    </message>
+    <message>
+        <source>Save as...</source>
+        <translation>Speichern unter...</translation>
+    </message>
+    <message>
+        <source>Print</source>
+        <translation>Drucken</translation>
+    </message>
+    <message>
+        <source>Add Photos</source>
+        <translation>Fotos hinzufügen</translation>
+    </message>
+    <message>
+        <source>Rectangle</source>
+        <translation>Rechteck</translation>
+    </message>
+    <message>
+        <source>Lasso Selection</source>
+        <translation>Lasso-Auswahl</translation>
+    </message>
+    <message>
+        <source>Polygon Selection</source>
+        <translation>Polygon-Auswahl</translation>
+    </message>
+    <message>
+        <source>Selection Brush</source>
+        <translation>Auswahlpinsel</translation>
+    </message>
+    <message>
+        <source>Fix the Selection</source>
+        <translation>Auswahl korrigieren</translation>
+    </message>
+    <message>
+        <source>Smart Clone Tool</source>
+        <translation>Intelligentes Klonen</translation>
+    </message>
+    <message>
+        <source>Sampling Stamp Tool</source>
+        <translation>Stempelwerkzeug</translation>
+    </message>
+    <message>
+        <source>Guide Line</source>
+        <translation>Hilfslinie</translation>
+    </message>
+    <message>
+        <source>Brush Size</source>
+        <translation>Pinselgröße</translation>
+    </message>
+    <message>
+        <source>Mask</source>
+        <translation>Maske</translation>
+    </message>
+    <message>
+        <source>Donor</source>
+        <translation>Quelle</translation>
+    </message>
+    <message>
+        <source>Website...</source>
+        <translation>Webseite...</translation>
+    </message>
+    <message>
+        <source>Technical support...</source>
+        <translation>Technischer Support...</translation>
+    </message>
+    <message>
+        <source>Tutorial...</source>
+        <translation>Anleitung...</translation>
+    </message>
+    <message>
+        <source>Marquee Tool</source>
+        <translation>Auswahlrechteck</translation>
+    </message>
+    <message>
+        <source>Polygon Marquee Tool</source>
+        <translation>Polygon-Auswahlrahmen</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Sprache</translation>
+    </message>
+    <message>
+        <source>Cannot read file %1</source>
+        <translation>Datei %1 kann nicht gelesen werden</translation>
+    </message>
+    <message>
+        <source>Warnning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>Save changes to &quot;%1&quot; before closing?</source>
+        <translation>Änderungen an &quot;%1&quot; vor dem Schließen speichern?</translation>
+    </message>
+    <message>
+        <source>You have %1 unsaved files. 
+Do you want to remove all the files?</source>
+        <translation>Sie haben %1 ungespeicherte Dateien. 
+Möchten Sie alle Dateien entfernen?</translation>
+    </message>
+    <message>
+        <source>Do you want to remove all the files?</source>
+        <translation>Möchten Sie alle Dateien entfernen?</translation>
+    </message>
+</context>
+<context>
+    <name>processDialog</name>
+    <message>
+        <source>Mervane</source>
+        <translation>Mervane</translation>
+    </message>
+    <message>
+        <source>Erase  processing ...</source>
+        <translation>Entfernen  läuft ...</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>RemoveDialog</name>
+    <message>
+        <source>Mervane</source>
+        <translation>Mervane</translation>
+    </message>
+    <message>
+        <source>Do you want to remove all the files?</source>
+        <translation>Möchten Sie alle Dateien entfernen?</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Ja</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Nein</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>StudyDialog</name>
+    <message>
+        <source>Mervane</source>
+        <translation>Mervane</translation>
+    </message>
+    <message>
+        <source>Mervane Tutorial </source>
+        <translation>Mervane Anleitung </translation>
+    </message>
+    <message>
+        <source>1</source>
+        <translation>1</translation>
+    </message>
+    <message>
+        <source>2</source>
+        <translation>2</translation>
+    </message>
+    <message>
+        <source>3</source>
+        <translation>3</translation>
+    </message>
+    <message>
+        <source>4</source>
+        <translation>4</translation>
+    </message>
+    <message>
+        <source>5</source>
+        <translation>5</translation>
+    </message>
+</context>
+<context>
+    <name>CustomWidget</name>
+    <message>
+        <source>Fit to screen       </source>
+        <translation>An Fenster anpassen</translation>
+    </message>
+    <message>
+        <source>100%</source>
+        <translation>100%</translation>
+    </message>
+    <message>
+        <source>200%</source>
+        <translation>200%</translation>
+    </message>
+    <message>
+        <source>Zoom In</source>
+        <translation>Vergrößern</translation>
+    </message>
+    <message>
+        <source>Zoom Out</source>
+        <translation>Verkleinern</translation>
+    </message>
+</context>
+</TS>
