@@ -16,13 +16,14 @@ static void registerResources()
 
 namespace Skin {
 
-void initResources()
+void init()
 {
-    static const bool registered = [] {
+    static const bool ready = [] {
         registerResources();
+        QFont::insertSubstitution(QStringLiteral("Lato123"), QStringLiteral("Lato"));
         return true;
     }();
-    Q_UNUSED(registered);
+    Q_UNUSED(ready);
 }
 
 namespace {

@@ -18,7 +18,7 @@ namespace Skin {
 // a static library, whose resource object the linker would otherwise drop, so
 // the program's entry calls this once before any widget is made; the dialogs
 // and canvases call it too. Repeated calls do nothing.
-void initResources();
+void init();
 
 // The sprite sheet and its size.
 inline constexpr const char *kSheet = ":/image/public.png";
