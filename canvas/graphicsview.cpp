@@ -31,7 +31,7 @@ GraphicsView::GraphicsView(QWidget *parent)
     : QGraphicsView(parent)
     , m_scene(new QGraphicsScene(this))
 {
-    Skin::initResources();
+    Skin::init();
     setScene(m_scene);
     setMouseTracking(true);
     viewport()->setMouseTracking(true);

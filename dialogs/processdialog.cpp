@@ -8,7 +8,7 @@ processDialog::processDialog(QWidget *parent)
     : QDialog(parent)
     , ui(new Ui::processDialog)
 {
-    Skin::initResources();
+    Skin::init();
     ui->setupUi(this);
     m_pressed = false;
 

@@ -11,7 +11,7 @@ RemoveDialog::RemoveDialog(QWidget *parent)
     : QDialog(parent)
     , ui(new Ui::RemoveDialog)
 {
-    Skin::initResources();
+    Skin::init();
     ui->setupUi(this);
     setModal(true);
     setWindowFlags(Qt::Dialog | Qt::FramelessWindowHint);

@@ -4,7 +4,13 @@
 
 #include <QColor>
 #include <QGraphicsDropShadowEffect>
+#include <QLabel>
 #include <QLayout>
+#include <QListWidget>
+#include <QPixmap>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSlider>
 #include <QTabWidget>
 #include <QWidget>
 
@@ -16,13 +22,14 @@ static void registerResources()
 
 namespace Skin {
 
-void initResources()
+void init()
 {
-    static const bool registered = [] {
+    static const bool ready = [] {
         registerResources();
+        QFont::insertSubstitution(QStringLiteral("Lato123"), QStringLiteral("Lato"));
         return true;
     }();
-    Q_UNUSED(registered);
+    Q_UNUSED(ready);
 }
 
 namespace {
@@ -358,10 +365,146 @@ QString edgeStripSheet()
     return QStringLiteral("QFrame#frame_bianyuan{border-image: url(:/image/left20183.png);}");
 }
 
+QPixmap dividerPixmap()
+{
+    return QPixmap(QStringLiteral(":/image/line2.png"))
+        .scaled(scaled(81), scaled(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+QPixmap appIconPixmap()
+{
+    return QPixmap(QStringLiteral(":/image/32.png"))
+        .scaled(scaled(24), scaled(24), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+}
+
+void styleListWidget(QListWidget *list)
+{
+    list->setStyleSheet(listWidgetSheet());
+    list->setMovement(QListView::Static);
+    list->setFocusPolicy(Qt::NoFocus);
+}
+
+namespace {
+
+// The named widget inside `root`'s own window: dialogs parented to the window
+// reuse names like "label" or "pushButton_close" and must not be matched.
+template<typename T>
+T *child(QWidget *root, const char *name)
+{
+    if (!root)
+        return nullptr;
+    const QList<T *> found = root->findChildren<T *>(QLatin1String(name));
+    for (T *w : found)
+        if (w->window() == root->window())
+            return w;
+    return nullptr;
+}
+
+void sheet(QWidget *root, const char *name, const QString &styleSheet)
+{
+    if (QWidget *w = child<QWidget>(root, name))
+        w->setStyleSheet(styleSheet);
+}
+
+void text(QWidget *root, const char *name, const QString &family, int designPixels, const QString &colour = kText)
+{
+    if (QWidget *w = child<QWidget>(root, name)) {
+        w->setStyleSheet(labelSheet(family, colour));
+        w->setFont(pixelFont(designPixels));
+    }
+}
+
+} // namespace
+
+void applyWindowSkin(QWidget *window)
+{
+    const QString lato123 = QStringLiteral("Lato123");
+    const QString lato = QStringLiteral("Lato");
+
+    // Header.
+    sheet(window, "frame_header", frameSheet(kPanelBack));
+    if (auto *icon = child<QLabel>(window, "label_ico"))
+        icon->setPixmap(appIconPixmap());
+    text(window, "label_title", lato123, 16);
+    text(window, "label_version", lato, 14);
+    sheet(window, "pushButton_dropdown", headerButtonSheet(Header::Dropdown));
+    sheet(window, "pushButton_min", headerButtonSheet(Header::Min));
+    sheet(window, "pushButton_max", headerButtonSheet(Header::Max));
+    sheet(window, "pushButton_close", headerButtonSheet(Header::Close));
+
+    // Left panel: the brush and the red layer are chosen at start.
+    sheet(window, "frame_left", frameSheet(kPanelBack));
+    if (auto *line = child<QLabel>(window, "label_5"))
+        line->setPixmap(dividerPixmap());
+    text(window, "label_3", lato123, 16);
+    const std::pair<const char *, Tool> tools[] = {
+        {"pushButton_rect", Tool::Rect},   {"pushButton_noose", Tool::Noose},   {"pushButton_poly", Tool::Poly},
+        {"pushButton_penplus", Tool::PenPlus}, {"pushButton_sub", Tool::Sub}, {"pushButton_subline", Tool::Subline},
+        {"pushButton_clone", Tool::Clone}, {"pushButton_stamp", Tool::Stamp}, {"pushButton_stamp_1", Tool::Stamp1},
+        {"pushButton_stamp_2", Tool::Stamp2}};
+    for (const auto &tool : tools)
+        sheet(window, tool.first, toolButtonSheet(tool.second, tool.second == Tool::PenPlus));
+    text(window, "label", lato, 10);
+    text(window, "label_2", lato, 10);
+    sheet(window, "verticalSlider", brushSliderSheet());
+    sheet(window, "pushButton_red", colourButtonSheet(0, true));
+    sheet(window, "pushButton_green", colourButtonSheet(1, false));
+
+    // Frames and labels.
+    sheet(window, "frame_main", frameSheet(kMainBack));
+    sheet(window, "frame_stackwidge2", frameSheet(kMainBack));
+    sheet(window, "frame_fangxiang", frameSheet(kSideBack));
+    sheet(window, "frame_right", frameSheet(kSideBack));
+    sheet(window, "frame_3", stampStripSheet());
+    sheet(window, "frame_bianyuan", edgeStripSheet());
+    for (const char *name : {"label_stamp_1", "label_stamp_2", "label_stamp_3", "label_stamp_4"})
+        text(window, name, lato, 12, kStampLabel);
+    sheet(window, "horizontalSlider", stampSliderSheet());
+    sheet(window, "horizontalSlider_2", stampSliderSheet());
+
+    // Drop shadow: the order leaves it on the canvas back.
+    applyCanvasShadow(child<QWidget>(window, "widget_front"), child<QWidget>(window, "widget_mid"),
+                      child<QWidget>(window, "widget_back"));
+
+    // Welcome page and view widgets.
+    sheet(window, "pushButton_select_photo", bigButtonSheet(Big::SelectPhoto));
+    sheet(window, "pushButton_select_folder", bigButtonSheet(Big::SelectFolder));
+    text(window, "label_selectfile", lato123, 16);
+    text(window, "label_selectfolder", lato123, 16);
+    text(window, "label_display_scale", lato, 10);
+    sheet(window, "horizontalScrollBar", canvasScrollBarSheet());
+    sheet(window, "verticalScrollBar", canvasScrollBarSheet());
+
+    // Right panel and the list.
+    sheet(window, "pushButton_fangxiang", foldButtonSheet(true));
+    sheet(window, "pushButton_add", bigButtonSheet(Big::Add));
+    if (auto *remove = child<QPushButton>(window, "pushButton_remove")) {
+        remove->setStyleSheet(removeButtonSheet());
+        remove->setFont(pixelFont(16));
+    }
+    if (auto *list = child<QListWidget>(window, "listWidget"))
+        styleListWidget(list);
+
+    // Command row.
+    const std::pair<const char *, Command> commands[] = {
+        {"pushButton_a", Command::A},         {"pushButton_plus", Command::Plus},  {"pushButton_sub_2", Command::Sub2},
+        {"pushButton_1_1", Command::OneOne},  {"pushButton_maxa", Command::Maxa},  {"pushButton_handle", Command::Handle},
+        {"pushButton_undo", Command::Undo},   {"pushButton_redo", Command::Redo},  {"pushButton_his", Command::His},
+        {"pushButton_save", Command::Save},   {"pushButton_print", Command::Print}};
+    for (const auto &command : commands)
+        sheet(window, command.first, commandButtonSheet(command.second));
+    if (auto *eraser = child<QPushButton>(window, "pushButton_eraser")) {
+        eraser->setStyleSheet(bigButtonSheet(Big::Eraser));
+        eraser->setFont(pixelFont(17));
+    }
+}
+
 void applyCanvasShadow(QWidget *front, QWidget *mid, QWidget *back)
 {
     // The effect moves from widget to widget; the last owner keeps it.
-    auto *shadow = new QGraphicsDropShadowEffect(back);
+    if (!front && !mid && !back)
+        return;
+    auto *shadow = new QGraphicsDropShadowEffect;
     shadow->setOffset(8, 8);
     shadow->setBlurRadius(18);
     shadow->setColor(QColor(0, 0, 0, 150));

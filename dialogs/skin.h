@@ -10,6 +10,8 @@
 #include <QRect>
 #include <QString>
 
+class QListWidget;
+class QPixmap;
 class QWidget;
 
 namespace Skin {
@@ -18,7 +20,7 @@ namespace Skin {
 // a static library, whose resource object the linker would otherwise drop, so
 // the program's entry calls this once before any widget is made; the dialogs
 // and canvases call it too. Repeated calls do nothing.
-void initResources();
+void init();
 
 // The sprite sheet and its size.
 inline constexpr const char *kSheet = ":/image/public.png";
@@ -109,6 +111,20 @@ QString thinScrollBarSheet();            // 3-pixel vertical scroll bar of lists
 QString progressBarSheet();
 QString stampStripSheet();               // frame_3
 QString edgeStripSheet();                // frame_bianyuan
+
+// Pictures of labels: ":/image/line2.png" at 81 x 5 (aspect ignored, smooth)
+// for label_5, ":/image/32.png" at 24 x 24 (aspect kept) for label_ico, both scaled.
+QPixmap dividerPixmap();
+QPixmap appIconPixmap();
+// The photo list: its sheet, rows that do not move, no focus.
+void styleListWidget(QListWidget *list);
+
+// The whole start-up skin of the main window, found by object name, in the
+// order header, left panel, frames and labels, drop shadow, welcome page and
+// view widgets, right panel, list, command row. pushButton_penplus and
+// pushButton_red get their selected looks, every other tool its unselected one.
+// Widgets that are absent are skipped; showing and hiding stays with the window.
+void applyWindowSkin(QWidget *window);
 
 // The canvas shadow: one effect, offset (8, 8), given in turn to front, mid
 // and back; an effect has one owner, so it stays on `back` alone.

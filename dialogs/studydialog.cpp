@@ -12,7 +12,7 @@ StudyDialog::StudyDialog(QWidget *parent)
     : QDialog(parent)
     , ui(new Ui::StudyDialog)
 {
-    Skin::initResources();
+    Skin::init();
     ui->setupUi(this);
     setModal(true);
     Skin::scaleChildGeometry(this);

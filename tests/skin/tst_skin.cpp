@@ -67,7 +67,7 @@ class TestSkin : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { initResources(); }
+    void initTestCase() { Skin::init(); }
     void init() { g_uiScale = 1.0; }
     void cleanupTestCase() { g_uiScale = 1.0; }
 
