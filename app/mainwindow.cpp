@@ -252,6 +252,9 @@ void MainWindow::openPhoto(const QString &path)
     m_undoGroup->addStack(item->getUndoStack());
     m_undoGroup->setActiveStack(item->getUndoStack());
     ui->stackedWidget->setCurrentIndex(0);
+    // The work page has just been shown: lay it out now, so that the fit
+    // below measures the canvas as the user will see it.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 
     // Back to the brush in red. The colour buttons keep their look.
     resetToolStyles();

@@ -151,10 +151,12 @@ void MainWindow::applySkin()
         "background:#e8e8e8;height:17px;margin:0 -6px;}"));
 
     // Frames and labels.
+    ui->page->setStyleSheet(QStringLiteral("QWidget#page{background:#302e34;}"));
+    ui->page_2->setStyleSheet(QStringLiteral("QWidget#page_2{background:#302e34;}"));
     ui->frame_main->setStyleSheet(QStringLiteral("QFrame#frame_main{background:#302e34;}"));
     ui->frame_stackwidge2->setStyleSheet(QStringLiteral("QFrame#frame_stackwidge2{background:#302e34;}"));
     ui->frame_3->setStyleSheet(QStringLiteral("QFrame#frame_3{border-image:url(:/image/top20181.png);background:#363538;}"));
-    ui->frame_bianyuan->setStyleSheet(QStringLiteral("QFrame#frame_bianyuan{border-image:url(:/image/left20183.png);background:#302e34;}"));
+    ui->frame_bianyuan->setStyleSheet(QStringLiteral("QFrame#frame_bianyuan{border-image:url(:/image/left20183.png);background:#2b292f;}"));
     for (QLabel *l : {ui->label_stamp_1, ui->label_stamp_2, ui->label_stamp_3, ui->label_stamp_4})
         l->setStyleSheet(QStringLiteral("QLabel{color:#c2c2c2;}"));
     ui->label_display_scale->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;}"));
