@@ -1,0 +1,349 @@
+// Construction, interface scale and geometry, and the road from a file to a
+// photo on the canvas.
+#include "mainwindow.h"
+#include "ui_mainwindow.h"
+#include "globals.h"
+#include "photoitem.h"
+
+#include <QDebug>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMessageBox>
+#include <QScreen>
+#include <QTimer>
+#include <QUndoGroup>
+#include <QUndoStack>
+#include <opencv2/imgcodecs.hpp>
+
+namespace {
+
+// Design size times the interface scale, truncated.
+int S(double designPixels)
+{
+    return int(designPixels * g_uiScale);
+}
+
+void fixSize(QWidget *w, int width, int height)
+{
+    w->setFixedSize(S(width), S(height));
+}
+
+// Positions are stored in 16 bits by the engine, so no side may exceed this.
+constexpr int kMaxImageSide = 65535;
+
+// While a modal dialog of our own runs, the window gives the keyboard back so
+// that the dialog can be typed into; the grab returns afterwards.
+class KeyboardGrabPause
+{
+public:
+    explicit KeyboardGrabPause(QWidget *w) : m_w(w), m_had(QWidget::keyboardGrabber() == w)
+    {
+        if (m_had)
+            m_w->releaseKeyboard();
+    }
+    ~KeyboardGrabPause()
+    {
+        if (m_had)
+            m_w->grabKeyboard();
+    }
+
+private:
+    QWidget *m_w;
+    bool m_had;
+};
+
+} // namespace
+
+MainWindow::MainWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(new Ui::MainWindow)
+{
+    ui->setupUi(this);
+    ui->stackedWidget->setCurrentIndex(0);
+    // The work page refuses drops itself, so that they reach the window.
+    ui->page->setAcceptDrops(false);
+
+    setAcceptDrops(true);
+    setWindowFlags(Qt::FramelessWindowHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint);
+    setWindowTitle(QStringLiteral("Mervane"));
+
+    g_brand = 1;
+    resetToolStyles();
+    computeUiScale();
+    loadLinks();
+    applyGeometry();
+    loadLanguages();
+    setTopRightUI();
+    applySkin();
+
+    // ---- Dialogs: m_removeDialog and m_studyDialog (both parentless) are made
+    // here once their classes are part of the build. Until then both stay null
+    // and every user of them checks for that.
+    // ---- end of dialogs
+
+    m_undoGroup = new QUndoGroup(this);
+    m_historyMenu = ui->pushButton_his->getMenu();
+    ui->pushButton_his->setUndoGroup(m_undoGroup);
+
+    m_spaceHeld = false;
+    m_isNormalSize = true;
+    m_rightPanelOpen = true;
+    m_toolType = 4;
+    m_colorType = 0;
+    m_brushSize = 30;
+    m_scale = 1.0;
+    m_dragging = false;
+    ui->stackedWidget->setCurrentIndex(1);
+    ui->verticalSlider->setValue(30);
+
+    m_location = readReg(QStringLiteral("location"));
+
+    retranslateTexts();
+    g_language = QStringLiteral("EN");
+
+    ui->pushButton_subline->hide();
+    QTimer::singleShot(0, this, &MainWindow::displayTutorial);
+    ui->horizontalSlider->setValue(100);
+    ui->horizontalSlider_2->setValue(100);
+
+    // Every key comes to the window, whichever widget has the focus.
+    grabKeyboard();
+}
+
+MainWindow::~MainWindow()
+{
+    if (QWidget::keyboardGrabber() == this)
+        releaseKeyboard();
+    qDeleteAll(m_photoItems);
+    m_photoItems.clear();
+    delete ui;
+}
+
+// ---------------------------------------------------------------- scale
+
+double MainWindow::uiScaleFor(double logicalDpiX, double logicalDpiY, int availableWidth, int availableHeight)
+{
+    const float s = float(std::min(logicalDpiX, logicalDpiY)) / 96.0f;
+    if (!(1256 * s > availableWidth) && !(740 * s > availableHeight))
+        return s;
+    // Too little room: fall back through 1.5 and 1.25, never below 1.0.
+    if (s > 1.5f) {
+        if (!(1884 > availableWidth) && !(1110 > availableHeight))
+            return 1.5;
+    }
+    if (!(1570 > availableWidth) && !(925 > availableHeight))
+        return 1.25;
+    return 1.0;
+}
+
+void MainWindow::computeUiScale()
+{
+    QScreen *screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    m_availableGeometry = screen->availableGeometry();
+    g_uiScale = uiScaleFor(screen->logicalDotsPerInchX(), screen->logicalDotsPerInchY(),
+                           m_availableGeometry.width(), m_availableGeometry.height());
+}
+
+void MainWindow::applyGeometry()
+{
+    QScreen *screen = QGuiApplication::primaryScreen();
+    const QSize desktop = screen ? screen->virtualSize() : QSize(S(1256), S(740));
+    setGeometry(int((desktop.width() - 1256 * g_uiScale) * 0.5), int((desktop.height() - 740 * g_uiScale) * 0.5),
+                S(1256), S(740));
+    ui->centralWidget->setGeometry(0, 0, S(1256), S(740));
+    applyDesignSizes();
+}
+
+void MainWindow::applyDesignSizes()
+{
+    ui->frame_header->setFixedHeight(S(48));
+    fixSize(ui->label_ico, 24, 24);
+    fixSize(ui->label_title, 119, 24);
+    fixSize(ui->label_version, 130, 20);
+    for (QWidget *w : {static_cast<QWidget *>(ui->pushButton_dropdown), static_cast<QWidget *>(ui->pushButton_min),
+                       static_cast<QWidget *>(ui->pushButton_max), static_cast<QWidget *>(ui->pushButton_close)})
+        fixSize(w, 19, 19);
+    ui->frame_left->setFixedWidth(S(81));
+    fixSize(ui->label_5, 81, 5);
+    fixSize(ui->label_3, 81, 15);
+    fixSize(ui->label, 32, 13);
+    fixSize(ui->label_2, 32, 13);
+    for (QWidget *w : {ui->pushButton_penplus, ui->pushButton_sub, ui->pushButton_rect, ui->pushButton_noose,
+                       ui->pushButton_poly, ui->pushButton_stamp, ui->pushButton_clone, ui->pushButton_subline,
+                       ui->pushButton_a, ui->pushButton_plus, ui->pushButton_sub_2, ui->pushButton_1_1,
+                       ui->pushButton_maxa, ui->pushButton_handle, ui->pushButton_undo, ui->pushButton_redo,
+                       static_cast<QPushButton *>(ui->pushButton_his), ui->pushButton_save, ui->pushButton_print})
+        fixSize(w, 32, 32);
+    fixSize(ui->verticalSlider, 32, 87);
+    fixSize(ui->pushButton_red, 27, 27);
+    fixSize(ui->pushButton_green, 27, 27);
+    ui->frame_3->setFixedHeight(S(32));
+    ui->frame_bianyuan->setFixedWidth(S(34));
+    fixSize(ui->pushButton_eraser, 142, 65);
+    fixSize(ui->pushButton_select_photo, 110, 110);
+    fixSize(ui->pushButton_select_folder, 110, 110);
+    fixSize(ui->label_selectfile, 119, 15);
+    fixSize(ui->label_selectfolder, 119, 15);
+    ui->frame_fangxiang->setFixedWidth(S(18));
+    fixSize(ui->pushButton_fangxiang, 18, 18);
+    ui->frame_right->setFixedWidth(S(248));
+    ui->listWidget->setFixedWidth(S(220));
+    ui->listWidget->setSpacing(10);
+    fixSize(ui->pushButton_add, 62, 60);
+    fixSize(ui->pushButton_remove, 116, 22);
+    fixSize(ui->label_stamp_1, 54, 16);
+    fixSize(ui->label_stamp_3, 54, 16);
+    fixSize(ui->label_stamp_4, 54, 16);
+    fixSize(ui->label_stamp_2, 31, 16); // narrower than its twin on purpose
+    fixSize(ui->horizontalSlider, 100, 16);
+    fixSize(ui->horizontalSlider_2, 100, 16);
+    fixSize(ui->pushButton_stamp_1, 24, 24);
+    fixSize(ui->pushButton_stamp_2, 24, 24);
+    ui->label_display_scale->setFixedWidth(S(90));
+}
+
+// ---------------------------------------------------------------- opening
+
+void MainWindow::on_pushButton_select_photo_clicked()
+{
+    if (!m_location.isEmpty() && m_openDir.isEmpty())
+        m_openDir = m_location;
+    const QString filter = QStringLiteral(
+        "ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;"
+        "Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)");
+    {
+        KeyboardGrabPause pause(this);
+        m_lastPhotoPath = QFileDialog::getOpenFileName(this, tr("Open Image"), m_openDir, filter);
+    }
+    if (!m_lastPhotoPath.isEmpty())
+        openPhoto(m_lastPhotoPath);
+}
+
+void MainWindow::openPhoto(const QString &path)
+{
+    // The directory moves before the file is read, so a failed open moves it too.
+    const QFileInfo info(path);
+    m_saveDir = info.absolutePath();
+    setReg(QStringLiteral("location"), m_saveDir);
+    m_openDir = m_saveDir;
+
+    // A readability test: the photo reads the file again itself.
+    bool readable = false;
+    {
+        const cv::Mat probe = cv::imread(std::string(path.toLocal8Bit().constData()), cv::IMREAD_COLOR);
+        readable = !probe.empty() && probe.cols <= kMaxImageSide && probe.rows <= kMaxImageSide;
+    }
+    if (!readable) {
+        KeyboardGrabPause pause(this);
+        QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot read file %1").arg(path), QMessageBox::Ok);
+        return;
+    }
+
+    const int index = m_photoItems.size();
+    PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
+                                    ui->listWidget, index);
+    m_photoItems.append(item);
+    for (PhotoItem *p : qAsConst(m_photoItems))
+        unbindPhoto(p);
+    bindPhoto(item);
+    m_undoGroup->addStack(item->getUndoStack());
+    m_undoGroup->setActiveStack(item->getUndoStack());
+    ui->stackedWidget->setCurrentIndex(0);
+    // The work page has just been shown: lay it out now, so that the fit
+    // below measures the canvas as the user will see it.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+
+    // Back to the brush in red. The colour buttons keep their look.
+    resetToolStyles();
+    setToolLook(ui->pushButton_penplus, true);
+    m_colorType = 0;
+    m_toolType = 4;
+    emit sendSelectType(4, m_brushSize, 0);
+
+    ui->listWidget->setCurrentItem(item->m_listItem);
+    recvFit();
+    ui->horizontalSlider->setValue(100);
+    ui->horizontalSlider_2->setValue(100);
+    setSizeControlVisible(true);
+}
+
+// ---------------------------------------------------------------- wiring
+
+namespace {
+
+template <typename Sender, typename Signal, typename Receiver, typename Slot>
+void wire(bool on, Sender *sender, Signal signal, Receiver *receiver, Slot slot)
+{
+    if (on)
+        QObject::connect(sender, signal, receiver, slot, Qt::UniqueConnection);
+    else
+        QObject::disconnect(sender, signal, receiver, slot);
+}
+
+// The rows shared by both front canvases.
+void wireCanvas(bool on, CustomWidget *canvas, PhotoItem *item, MainWindow *window)
+{
+    wire(on, canvas, &CustomWidget::sendLeftMoveChangePoint, item, &PhotoItem::recvLeftMoveChangePoint);
+    wire(on, canvas, &CustomWidget::sendLeftMoveNoPoint, item, &PhotoItem::recvLeftMoveNoPoint);
+    wire(on, canvas, &CustomWidget::sendLeftMovePoint, item, &PhotoItem::recvLeftMovePoint);
+    wire(on, canvas, &CustomWidget::sendLeftPressPoint, item, &PhotoItem::recvLeftPressPoint);
+    wire(on, canvas, &CustomWidget::sendLeftALTPressPoint, item, &PhotoItem::recvLeftALTPressPoint);
+    wire(on, canvas, &CustomWidget::sendReleasePoint, item, &PhotoItem::recvReleasePoint);
+    wire(on, canvas, &CustomWidget::senddoublepress, item, &PhotoItem::recvDoublePress);
+    wire(on, canvas, &CustomWidget::getScale, window, &MainWindow::recvWheelSetScale);
+    wire(on, canvas, &CustomWidget::sendMove, window, &MainWindow::recvWidgetMove);
+    wire(on, window, &MainWindow::sendSelectType, canvas, &CustomWidget::recvSelectType);
+    wire(on, window, &MainWindow::sendaltkeyPress, canvas, &CustomWidget::recvaltPress);
+    wire(on, window, &MainWindow::sendaltkeyRelease, canvas, &CustomWidget::recvaltRelease);
+    wire(on, canvas, &CustomWidget::sendFit, window, &MainWindow::recvFit);
+    wire(on, canvas, &CustomWidget::send100, window, &MainWindow::recv100);
+    wire(on, canvas, &CustomWidget::send200, window, &MainWindow::recv200);
+    wire(on, canvas, &CustomWidget::sendzoomin, window, &MainWindow::recvzoomin);
+    wire(on, canvas, &CustomWidget::sendzoomout, window, &MainWindow::recvzoomout);
+}
+
+void wireWindow(bool on, MainWindow *window, PhotoItem *item)
+{
+    wire(on, window, &MainWindow::sendCloneCommand, item, &PhotoItem::recvCloneCommand);
+    wire(on, window, &MainWindow::sendEraseCommand, item, &PhotoItem::recvEraseCommand);
+    wire(on, window, &MainWindow::sendSelectType, item, &PhotoItem::recvSelectType);
+    wire(on, window, &MainWindow::getGreenRoi, item, &PhotoItem::recvGreenRoi);
+    wire(on, window, &MainWindow::getRedRoi, item, &PhotoItem::recvRedRoi);
+    wire(on, window, &MainWindow::getSrcRoi, item, &PhotoItem::recvSrcRoi);
+    wire(on, window, &MainWindow::sendSaveCommand, item, &PhotoItem::recvSaveCommand);
+    wire(on, window, &MainWindow::senddoublepress, item, &PhotoItem::recvDoublePress);
+    wire(on, item, &PhotoItem::sendThreadFinish, window, &MainWindow::RecvThreadFinish);
+    wire(on, item, &PhotoItem::sendDeleteItem, window, &MainWindow::RecvDeleteItem);
+    wire(on, item, &PhotoItem::sendOverStampSelect, window, &MainWindow::RecvOverStampSelect);
+}
+
+} // namespace
+
+void MainWindow::bindPhoto(PhotoItem *item)
+{
+    if (!item)
+        return;
+    wireCanvas(true, ui->widget_front, item, this);
+    wireCanvas(true, ui->widget_front_green, item, this);
+    wireWindow(true, this, item);
+}
+
+void MainWindow::unbindPhoto(PhotoItem *item)
+{
+    if (!item)
+        return;
+    wireCanvas(false, ui->widget_front, item, this);
+    wireCanvas(false, ui->widget_front_green, item, this);
+    wireWindow(false, this, item);
+}
+
+PhotoItem *MainWindow::currentItem() const
+{
+    const int row = ui->listWidget->currentRow();
+    if (row < 0 || row >= m_photoItems.size())
+        return nullptr;
+    return m_photoItems.at(row);
+}

@@ -1,0 +1,219 @@
+#ifndef MAINWINDOW_H
+#define MAINWINDOW_H
+
+#include <QList>
+#include <QMainWindow>
+#include <QRect>
+#include <QString>
+#include <QStringList>
+#include <QTranslator>
+
+namespace Ui { class MainWindow; }
+
+class QAction;
+class QListWidgetItem;
+class QMenu;
+class QPrinter;
+class QPushButton;
+class QUndoGroup;
+class PhotoItem;
+class RemoveDialog;
+class StudyDialog;
+
+// The zoom steps of the view commands, descending.
+extern const double kZoomLadder[17];
+
+// The one main window: a frameless frame around the tool column, the canvas
+// stack with its command row, and the photo list.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+    // Start-up steps.
+    void computeUiScale();
+    // The scale rule alone, for a screen of the given DPI and available size.
+    static double uiScaleFor(double logicalDpiX, double logicalDpiY, int availableWidth, int availableHeight);
+    void applyGeometry();
+
+    // Opening a photo: every road in ends in openPhoto.
+    void openPhoto(const QString &path);
+    void bindPhoto(PhotoItem *item);
+    void unbindPhoto(PhotoItem *item);
+
+    void resetToolStyles();
+
+    // Photo list.
+    int RecvDeleteItem();
+
+
+    // Menus, languages, links and settings.
+    void setTopRightUI();
+    void loadLinks();
+    void loadLanguages();
+    void retranslateTexts();
+    void setReg(const QString &key, const QString &value);
+    QString readReg(const QString &key);
+    static bool isAllowedLinkHost(const QString &url);
+
+    // Read access for the parts of the program that look in, and for tests.
+    Ui::MainWindow *form() const { return ui; }
+    const QList<PhotoItem *> &photoItems() const { return m_photoItems; }
+    QUndoGroup *undoGroup() const { return m_undoGroup; }
+    double displayScale() const { return m_scale; }
+    int toolType() const { return m_toolType; }
+    int colorType() const { return m_colorType; }
+    int brushSize() const { return m_brushSize; }
+    QString openDir() const { return m_openDir; }
+    QString saveDir() const { return m_saveDir; }
+    QRect availableGeometry() const { return m_availableGeometry; }
+    bool rightPanelOpen() const { return m_rightPanelOpen; }
+
+signals:
+    void sendCloneCommand();
+    void sendEraseCommand();
+    void sendSelectType(int type, int size, int colorType);
+    void getGreenRoi();
+    void getRedRoi();
+    void getSrcRoi();
+    void sendSaveCommand(QString saveName);
+    void sendaltkeyPress();
+    void sendaltkeyRelease();
+    void senddoublepress();
+
+public slots:
+    // From the bound photo.
+    void RecvThreadFinish();
+    void RecvOverStampSelect();
+    // From the canvases: view commands.
+    void recvWheelSetScale(int value);
+    void recvWidgetMove(int width, int height);
+    void recvFit();
+    void recv100();
+    void recv200();
+    void recvzoomin();
+    void recvzoomout();
+
+    // Opening.
+    void on_pushButton_select_photo_clicked();
+    // Photo list.
+    void on_pushButton_add_clicked();
+    void on_pushButton_select_folder_clicked();
+    void on_listWidget_itemClicked(QListWidgetItem *item);
+    void on_listWidget_currentRowChanged(int currentRow);
+    void on_listwidget_current_change();
+    void on_pushButton_remove_clicked();
+    // Tool panel.
+    void on_pushButton_rect_clicked();
+    void on_pushButton_noose_clicked();
+    void on_pushButton_poly_clicked();
+    void on_pushButton_penplus_clicked();
+    void on_pushButton_sub_clicked();
+    void on_pushButton_subline_clicked();
+    void on_pushButton_stamp_clicked();
+    void on_pushButton_clone_clicked();
+    void on_pushButton_handle_clicked();
+    void on_pushButton_stamp_1_clicked();
+    void on_pushButton_stamp_2_clicked();
+    void on_pushButton_red_clicked();
+    void on_pushButton_green_clicked();
+    void on_pushButton_eraser_clicked();
+    void on_verticalSlider_valueChanged(int value);
+    void on_horizontalSlider_valueChanged(int value);
+    void on_horizontalSlider_2_valueChanged(int value);
+    // View commands.
+    void on_pushButton_plus_clicked();
+    void on_pushButton_sub_2_clicked();
+    void on_pushButton_1_1_clicked();
+    void on_pushButton_maxa_clicked();
+    void on_horizontalScrollBar_valueChanged(int value);
+    void on_verticalScrollBar_valueChanged(int value);
+    void on_pushButton_a_pressed();
+    void on_pushButton_a_released();
+    void on_pushButton_fangxiang_clicked();
+    // Undo buttons.
+    void on_pushButton_undo_clicked();
+    void on_pushButton_redo_clicked();
+    // Save and print.
+    int on_pushButton_save_clicked();
+    void on_pushButton_print_clicked();
+    void printPreviewSlot(QPrinter *printerPixmap);
+    // Menus and links.
+    void onMenu_1_Triggered(QAction *action);
+    void open_web();
+    void open_tech();
+    void open_tutorial();
+    void open_update();
+    void open_about();
+    void displayTutorial();
+    // Window.
+    void on_pushButton_min_clicked();
+    void on_pushButton_max_clicked();
+    void on_pushButton_close_clicked();
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void keyReleaseEvent(QKeyEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
+private:
+    // Start-up helpers.
+    void applySkin();
+    void setFoldArrowLook();
+    void applyDesignSizes();
+    // View helpers.
+    void updateZoomViews();
+    void setScaleOnViews();
+    void updateScaleLabel();
+    // Tool panel helpers.
+    void setToolLook(QPushButton *button, bool selected);
+    void setColorLooks(bool redSelected, bool greenSelected);
+    void setSizeControlVisible(bool visible);
+    void setStampStripVisible(bool visible);
+    void selectTool(int code, QPushButton *button);
+    void fallBackToBrush();
+    PhotoItem *currentItem() const;
+    static bool hasAcceptedSuffix(const QString &fileName);
+
+    Ui::MainWindow *ui;
+    int m_dragX = 0;
+    int m_dragY = 0;
+    bool m_dragging = false;
+    bool m_spaceHeld = false;
+    bool m_isNormalSize = true;
+    bool m_rightPanelOpen = true;
+    QString m_lastPhotoPath;
+    QString m_location;
+    QString m_openDir;
+    RemoveDialog *m_removeDialog = nullptr;
+    StudyDialog *m_studyDialog = nullptr;
+    QList<PhotoItem *> m_photoItems;
+    QUndoGroup *m_undoGroup = nullptr;
+    int m_brushSize = 30;
+    int m_prevTool = 4;
+    int m_toolType = 4;
+    int m_colorType = 0;
+    double m_scale = 1.0;
+    QMenu *m_topMenu = nullptr;
+    QAction *m_websiteAction = nullptr;
+    QAction *m_supportAction = nullptr;
+    QAction *m_tutorialAction = nullptr;
+    QMenu *m_languageMenu = nullptr;
+    QMenu *m_historyMenu = nullptr;
+    QRect m_availableGeometry{0, 0, -1, -1};
+    QTranslator m_translator;
+    QString m_appDir;
+    QStringList m_langCodes;
+    QStringList m_langNames;
+    QString m_saveDir;
+};
+
+#endif // MAINWINDOW_H

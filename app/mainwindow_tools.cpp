@@ -1,0 +1,197 @@
+// Tool panel: three numbers (tool, size, colour), the buttons that set them,
+// and the one signal that tells them to the bound photo and the canvases.
+#include "mainwindow.h"
+#include "ui_mainwindow.h"
+#include "globals.h"
+#include "photoitem.h"
+
+void MainWindow::setSizeControlVisible(bool visible)
+{
+    ui->label->setVisible(visible);
+    ui->label_2->setVisible(visible);
+    ui->verticalSlider->setVisible(visible);
+}
+
+void MainWindow::setStampStripVisible(bool visible)
+{
+    for (QWidget *w : {static_cast<QWidget *>(ui->label_stamp_1), static_cast<QWidget *>(ui->label_stamp_2),
+                       static_cast<QWidget *>(ui->label_stamp_3), static_cast<QWidget *>(ui->label_stamp_4),
+                       static_cast<QWidget *>(ui->horizontalSlider), static_cast<QWidget *>(ui->horizontalSlider_2),
+                       static_cast<QWidget *>(ui->pushButton_stamp_1), static_cast<QWidget *>(ui->pushButton_stamp_2)})
+        w->setVisible(visible);
+}
+
+void MainWindow::resetToolStyles()
+{
+    for (QPushButton *b : {ui->pushButton_rect, ui->pushButton_noose, ui->pushButton_poly, ui->pushButton_penplus,
+                           ui->pushButton_sub, ui->pushButton_clone, ui->pushButton_stamp, ui->pushButton_subline,
+                           ui->pushButton_handle})
+        setToolLook(b, false);
+    setSizeControlVisible(false);
+    ui->pushButton_red->show();
+    ui->pushButton_green->show();
+    // The stamp sub-mode buttons keep their look: only a finished region
+    // clears it.
+    setStampStripVisible(false);
+}
+
+void MainWindow::selectTool(int code, QPushButton *button)
+{
+    resetToolStyles();
+    if (button)
+        setToolLook(button, true);
+    m_toolType = code;
+    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+}
+
+void MainWindow::fallBackToBrush()
+{
+    resetToolStyles();
+    setToolLook(ui->pushButton_penplus, true);
+    m_colorType = 0;
+    m_toolType = 4;
+    emit sendSelectType(4, m_brushSize, 0);
+}
+
+void MainWindow::on_pushButton_rect_clicked() { selectTool(1, ui->pushButton_rect); }
+void MainWindow::on_pushButton_noose_clicked() { selectTool(2, ui->pushButton_noose); }
+void MainWindow::on_pushButton_poly_clicked() { selectTool(3, ui->pushButton_poly); }
+
+void MainWindow::on_pushButton_penplus_clicked()
+{
+    selectTool(4, ui->pushButton_penplus);
+    setSizeControlVisible(true);
+}
+
+void MainWindow::on_pushButton_sub_clicked()
+{
+    selectTool(5, ui->pushButton_sub);
+    setSizeControlVisible(true);
+}
+
+void MainWindow::on_pushButton_clone_clicked()
+{
+    selectTool(12, ui->pushButton_clone);
+    ui->pushButton_red->hide();
+    ui->pushButton_green->hide();
+}
+
+void MainWindow::on_pushButton_subline_clicked()
+{
+    // Same tool as the smart clone button, without a selected look.
+    selectTool(12, nullptr);
+    ui->pushButton_red->hide();
+    ui->pushButton_green->hide();
+}
+
+void MainWindow::on_pushButton_handle_clicked()
+{
+    if (m_photoItems.isEmpty())
+        return;
+    selectTool(9, ui->pushButton_handle);
+}
+
+void MainWindow::on_pushButton_stamp_clicked()
+{
+    selectTool(8, ui->pushButton_stamp);
+    setSizeControlVisible(true);
+    setStampStripVisible(true);
+    ui->pushButton_red->hide();
+    ui->pushButton_green->hide();
+    // Entering the stamp throws away both selections of the photo; this is
+    // not an undo step.
+    if (PhotoItem *item = currentItem()) {
+        item->m_polyCount = 0;
+        item->m_stampRegionActive = 0;
+        item->clearStrokeBaseRed();
+        item->clearInpaintMask();
+        item->clearInpaintMaskBK();
+        ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
+        ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
+    }
+}
+
+void MainWindow::on_pushButton_stamp_1_clicked()
+{
+    if (m_photoItems.isEmpty())
+        return;
+    setToolLook(ui->pushButton_stamp_1, true);
+    m_toolType = 10;
+    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+}
+
+void MainWindow::on_pushButton_stamp_2_clicked()
+{
+    if (m_photoItems.isEmpty())
+        return;
+    setToolLook(ui->pushButton_stamp_2, true);
+    m_toolType = 11;
+    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+}
+
+void MainWindow::RecvOverStampSelect()
+{
+    resetToolStyles();
+    setToolLook(ui->pushButton_stamp, true);
+    setToolLook(ui->pushButton_stamp_1, false);
+    setToolLook(ui->pushButton_stamp_2, false);
+    m_toolType = 8;
+    emit sendSelectType(8, m_brushSize, m_colorType);
+    setSizeControlVisible(true);
+    setStampStripVisible(true);
+}
+
+void MainWindow::on_pushButton_red_clicked()
+{
+    setColorLooks(true, false);
+    m_colorType = 0;
+    // Type first, layer second: the layer view repaints for the new colour.
+    emit sendSelectType(m_toolType, m_brushSize, 0);
+    emit getRedRoi();
+}
+
+void MainWindow::on_pushButton_green_clicked()
+{
+    setColorLooks(false, true);
+    m_colorType = 1;
+    emit sendSelectType(m_toolType, m_brushSize, 1);
+    emit getGreenRoi();
+}
+
+void MainWindow::on_pushButton_eraser_clicked()
+{
+    // The progress dialog opens here; the welcome button's corner lies near
+    // the middle of the window even while its page is hidden.
+    g_dialogPos = ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0));
+    emit sendEraseCommand();
+}
+
+void MainWindow::RecvThreadFinish()
+{
+    ui->pushButton_eraser->setEnabled(true);
+}
+
+void MainWindow::on_verticalSlider_valueChanged(int value)
+{
+    m_brushSize = value;
+    emit sendSelectType(m_toolType, value, m_colorType);
+    ui->label->setText(QStringLiteral("%1").arg(value));
+}
+
+void MainWindow::on_horizontalSlider_valueChanged(int value)
+{
+    PhotoItem *item = currentItem();
+    if (m_photoItems.isEmpty() || !item)
+        return;
+    ui->label_stamp_2->setText(QStringLiteral("%1%").arg(value));
+    item->m_stampHardness = float(value / 100.0);
+}
+
+void MainWindow::on_horizontalSlider_2_valueChanged(int value)
+{
+    PhotoItem *item = currentItem();
+    if (m_photoItems.isEmpty() || !item)
+        return;
+    ui->label_stamp_4->setText(QStringLiteral("%1%").arg(value));
+    item->m_stampOpacity = float(value / 100.0);
+}

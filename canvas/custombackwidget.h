@@ -1,0 +1,33 @@
+#ifndef CUSTOMBACKWIDGET_H
+#define CUSTOMBACKWIDGET_H
+
+#include <QLabel>
+#include <QWidget>
+
+// Bottom of the canvas stack: a chequer exactly under the image area.
+class CustomBackWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit CustomBackWidget(QWidget *parent = nullptr);
+
+    void setImageSize(int cols, int rows, QWidget *source);
+    void setScale(double scale);
+    double scale() const { return m_scale; }
+    QRect backdropGeometry() const { return m_backdropLabel->geometry(); }
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void layoutBackdrop();
+
+    QLabel *m_backdropLabel;
+    QWidget *m_geometrySource = nullptr;
+    int m_cols = 0;
+    int m_rows = 0;
+    double m_scale = 1.0;
+};
+
+#endif // CUSTOMBACKWIDGET_H

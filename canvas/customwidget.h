@@ -1,0 +1,142 @@
+#ifndef CUSTOMWIDGET_H
+#define CUSTOMWIDGET_H
+
+#include <QImage>
+#include <QPainter>
+#include <QPixmap>
+#include <QPointF>
+#include <QRect>
+#include <QWidget>
+
+// One layer of the canvas stack: draws an image or a pixmap at a zoom and a
+// scroll offset, and turns pointer events into image coordinates.
+class CustomWidget : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit CustomWidget(QWidget *parent = nullptr);
+
+    // Content; each setter returns to paint mode 0 (except the two previews)
+    // and schedules a repaint.
+    void setImage(QImage image, QWidget *source);
+    void setPixmap(QPixmap pixmap, QWidget *source);
+    void setImageFile(QString path, QWidget *source);
+    void setStampPreview(int sourceX, int sourceY, int x, int y, QImage image);
+    void setPieceImage(int x, int y, QImage image);
+    void setScale(double scale);
+    void setScroll(double x, double y);
+
+    // Widget position (rounded) to image position; false if outside the image.
+    bool mapToImage(const QPointF &widgetPos, QPointF *imagePos);
+    int handleAt(const QPoint &widgetPos) const;
+    void setHandleCursor(int handle);
+
+    // Read access for the window and for tests.
+    double scale() const { return m_scale; }
+    int scrollX() const { return m_scrollX; }
+    int scrollY() const { return m_scrollY; }
+    int offsetLeft() const { return m_offsetLeft; }
+    int offsetTop() const { return m_offsetTop; }
+    int scaledWidth() const { return m_scaledWidth; }
+    int scaledHeight() const { return m_scaledHeight; }
+    int tool() const { return m_tool; }
+    int brushSize() const { return m_brushSize; }
+    int colorType() const { return m_colorType; }
+    const QImage &overlayImage() const { return m_overlayImage; }
+    const QPixmap &pixmap() const { return m_pixmap; }
+    QRect pieceRect() const { return m_pieceRect; }
+    QRect handleRect(int handle) const;
+    // Resource path of the picture behind the present brush cursor (empty
+    // for the shape cursors); the ring table lives in one function.
+    QString cursorFile() const { return m_cursorFile; }
+    static QString ringFileForDiameter(double d);
+
+    int paintMode = 0; // 0 plain, 1 stamp preview, 2 moved piece
+
+signals:
+    void sendLeftPressPoint(QPointF pos);
+    void sendLeftMovePoint(QPointF pos);
+    void sendLeftMoveNoPoint(QPointF pos);
+    void sendReleasePoint(QPointF pos);
+    void sendLeftALTPressPoint(QPointF pos);
+    void sendLeftMoveChangePoint(QPointF pos, int x, int y, int type);
+    void senddoublepress();
+    void sendMove(int width, int height);
+    void sendFit();
+    void send100();
+    void send200();
+    void sendzoomin();
+    void sendzoomout();
+    void getPosition(QString pos); // declared for symmetry, never emitted
+    void getScale(int value);      // declared for symmetry, never emitted
+
+public slots:
+    void recvSelectType(int type, int size, int colorType);
+    void openUrl_fit();
+    void openUrl_100();
+    void openUrl_200();
+    void openUrl_zoomin();
+    void openUrl_zoomout();
+    void recvaltPress();
+    void recvaltRelease();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    void updateScaledSize();
+    void computeLayout();
+    void applyToolCursor();
+    void setPictureCursor(const QString &file, int size, const QColor &fallback);
+    void setOwnSizeCursor(const QString &file);
+    void setShapeCursor(Qt::CursorShape shape);
+    void paintPiece();
+    void paintStampPreview();
+
+    QImage m_pieceImage;
+    QImage m_stampImage;
+    QPainter m_painter;
+    QPixmap m_pixmap;
+    QImage m_overlayImage;
+    int m_scaledWidth = 0;
+    int m_scaledHeight = 0;
+    double m_scale = 1.0;
+    int m_viewWidth = 0;
+    int m_viewHeight = 0;
+    int m_scrollX = 0;
+    int m_scrollY = 0;
+    int m_drawWidth = 0;
+    int m_drawHeight = 0;
+    int m_offsetLeft = 0;
+    int m_offsetTop = 0;
+    QWidget *m_geometrySource = nullptr;
+    QPointF m_handPress;
+    quint8 m_handDragging = 0;
+    int m_sourceMark[2] = {0, 0};
+    int m_pieceOrigin[2] = {0, 0};
+    // No tool is in force until the window first tells one; 0 matches no code.
+    int m_tool = 0;
+    int m_colorType = 0;
+    int m_brushSize = 30;
+    QPointF m_handlePress;
+    int m_handleActive = 0;
+    QRect m_pieceRect;
+    QRect m_handleRects[8];
+    int m_handleHit = 0;
+    // Context menu entries, made once on first use.
+    QAction *m_fitAction = nullptr;
+    QAction *m_100Action = nullptr;
+    QAction *m_200Action = nullptr;
+    QAction *m_zoomInAction = nullptr;
+    QAction *m_zoomOutAction = nullptr;
+    QString m_cursorFile;
+};
+
+#endif // CUSTOMWIDGET_H

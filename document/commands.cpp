@@ -1,0 +1,37 @@
+#include "commands.h"
+#include "photoitem.h"
+
+Command::Command(cv::Mat after, cv::Mat before, QPointF min, QPointF max, QString text, PhotoItem *item,
+                 cv::Rect rect)
+    : m_rect(rect), m_min(min), m_max(max), m_item(item)
+{
+    // The Mats arrive as views into live memory; the entry keeps its own copy.
+    after.copyTo(m_redoImage);
+    before.copyTo(m_undoImage);
+    setText(text);
+}
+
+void Command::undo() { m_item->setUndoPixmap(m_undoImage, m_min, m_max, m_rect); }
+void Command::redo() { m_item->setRedoPixmap(m_redoImage, m_rect); }
+
+AddRedCommand::AddRedCommand(cv::Mat after, cv::Mat before, QString text, PhotoItem *item, cv::Rect rect)
+    : m_rect(rect), m_item(item)
+{
+    after.copyTo(m_redoImage);
+    before.copyTo(m_undoImage);
+    setText(text);
+}
+
+void AddRedCommand::undo() { m_item->setInpaintMask(m_undoImage, m_rect); }
+void AddRedCommand::redo() { m_item->setInpaintMask(m_redoImage, m_rect); }
+
+AddGreenCommand::AddGreenCommand(cv::Mat after, cv::Mat before, QString text, PhotoItem *item, cv::Rect rect)
+    : m_rect(rect), m_item(item)
+{
+    after.copyTo(m_redoImage);
+    before.copyTo(m_undoImage);
+    setText(text);
+}
+
+void AddGreenCommand::undo() { m_item->setInpaintMaskBK(m_undoImage, m_rect); }
+void AddGreenCommand::redo() { m_item->setInpaintMaskBK(m_redoImage, m_rect); }

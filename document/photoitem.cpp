@@ -1,0 +1,128 @@
+// Construction, layers and the plain operations of a photo document.
+#include "photoitem.h"
+#include "customitem.h"
+#include "customwidget.h"
+#include "custombackwidget.h"
+#include "globals.h"
+
+#include <QFileInfo>
+#include <QListWidget>
+#include <QUndoStack>
+#include <opencv2/imgcodecs.hpp>
+
+PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, CustomWidget *frontWidget,
+                     CustomWidget *frontGreenWidget, const QString &path, QListWidget *listWidget,
+                     int rowIndex, QObject *parent)
+    : QObject(parent)
+    , m_filePath(path)
+    , m_backWidget(backWidget)
+    , m_midWidget(midWidget)
+    , m_frontWidget(frontWidget)
+    , m_frontGreenWidget(frontGreenWidget)
+    , m_listWidget(listWidget)
+    , m_rowIndex(rowIndex)
+{
+    m_undoStack = new QUndoStack(this);
+
+    // The caller has tested that the file decodes; the item reads it itself.
+    // Colour mode drops alpha and expands grey, and reduces 16 bits to 8.
+    m_image = cv::imread(std::string(path.toLocal8Bit().constData()), cv::IMREAD_COLOR);
+    m_imageCols = m_image.cols;
+    m_imageRows = m_image.rows;
+    m_strokeMinX = m_workMinX = m_imageCols;
+    m_strokeMinY = m_workMinY = m_imageRows;
+
+    const QFileInfo info(path);
+    m_fileName = info.fileName();
+    m_folderPath = info.absolutePath();
+
+    // Row of the photo list: thumbnail 195 design pixels wide.
+    const double k = g_uiScale;
+    const float h = m_imageCols > 0 ? float(m_imageRows / (m_imageCols / 195.0)) : 0.0f;
+    const QPixmap thumb = matToQPixmap(m_image).scaled(int(k * 195), int(k * h), Qt::KeepAspectRatio,
+                                                       Qt::SmoothTransformation);
+    m_rowWidget = new CustomItem;
+    connect(m_rowWidget, &CustomItem::sendDelete, this, &PhotoItem::onCustomDeleteItem);
+    m_rowWidget->setInfo(thumb, m_fileName);
+    m_rowWidget->setGeometry(QRect(QPoint(0, 0), QPoint(int(k * 196) - 1, int(k * int(2.0 + h)) - 1)));
+    m_rowWidget->layoutRow(k > 1 ? int(k * 195 + 1) : int(k * 195), int(k * h));
+
+    m_listItem = new QListWidgetItem;
+    const int rowHeight = k > 1 ? int(1.0 + int(h + 27) * k) : int(int(h + 27) * k);
+    m_listItem->setData(Qt::SizeHintRole, QSize(0, rowHeight));
+    m_listWidget->addItem(m_listItem);
+    m_listWidget->setItemWidget(m_listItem, m_rowWidget);
+
+    initLayers();
+
+    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
+    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    m_backWidget->setImageSize(m_imageCols, m_imageRows, m_backWidget);
+
+    m_grabbed = 0;
+    m_stampSourceFresh = 0;
+    m_stampSourceMissing = 1;
+    m_saved = 1;
+
+    // ---- Engine hook-up: the progress dialog (m_processDialog) and the
+    // worker thread (m_workerThread, parent this) are created here, with
+    // processDialog::sendCancelStatus connected to recvCancelStatus, by the
+    // erase work. Until then both stay null and Erase does nothing.
+    // ---- end of engine hook-up
+
+    m_brushSize = 30;
+    m_lassoCount = 0;
+    m_polyCount = 0;
+    m_tool = 4;
+    m_colorType = 0;
+    m_scale = 1.0;
+    m_canceled = 0;
+}
+
+PhotoItem::~PhotoItem()
+{
+    delete m_undoStack;
+    m_undoStack = nullptr;
+}
+
+void PhotoItem::initLayers()
+{
+    m_pressPos = QPointF(-1, -1);
+    m_strokeMinX = m_workMinX = m_imageCols;
+    m_strokeMinY = m_workMinY = m_imageRows;
+    m_strokeMaxX = m_strokeMaxY = m_workMaxX = m_workMaxY = -1.0;
+    m_firstProgress = 1;
+    m_donorUsed = 0;
+    m_saved = 0;
+    const cv::Size size(m_imageCols, m_imageRows);
+    m_strokeBaseGreen = cv::Mat::zeros(size, CV_8UC4);
+    m_strokeBaseRed = cv::Mat::zeros(size, CV_8UC4);
+    m_inpaintMask = cv::Mat::zeros(size, CV_8UC4);
+    m_inpaintMaskBK = cv::Mat::zeros(size, CV_8UC4);
+    m_cloneSource = cv::Mat::zeros(size, CV_8UC3);
+    m_cloneSourceSpare = cv::Mat::zeros(size, CV_8UC3);
+    m_cloneMask = cv::Mat::zeros(size, CV_8UC1);
+    m_cloneMaskScaled = cv::Mat::zeros(size, CV_8UC1);
+}
+
+void PhotoItem::clearCloneSource() { m_cloneSource.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearCloneSourceSpare() { m_cloneSourceSpare.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearCloneMask() { m_cloneMask.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearCloneMaskScaled() { m_cloneMaskScaled.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearStrokeBaseRed() { m_strokeBaseRed.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearInpaintMask() { m_inpaintMask.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearInpaintMaskBK() { m_inpaintMaskBK.setTo(cv::Scalar::all(0)); }
+
+void PhotoItem::setScale(double scale)
+{
+    m_scale = scale;
+}
+
+void PhotoItem::onCustomDeleteItem()
+{
+    // Make this row current first, so the window has bound this photo by the
+    // time it hears the delete request.
+    m_listWidget->setCurrentItem(m_listItem);
+    emit sendDeleteItem();
+}

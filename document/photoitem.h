@@ -1,0 +1,200 @@
+#ifndef PHOTOITEM_H
+#define PHOTOITEM_H
+
+#include <QObject>
+#include <QPointF>
+#include <QString>
+#include <opencv2/core.hpp>
+
+#include "matconvert.h"
+
+class QListWidget;
+class QListWidgetItem;
+class QUndoStack;
+class CustomBackWidget;
+class CustomWidget;
+class CustomItem;
+class ThreadFromQThread;
+class processDialog;
+
+// The document of one loaded photo: the image, its selection layers, the
+// tool state, its own undo stack, worker thread and progress dialog.
+//
+// Layer encoding (all four selection layers, CV_8UC4, B G R A, image size):
+//   unselected (0,0,0,0); red selection (0,0,255,128); green (0,255,0,128).
+//   Never anti-aliased, so these are the only values. The stamp region in
+//   m_strokeBaseRed is (0,0,255,0) inside and (0,0,255,128) on its outline.
+class PhotoItem : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int kMaxLassoPoints = 100000;
+    static constexpr int kMaxPolyPoints = 100;
+
+    PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, CustomWidget *frontWidget,
+              CustomWidget *frontGreenWidget, const QString &path, QListWidget *listWidget,
+              int rowIndex, QObject *parent = nullptr);
+    ~PhotoItem() override;
+
+    QUndoStack *getUndoStack() const { return m_undoStack; }
+    cv::Mat getImage() const { return m_image; }
+
+    // Clear every pixel in place (the Mats keep their memory, so widgets
+    // that wrap them stay valid).
+    void clearCloneSource();
+    void clearCloneSourceSpare();
+    void clearCloneMask();
+    void clearCloneMaskScaled();
+    void clearStrokeBaseRed();
+    void clearInpaintMask();
+    void clearInpaintMaskBK();
+
+    // Region bookkeeping.
+    void resetStrokeBox();
+    void extendStrokeBox(QPointF pos);
+    void extendWorkBox(QPointF pos);
+    cv::Rect strokeBoxRect() const;
+    cv::Rect workBoxRect() const;
+    cv::Rect selectionBounds() const;
+
+    // The moved piece of the smart clone tool, as a view into a layer.
+    cv::Mat buildMovedPiece(int dw, int dh, bool fromHandle = false);
+
+    // Fields, in declared order. The main window reads and writes a few of
+    // them directly (tool panel, keyboard, save).
+    int m_cloneGrowX = 0;
+    int m_cloneGrowY = 0;
+    int m_cloneGrowBaseX = 0;
+    int m_cloneGrowBaseY = 0;
+    quint8 m_stampRegionActive = 0;
+    float m_stampOpacity = 1.0f;
+    float m_stampHardness = 1.0f;
+    int m_imageCols = 0;
+    int m_imageRows = 0;
+    double m_strokeMinX = 0.0;
+    double m_strokeMinY = 0.0;
+    double m_strokeMaxX = -1.0;
+    double m_strokeMaxY = -1.0;
+    QString m_filePath;
+    CustomBackWidget *m_backWidget = nullptr;
+    CustomWidget *m_midWidget = nullptr;
+    CustomWidget *m_frontWidget = nullptr;
+    CustomWidget *m_frontGreenWidget = nullptr;
+    QUndoStack *m_undoStack = nullptr;
+    QListWidget *m_listWidget = nullptr;
+    double m_scale = 1.0;
+    QString m_fileName;
+    QString m_folderPath;
+    cv::Mat m_cloneSource;
+    cv::Mat m_cloneSourceSpare;
+    cv::Mat m_cloneMask;
+    cv::Mat m_cloneMaskScaled;
+    cv::Mat m_imageBeforeJob;
+    cv::Mat m_image;
+    cv::Mat m_clonePreview;
+    cv::Mat m_strokeBaseRed;
+    cv::Mat m_strokeBaseGreen;
+    cv::Mat m_inpaintMask;
+    cv::Mat m_inpaintMaskBK;
+    cv::Mat m_rubberBand;
+    QListWidgetItem *m_listItem = nullptr;
+    QPointF m_lastVertex{-1, -1};
+    QPointF m_pressPos{-1, -1};
+    QPointF m_stampSource{0, 0};
+    QPointF m_prevPos{0, 0};
+    QPointF m_curPos{0, 0};
+    int m_rowIndex = 0;
+    double m_workMinX = 0.0;
+    double m_workMinY = 0.0;
+    double m_workMaxX = -1.0;
+    double m_workMaxY = -1.0;
+    ThreadFromQThread *m_workerThread = nullptr;
+    quint8 m_donorUsed = 0;
+    quint8 m_firstProgress = 1;
+    int m_progressBase = 0;
+    int m_tool = 4;
+    int m_colorType = 0;
+    int m_brushSize = 30;
+    quint8 m_saved = 1;
+    int m_lassoCount = 0;
+    cv::Point m_lassoPoints[kMaxLassoPoints];
+    int m_polyCount = 0;
+    cv::Point m_polyPoints[kMaxPolyPoints];
+    processDialog *m_processDialog = nullptr;
+    CustomItem *m_rowWidget = nullptr;
+    int m_dragOriginX = 0;
+    int m_dragOriginY = 0;
+    int m_moveX = 0;
+    int m_moveY = 0;
+    int m_dragPressX = 0;
+    int m_dragPressY = 0;
+    QPointF m_grabPos{0, 0};
+    QPointF m_dragPos{0, 0};
+    quint8 m_grabbed = 0;
+    int m_stampOffsetX = 0;
+    int m_stampOffsetY = 0;
+    quint8 m_stampSourceFresh = 0;
+    quint8 m_stampSourceMissing = 1;
+    quint8 m_canceled = 0;
+
+signals:
+    void sendThreadFinish();
+    void sendDeleteItem();
+    void sendOverStampSelect();
+
+public slots:
+    // Selection tools (photoitem_selection.cpp).
+    void recvLeftPressPoint(QPointF pos);
+    void recvLeftMovePoint(QPointF pos);
+    void recvLeftMoveNoPoint(QPointF pos);
+    void recvReleasePoint(QPointF pos);
+    void recvDoublePress();
+    void recvLeftMoveChangePoint(QPointF pos, int x, int y, int type);
+    void recvSelectType(int type, int size, int colorType);
+    // Which layers the canvas shows (photoitem_regions.cpp).
+    void recvRedRoi();
+    void recvGreenRoi();
+    void recvSrcRoi();
+    // Engine jobs (photoitem_jobs.cpp).
+    void recvEraseCommand();
+    void recvCloneCommand();
+    void onQThreadFinished();
+    void setProcessSum(long sum);
+    void recvCancelStatus();
+    // Undo and redo of the region snapshots (photoitem_undo.cpp).
+    void setUndoPixmap(cv::Mat temp, QPointF min, QPointF max, cv::Rect rect);
+    void setRedoPixmap(cv::Mat temp, cv::Rect rect);
+    void setInpaintMask(cv::Mat tempMask, cv::Rect rect);
+    void setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect);
+    // Output (photoitem_output.cpp).
+    void recvSaveCommand(QString fileName);
+    // Stamp (photoitem_stamp.cpp).
+    void recvLeftALTPressPoint(QPointF pos);
+
+    void setScale(double scale);
+    void onCustomDeleteItem();
+
+public:
+    void initLayers();
+    void stampPaint(QPointF pos);
+    cv::Mat stampPreview(QPointF pos);
+
+private:
+    void foldJobResult(cv::Mat image, cv::Mat result);
+
+    // Helpers of the selection tools.
+    cv::Mat &activeLayer();
+    cv::Mat &activeBase();
+    CustomWidget *activeWidget() const;
+    void showLayer(const cv::Mat &layer, CustomWidget *widget);
+    void pushSelectionEntry(const cv::Rect &rect, const QString &text);
+    QString undoTextForTool() const;
+    void polygonClick(QPointF pos);
+    void closeRedOrGreenPolygon(const cv::Rect &rect);
+    void grabAt(QPointF pos);
+    void dragPiece(QPointF pos);
+    void showMovedPiece();
+};
+
+#endif // PHOTOITEM_H

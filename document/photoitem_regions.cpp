@@ -1,0 +1,112 @@
+// Stroke box, work box, selection bounds, and which layers the canvas shows.
+#include "photoitem.h"
+#include "customwidget.h"
+
+#include <algorithm>
+
+// Both boxes compare in single precision and store the float result back:
+// the stored values are the ones later truncated to pixel rectangles.
+static double fmin2(double a, double b) { return double(std::min(float(a), float(b))); }
+static double fmax2(double a, double b) { return double(std::max(float(a), float(b))); }
+
+void PhotoItem::resetStrokeBox()
+{
+    m_strokeMinX = m_imageCols;
+    m_strokeMinY = m_imageRows;
+    m_strokeMaxX = -1.0;
+    m_strokeMaxY = -1.0;
+}
+
+void PhotoItem::extendStrokeBox(QPointF pos)
+{
+    // The full brush width on each side: twice what a stroke needs, so the
+    // box holds the stroke of every tool.
+    const double r = m_scale > 0.0 ? m_brushSize / m_scale : 0.0;
+    const double x = pos.x(), y = pos.y();
+    m_strokeMinX = fmin2(m_strokeMinX, fmin2(x - r, x));
+    if (float(m_strokeMinX) < 0.0f)
+        m_strokeMinX = 0.0;
+    m_strokeMinY = fmin2(m_strokeMinY, fmin2(y - r, y));
+    if (float(m_strokeMinY) < 0.0f)
+        m_strokeMinY = 0.0;
+    m_strokeMaxX = fmax2(m_strokeMaxX, fmax2(x + r, x));
+    if (float(m_strokeMaxX) > float(m_imageCols))
+        m_strokeMaxX = m_imageCols;
+    m_strokeMaxY = fmax2(m_strokeMaxY, fmax2(y + r, y));
+    if (float(m_strokeMaxY) > float(m_imageRows))
+        m_strokeMaxY = m_imageRows;
+}
+
+void PhotoItem::extendWorkBox(QPointF pos)
+{
+    // Lopsided on purpose (brush margin on the right only, no clamps): the
+    // engine's margin comes from the enlargement at Erase.
+    const double r = m_scale > 0.0 ? m_brushSize / m_scale : 0.0;
+    const double x = pos.x(), y = pos.y();
+    m_workMinX = fmin2(m_workMinX, x);
+    m_workMinY = fmin2(m_workMinY, y);
+    m_workMaxX = fmax2(m_workMaxX, fmax2(x + r, x));
+    m_workMaxY = fmax2(m_workMaxY, y);
+}
+
+static cv::Rect boxRect(double minX, double minY, double maxX, double maxY)
+{
+    const int x0 = int(minX), y0 = int(minY), x1 = int(maxX), y1 = int(maxY);
+    return cv::Rect(std::min(x0, x1), std::min(y0, y1), std::abs(x1 - x0), std::abs(y1 - y0));
+}
+
+cv::Rect PhotoItem::strokeBoxRect() const
+{
+    return boxRect(m_strokeMinX, m_strokeMinY, m_strokeMaxX, m_strokeMaxY);
+}
+
+cv::Rect PhotoItem::workBoxRect() const
+{
+    return boxRect(m_workMinX, m_workMinY, m_workMaxX, m_workMaxY);
+}
+
+cv::Rect PhotoItem::selectionBounds() const
+{
+    if (m_imageCols == 0 || m_imageRows == 0)
+        return cv::Rect(0, 0, 0, 0);
+    int minX = m_imageCols, minY = m_imageRows, maxX = -1, maxY = -1;
+    for (int row = 0; row < m_imageRows; ++row) {
+        const uchar *p = m_inpaintMask.ptr<uchar>(row);
+        for (int col = 0; col < m_imageCols; ++col) {
+            if (p[4 * col + 2] != 0) {
+                minX = std::min(minX, col);
+                maxX = std::max(maxX, col);
+                minY = std::min(minY, row);
+                maxY = row;
+            }
+        }
+    }
+    if (maxX < 0)
+        return cv::Rect(m_imageCols, m_imageRows, -m_imageCols, -m_imageRows);
+    // One short of the inclusive size: every user of the rectangle relies on it.
+    return cv::Rect(minX, minY, maxX - minX, maxY - minY);
+}
+
+void PhotoItem::recvRedRoi()
+{
+    m_frontWidget->setVisible(true);
+    m_frontGreenWidget->setVisible(false);
+    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
+    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+}
+
+void PhotoItem::recvGreenRoi()
+{
+    m_frontGreenWidget->setVisible(true);
+    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+}
+
+void PhotoItem::recvSrcRoi()
+{
+    // The "before" picture is the file as it lies on disk; a file that has
+    // gone shows nothing.
+    m_midWidget->setImageFile(m_filePath, m_midWidget);
+    m_frontWidget->setVisible(false);
+    m_frontGreenWidget->setVisible(false);
+}

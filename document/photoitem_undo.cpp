@@ -1,0 +1,68 @@
+// The four operations the undo entries call back into.
+#include "photoitem.h"
+#include "customwidget.h"
+
+// Copies a snapshot back at its rectangle; a snapshot that does not fit the
+// rectangle or the image is refused rather than written out of bounds.
+static void pasteAt(const cv::Mat &snapshot, cv::Mat &target, const cv::Rect &rect)
+{
+    if (snapshot.empty() || rect.width <= 0 || rect.height <= 0)
+        return;
+    if (snapshot.size() != rect.size() || snapshot.type() != target.type())
+        return;
+    if ((rect & cv::Rect(0, 0, target.cols, target.rows)) != rect)
+        return;
+    snapshot.copyTo(target(rect));
+}
+
+void PhotoItem::setInpaintMask(cv::Mat tempMask, cv::Rect rect)
+{
+    pasteAt(tempMask, m_inpaintMask, rect);
+    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
+}
+
+void PhotoItem::setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect)
+{
+    pasteAt(tempMask, m_inpaintMaskBK, rect);
+    m_frontGreenWidget->setVisible(true);
+    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    // Set on undo too: undoing the only green stroke keeps the donor path on.
+    m_donorUsed = 1;
+}
+
+void PhotoItem::setUndoPixmap(cv::Mat temp, QPointF min, QPointF max, cv::Rect rect)
+{
+    pasteAt(temp, m_image, rect);
+    // The next Erase works on the same place again.
+    m_workMinX = min.x();
+    m_workMinY = min.y();
+    m_workMaxX = max.x();
+    m_workMaxY = max.y();
+    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
+    m_frontGreenWidget->setVisible(true);
+    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+}
+
+void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
+{
+    pasteAt(temp, m_image, rect);
+    // A push runs this at once, so it is also the reset after a job or a
+    // stamp stroke: selections and boxes start afresh.
+    m_firstProgress = 1;
+    m_donorUsed = 0;
+    m_saved = 0;
+    m_pressPos = QPointF(-1, -1);
+    resetStrokeBox();
+    m_workMinX = m_imageCols;
+    m_workMinY = m_imageRows;
+    m_workMaxX = -1.0;
+    m_workMaxY = -1.0;
+    clearInpaintMask();
+    clearInpaintMaskBK();
+    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+    // During stamp work the fence of the region stays on the screen.
+    m_frontWidget->setImage(matToQImage(m_stampRegionActive ? m_strokeBaseRed : m_inpaintMask), m_frontWidget);
+    m_frontGreenWidget->setVisible(true);
+    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+}

@@ -1,0 +1,222 @@
+// The photo document: loading, layers and their encoding, the conversions to
+// toolkit images, the list row and its delete button.
+#include <QListWidget>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QUndoStack>
+#include <QtTest>
+
+#include "custombackwidget.h"
+#include "customitem.h"
+#include "customwidget.h"
+#include "globals.h"
+#include "photoitem.h"
+#include "testutil.h"
+#include "ui_customitem.h"
+
+class TestDocument : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    CustomBackWidget *m_back = nullptr;
+    CustomWidget *m_mid = nullptr, *m_front = nullptr, *m_green = nullptr;
+    QListWidget *m_list = nullptr;
+    QWidget m_host;
+
+    PhotoItem *load(const QString &path)
+    {
+        return new PhotoItem(m_back, m_mid, m_front, m_green, path, m_list, m_list->count());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        m_back = new CustomBackWidget(&m_host);
+        m_mid = new CustomWidget(m_back);
+        m_front = new CustomWidget(m_mid);
+        m_green = new CustomWidget(m_front);
+        m_list = new QListWidget(&m_host);
+        m_host.resize(400, 300);
+    }
+
+    void colourPhotoLoadsWithItsLayers()
+    {
+        const QString path = writePhoto(m_dir.path(), "colour.png", syntheticPhoto(390, 200));
+        PhotoItem *item = load(path);
+        QCOMPARE(item->m_image.type(), CV_8UC3);
+        QCOMPARE(item->m_imageCols, 390);
+        QCOMPARE(item->m_imageRows, 200);
+        QCOMPARE(item->m_fileName, QString("colour.png"));
+        QCOMPARE(item->m_folderPath, QFileInfo(path).absolutePath());
+        for (const cv::Mat *layer : {&item->m_strokeBaseGreen, &item->m_strokeBaseRed, &item->m_inpaintMask,
+                                     &item->m_inpaintMaskBK}) {
+            QCOMPARE(layer->type(), CV_8UC4);
+            QCOMPARE(layer->cols, 390);
+            QCOMPARE(layer->rows, 200);
+            QCOMPARE(cv::countNonZero(layer->reshape(1)), 0);
+        }
+        QCOMPARE(item->m_cloneSource.type(), CV_8UC3);
+        QCOMPARE(item->m_cloneSourceSpare.type(), CV_8UC3);
+        QCOMPARE(item->m_cloneMask.type(), CV_8UC1);
+        QCOMPARE(item->m_cloneMaskScaled.type(), CV_8UC1);
+        // Defaults after construction.
+        QCOMPARE(item->m_strokeMinX, 390.0);
+        QCOMPARE(item->m_strokeMinY, 200.0);
+        QCOMPARE(item->m_strokeMaxX, -1.0);
+        QCOMPARE(item->m_workMaxX, -1.0);
+        QCOMPARE(item->m_tool, 4);
+        QCOMPARE(item->m_colorType, 0);
+        QCOMPARE(item->m_brushSize, 30);
+        QCOMPARE(int(item->m_saved), 1);
+        QCOMPARE(int(item->m_stampSourceMissing), 1);
+        QCOMPARE(int(item->m_firstProgress), 1);
+        QCOMPARE(item->m_pressPos, QPointF(-1, -1));
+        QCOMPARE(item->m_lastVertex, QPointF(-1, -1));
+        QCOMPARE(item->m_scale, 1.0);
+        QCOMPARE(item->getUndoStack()->count(), 0);
+        // The canvases show the photo and wrap the layers.
+        QCOMPARE(m_mid->pixmap().size(), QSize(390, 200));
+        QCOMPARE(m_front->overlayImage().constBits(), item->m_inpaintMask.data);
+        QCOMPARE(m_green->overlayImage().constBits(), item->m_inpaintMaskBK.data);
+        // Row of the list: thumbnail 195 wide, h = 200 / (390 / 195) = 100.
+        QCOMPARE(m_list->count(), 1);
+        QCOMPARE(m_list->item(0), item->m_listItem);
+        QCOMPARE(item->m_listItem->sizeHint(), QSize(0, 127));
+        QCOMPARE(m_list->itemWidget(item->m_listItem), static_cast<QWidget *>(item->m_rowWidget));
+        QCOMPARE(item->m_rowWidget->form()->label_name->text(), QString("colour.png"));
+        QCOMPARE(item->m_rowWidget->form()->label_img->pixmap()->size(), QSize(195, 100));
+        delete item->m_listItem;
+        delete item;
+    }
+
+    void greyscaleSixteenBitAndAlphaLoadAsEightBitBgr()
+    {
+        cv::Mat grey(30, 40, CV_8UC1, cv::Scalar(77));
+        cv::Mat deep(30, 40, CV_16UC3, cv::Scalar(1000, 30000, 65535));
+        cv::Mat rgba(30, 40, CV_8UC4, cv::Scalar(10, 20, 30, 0));
+        const QString paths[] = {writePhoto(m_dir.path(), "grey.png", grey),
+                                 writePhoto(m_dir.path(), "deep.png", deep),
+                                 writePhoto(m_dir.path(), "rgba.png", rgba)};
+        for (const QString &p : paths) {
+            PhotoItem *item = load(p);
+            QCOMPARE(item->m_image.type(), CV_8UC3);
+            QCOMPARE(item->m_image.cols, 40);
+            QCOMPARE(item->m_image.rows, 30);
+            QCOMPARE(item->m_inpaintMask.size(), item->m_image.size());
+            delete item->m_listItem;
+            delete item;
+        }
+        PhotoItem *g = load(paths[0]);
+        QCOMPARE(g->m_image.at<cv::Vec3b>(5, 5), cv::Vec3b(77, 77, 77));
+        delete g->m_listItem;
+        delete g;
+        PhotoItem *a = load(paths[2]);
+        QCOMPARE(a->m_image.at<cv::Vec3b>(5, 5), cv::Vec3b(10, 20, 30)); // alpha dropped, not blended
+        delete a->m_listItem;
+        delete a;
+    }
+
+    void onePixelWidePhotoLoads()
+    {
+        const QString path = writePhoto(m_dir.path(), "thin.png", syntheticPhoto(1, 50));
+        PhotoItem *item = load(path);
+        QCOMPARE(item->m_imageCols, 1);
+        QCOMPARE(item->m_inpaintMask.cols, 1);
+        delete item->m_listItem;
+        delete item;
+    }
+
+    void fourChannelConversionWrapsWithoutCopy()
+    {
+        cv::Mat layer(10, 12, CV_8UC4, cv::Scalar(0, 0, 255, 128));
+        const QImage img = matToQImage(layer);
+        QCOMPARE(img.format(), QImage::Format_ARGB32);
+        QCOMPARE(img.constBits(), layer.data);
+        QCOMPARE(img.bytesPerLine(), int(layer.step));
+        QCOMPARE(qRed(img.pixel(3, 3)), 255);
+        QCOMPARE(qAlpha(img.pixel(3, 3)), 128);
+    }
+
+    void threeChannelConversionSwapsToRgb()
+    {
+        cv::Mat bgr(4, 5, CV_8UC3, cv::Scalar(10, 20, 30));
+        const QImage img = matToQImage(bgr);
+        QCOMPARE(img.format(), QImage::Format_RGB888);
+        QCOMPARE(QColor(img.pixel(1, 1)), QColor(30, 20, 10));
+        QVERIFY(img.constBits() != bgr.data);
+        const QPixmap pm = matToQPixmap(bgr);
+        QCOMPARE(pm.size(), QSize(5, 4));
+        cv::Mat grey(4, 5, CV_8UC1, cv::Scalar(9));
+        QCOMPARE(matToQImage(grey).format(), QImage::Format_Indexed8);
+        QVERIFY(matToQImage(cv::Mat()).isNull());
+    }
+
+    void clearsWorkInPlace()
+    {
+        const QString path = writePhoto(m_dir.path(), "clear.png", syntheticPhoto(20, 10));
+        PhotoItem *item = load(path);
+        item->m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
+        item->m_inpaintMaskBK.setTo(cv::Scalar(0, 255, 0, 128));
+        item->m_strokeBaseRed.setTo(cv::Scalar(0, 0, 255, 0));
+        const uchar *before = item->m_inpaintMask.data;
+        item->clearInpaintMask();
+        item->clearInpaintMaskBK();
+        item->clearStrokeBaseRed();
+        item->clearCloneSource();
+        item->clearCloneSourceSpare();
+        item->clearCloneMask();
+        item->clearCloneMaskScaled();
+        QCOMPARE(item->m_inpaintMask.data, before);
+        QCOMPARE(cv::countNonZero(item->m_inpaintMask.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(item->m_strokeBaseRed.reshape(1)), 0);
+        item->setScale(0.25);
+        QCOMPARE(item->m_scale, 0.25);
+        QCOMPARE(item->getImage().data, item->m_image.data);
+        delete item->m_listItem;
+        delete item;
+    }
+
+    void rowDeleteMakesTheRowCurrentBeforeAsking()
+    {
+        m_list->clear();
+        const QString path = writePhoto(m_dir.path(), "row.png", syntheticPhoto(60, 40));
+        PhotoItem *first = load(path);
+        PhotoItem *second = load(path);
+        m_list->setCurrentRow(1);
+        int rowAtSignal = -1;
+        connect(first, &PhotoItem::sendDeleteItem, this, [&] { rowAtSignal = m_list->currentRow(); });
+        // Through the row's own delete button, as the user does it.
+        first->m_rowWidget->form()->pushButton->click();
+        QCOMPARE(rowAtSignal, 0);
+        delete first;
+        delete second;
+        m_list->clear();
+    }
+
+    void rowButtonShowsOnHoverOnly()
+    {
+        CustomItem row;
+        row.resize(196, 224);
+        row.layoutRow(195, 100);
+        QVERIFY(row.form()->pushButton->isHidden());
+        QVERIFY(row.form()->label_aa->isHidden());
+        QEvent enter(QEvent::Enter);
+        QApplication::sendEvent(&row, &enter);
+        QVERIFY(!row.form()->pushButton->isHidden());
+        QEvent leave(QEvent::Leave);
+        QApplication::sendEvent(&row, &leave);
+        QVERIFY(row.form()->pushButton->isHidden());
+        QTest::mousePress(&row, Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+        QVERIFY(!row.form()->pushButton->isHidden());
+        QCOMPARE(row.form()->pushButton->geometry(), QRect(196 - 20, 1, 19, 19));
+        QCOMPARE(row.form()->label_name->geometry(), QRect(1, 101, 195, 26));
+        QCOMPARE(row.objectName(), QString("CustomItem"));
+    }
+};
+
+QTEST_MAIN(TestDocument)
+#include "tst_document.moc"
