@@ -137,6 +137,8 @@ public:
     quint8 m_stampSourceFresh = 0;
     quint8 m_stampSourceMissing = 1;
     quint8 m_canceled = 0;
+    // A stamp press or Alt-click has taken the snapshot; its release is due.
+    quint8 m_stampStrokeOpen = 0;
 
 signals:
     void sendThreadFinish();
@@ -195,6 +197,13 @@ private:
     void grabAt(QPointF pos);
     void dragPiece(QPointF pos);
     void showMovedPiece();
+
+    // The stamp's share of the pointer events (photoitem_stamp.cpp).
+    // stampPress returns false when the press must go no further.
+    bool stampPress(QPointF pos);
+    void stampMove(QPointF pos);
+    void stampHover(QPointF pos);
+    void stampRelease();
 };
 
 #endif // PHOTOITEM_H

@@ -9,10 +9,42 @@ void PhotoItem::recvSelectType(int type, int size, int colorType)
     m_colorType = colorType;
 }
 
-void PhotoItem::recvLeftPressPoint(QPointF pos) { Q_UNUSED(pos); }
-void PhotoItem::recvLeftMovePoint(QPointF pos) { Q_UNUSED(pos); }
-void PhotoItem::recvLeftMoveNoPoint(QPointF pos) { Q_UNUSED(pos); }
-void PhotoItem::recvReleasePoint(QPointF pos) { Q_UNUSED(pos); }
+// Until the selection tools are filled in, only the stamp's path and the
+// box bookkeeping every tool shares run here.
+void PhotoItem::recvLeftPressPoint(QPointF pos)
+{
+    m_pressPos = pos;
+    if (m_tool == 8 && !stampPress(pos))
+        return;
+    extendWorkBox(pos);
+    extendStrokeBox(pos);
+    m_curPos = pos;
+}
+
+void PhotoItem::recvLeftMovePoint(QPointF pos)
+{
+    extendWorkBox(pos);
+    extendStrokeBox(pos);
+    if (m_tool == 8)
+        stampMove(pos);
+}
+
+void PhotoItem::recvLeftMoveNoPoint(QPointF pos)
+{
+    m_prevPos = m_curPos;
+    m_curPos = pos;
+    if (m_tool == 8)
+        stampHover(pos);
+}
+
+void PhotoItem::recvReleasePoint(QPointF pos)
+{
+    m_cloneGrowBaseX = m_cloneGrowX;
+    m_cloneGrowBaseY = m_cloneGrowY;
+    extendStrokeBox(pos);
+    if (m_tool == 8)
+        stampRelease();
+}
 void PhotoItem::recvDoublePress() {}
 void PhotoItem::recvLeftMoveChangePoint(QPointF pos, int x, int y, int type)
 {
