@@ -53,15 +53,64 @@ inline float blendWeight(float f, float hardness, float opacity)
     return a > 1.0f ? 1.0f : (a < 0.0f ? 0.0f : a);
 }
 
-// The range of square indices k (0..n-1) for which int(k + p - h) can lie in
-// 0..limit-1. The bounds are loose by one on each side; callers test every
-// index exactly, so the walk keeps its order and only skips what cannot hit.
-void indexRange(double p, int h, int n, int limit, int *first, int *last)
+// Largest radius, below which every squared distance of the square is an
+// integer a float holds exactly (2 h^2 < 2^24); up to it the disc's extent in
+// each row can be computed in integers instead of testing each pixel.
+constexpr int kExactDiscRadius = 2896;
+
+// Target and source column of every column of a dab's square, computed with
+// the rule's own arithmetic, and the range of columns whose target and
+// source both lie inside. int() truncates toward zero and is monotonic, so
+// that range is one interval (empty when first > last).
+struct DabColumns
 {
-    const double lo = std::floor(h - p - 1.0);
-    const double hi = std::ceil(h - p + limit);
-    *first = int(std::max(0.0, lo));
-    *last = int(std::min(double(n - 1), hi));
+    cv::AutoBuffer<int, 512> buffer;
+    int *target;
+    int *source;
+    int first;
+    int last;
+
+    DabColumns(double x, int offsetX, int h, int n, int cols)
+        : buffer(2 * size_t(n))
+        , target(buffer.data())
+        , source(buffer.data() + n)
+        , first(n)
+        , last(-1)
+    {
+        for (int j = 0; j < n; ++j) {
+            target[j] = int(j + x - h);
+            source[j] = int(j + x - offsetX - h);
+            if (target[j] >= 0 && target[j] < cols && source[j] >= 0 && source[j] < cols) {
+                first = std::min(first, j);
+                last = j;
+            }
+        }
+    }
+};
+
+// Columns of row i of the square that can have a falloff above 0: those
+// within distance h of the centre. Outside them the weight is 0 by the rule.
+void discSpan(int i, int h, int *lo, int *hi)
+{
+    if (h == 0 || h > kExactDiscRadius) {
+        *lo = 0;
+        *hi = 2 * h + 1; // callers clip to the square
+        return;
+    }
+    const int dy = h - i;
+    const int room = h * h - dy * dy; // dx^2 must stay below this
+    if (room <= 0) {
+        *lo = 1;
+        *hi = 0;
+        return;
+    }
+    int w = int(std::sqrt(double(room - 1)));
+    while (w * w > room - 1)
+        --w;
+    while ((w + 1) * (w + 1) <= room - 1)
+        ++w;
+    *lo = h - w;
+    *hi = h + w;
 }
 
 // The square of target pixels a dab at pos may touch, clipped to the image.
@@ -95,8 +144,8 @@ void snapshotImage(PhotoItem &item)
 
 // Brings the photo's pixmap on the canvas in step with m_image inside rect,
 // instead of converting the whole photo on every dab. What the widget shows
-// is the same as after a full conversion: the patch is converted the same way
-// (BGR to RGB) and written with the source composition, pixel for pixel.
+// is the same as after a full conversion: the same colours, written with the
+// source composition, pixel for pixel.
 // When the widget is not showing this photo's pixmap (before-and-after shows
 // the file), the whole photo is set, as a full conversion would.
 void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
@@ -112,9 +161,12 @@ void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
     // Let go of the widget's reference for the moment, so that painting into
     // the pixmap does not detach a full copy of it.
     mid->setPixmap(QPixmap(), mid);
-    cv::Mat rgb;
-    cv::cvtColor(item.m_image(rect), rgb, cv::COLOR_BGR2RGB);
-    const QImage patch(rgb.data, rgb.cols, rgb.rows, int(rgb.step), QImage::Format_RGB888);
+    // B, G, R, 255 in memory is the toolkit's RGB32 on a little-endian
+    // machine, the format a pixmap of an opaque photo holds, so the patch is
+    // written row by row without a further conversion.
+    cv::Mat bgra;
+    cv::cvtColor(item.m_image(rect), bgra, cv::COLOR_BGR2BGRA);
+    const QImage patch(bgra.data, bgra.cols, bgra.rows, int(bgra.step), QImage::Format_RGB32);
     {
         QPainter painter(&pixmap);
         painter.setCompositionMode(QPainter::CompositionMode_Source);
@@ -217,37 +269,30 @@ void PhotoItem::stampPaint(QPointF pos)
         return;
     const int h = n >> 1;
     const double x = pos.x(), y = pos.y();
-    const int rows = m_imageRows, cols = m_imageCols;
+    const int rows = m_imageRows;
     const bool fenced = m_stampRegionActive != 0;
     const float hardness = m_stampHardness, opacity = m_stampOpacity;
-
-    // Only indices whose target and source can both lie inside are walked.
-    int iFirst, iLast, jFirst, jLast, sFirst, sLast;
-    indexRange(y, h, n, rows, &iFirst, &iLast);
-    indexRange(y - m_stampOffsetY, h, n, rows, &sFirst, &sLast);
-    iFirst = std::max(iFirst, sFirst);
-    iLast = std::min(iLast, sLast);
-    indexRange(x, h, n, cols, &jFirst, &jLast);
-    indexRange(x - m_stampOffsetX, h, n, cols, &sFirst, &sLast);
-    jFirst = std::max(jFirst, sFirst);
-    jLast = std::min(jLast, sLast);
+    const DabColumns columns(x, m_stampOffsetX, h, n, m_imageCols);
+    if (columns.first > columns.last)
+        return;
 
     // Row by row, left to right, reading the live image: source and target
     // are the same picture, so a dab that overlaps its own source copies what
     // it has just written, as a stroke over its earlier dabs does.
-    for (int i = iFirst; i <= iLast; ++i) {
+    for (int i = 0; i < n; ++i) {
         const int ty = int(i + y - h);
         const int sy = int(i + y - m_stampOffsetY - h);
         if (ty < 0 || ty >= rows || sy < 0 || sy >= rows)
             continue;
+        int lo, hi;
+        discSpan(i, h, &lo, &hi);
+        lo = std::max(lo, columns.first);
+        hi = std::min(hi, columns.last);
         uchar *target = m_image.ptr<uchar>(ty);
         const uchar *source = m_image.ptr<uchar>(sy);
         const uchar *fence = fenced ? m_strokeBaseRed.ptr<uchar>(ty) : nullptr;
-        for (int j = jFirst; j <= jLast; ++j) {
-            const int tx = int(j + x - h);
-            const int sx = int(j + x - m_stampOffsetX - h);
-            if (tx < 0 || tx >= cols || sx < 0 || sx >= cols)
-                continue;
+        for (int j = lo; j <= hi; ++j) {
+            const int tx = columns.target[j];
             // Outside the region (R below 255) nothing is written; the
             // outline has R 255 and counts as inside.
             if (fence && fence[4 * tx + 2] < 255)
@@ -259,7 +304,7 @@ void PhotoItem::stampPaint(QPointF pos)
                 continue; // weight 0 writes the target back unchanged
             const float b = 1.0f - a;
             uchar *t = target + 3 * tx;
-            const uchar *s = source + 3 * sx;
+            const uchar *s = source + 3 * columns.source[j];
             for (int c = 0; c < 3; ++c)
                 t[c] = uchar(int(float(s[c]) * a + float(t[c]) * b));
         }
@@ -276,29 +321,32 @@ cv::Mat PhotoItem::stampPreview(QPointF pos)
         return cv::Mat();
     const int h = n >> 1;
     const double x = pos.x(), y = pos.y();
-    const int rows = m_imageRows, cols = m_imageCols;
+    const int rows = m_imageRows;
     const float hardness = m_stampHardness, opacity = m_stampOpacity;
     cv::Mat preview = m_strokeBaseGreen(cv::Rect(0, 0, n, n));
+    const DabColumns columns(x, m_stampOffsetX, h, n, m_imageCols);
 
-    // Pixels whose target or source lies outside keep what the scratch held.
+    // Each pixel takes the source's colour, and as alpha the dab's weight
+    // scaled to 255 (0 outside the disc). Pixels whose target or source lies
+    // outside keep what the scratch held.
     for (int i = 0; i < n; ++i) {
         const int ty = int(i + y - h);
         const int sy = int(i + y - m_stampOffsetY - h);
         if (ty < 0 || ty >= rows || sy < 0 || sy >= rows)
             continue;
+        int lo, hi;
+        discSpan(i, h, &lo, &hi);
         const uchar *source = m_image.ptr<uchar>(sy);
         uchar *out = preview.ptr<uchar>(i);
-        for (int j = 0; j < n; ++j) {
-            const int tx = int(j + x - h);
-            const int sx = int(j + x - m_stampOffsetX - h);
-            if (tx < 0 || tx >= cols || sx < 0 || sx >= cols)
-                continue;
-            const uchar *s = source + 3 * sx;
+        for (int j = columns.first; j <= columns.last; ++j) {
+            const uchar *s = source + 3 * columns.source[j];
             uchar *o = out + 4 * j;
             o[0] = s[0];
             o[1] = s[1];
             o[2] = s[2];
-            const float a = h == 0 ? 1.0f : blendWeight(falloff(i, j, h), hardness, opacity);
+            float a = 0.0f;
+            if (j >= lo && j <= hi)
+                a = h == 0 ? 1.0f : blendWeight(falloff(i, j, h), hardness, opacity);
             o[3] = uchar(int(255 * a));
         }
     }

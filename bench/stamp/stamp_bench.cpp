@@ -78,6 +78,9 @@ struct Canvas
             w->setGeometry(0, 0, width, height);
         list = new QListWidget;
         host.show();
+        // Let the platform expose the window, so repaints really draw.
+        for (int k = 0; k < 5; ++k)
+            QApplication::processEvents();
     }
     ~Canvas() { delete list; }
 
@@ -172,6 +175,25 @@ int main(int argc, char **argv)
         const Timing t = stroke(*item, canvas, c.full ? std::max(10, moves / 4) : moves, c.scale, c.full);
         std::printf("%-28s %8d %10.2f %8.2f %8.2f %8.2f\n", c.name, int(200 / c.scale), t.documentMs, t.repaintMs,
                     t.documentMs + t.repaintMs, t.p90Ms);
+    }
+
+    // Where a move's time goes at both zooms: the dab alone, and the preview
+    // alone (a move under the button builds it, and the hover that the canvas
+    // sends right after builds it again).
+    for (const double scale : {1.0, fit}) {
+        item->setScale(scale);
+        std::vector<double> dab, preview;
+        QElapsedTimer t;
+        for (int k = 0; k < moves; ++k) {
+            const QPointF p(cols * 0.5 + k * 6.0 / scale, rows * 0.5);
+            t.start();
+            item->stampPaint(p);
+            dab.push_back(t.nsecsElapsed() / 1e6);
+            t.start();
+            item->stampPreview(p);
+            preview.push_back(t.nsecsElapsed() / 1e6);
+        }
+        std::printf("N %d: dab %.2f ms, preview %.2f ms\n", int(200 / scale), median(dab), median(preview));
     }
 
     // Once per stroke: the press (whole snapshot of the image, first dab) and
