@@ -81,8 +81,10 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
 
     // Each pixel reads the field, the cost map and source and writes only
     // its own pixel of out; the field is stable between sweeps, so the rows
-    // can be voted in parallel with the same result as one pass.
-#pragma omp parallel for schedule(static)
+    // can be voted in parallel with the same result as one pass. Rows
+    // through the hole cost far more than the others: hand them out in
+    // small chunks.
+#pragma omp parallel for schedule(dynamic, 4)
     for (int y = 0; y < rows; ++y) {
         Voters voters((2 * R + 1) * (2 * R + 1));
         const uchar *ownMask = mask.ptr<uchar>(y);
@@ -140,6 +142,16 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
             const uchar *channels[3] = {voters.value0.data(), voters.value1.data(),
                                         voters.value2.data()};
             for (int c = 0; c < 3; ++c) {
+                // Unanimous voters (the usual case where the field is the
+                // identity): one bin, whose trimmed mean is its value.
+                const uchar *values = channels[c];
+                int k = 1;
+                while (k < voters.count && values[k] == values[0])
+                    ++k;
+                if (k == voters.count) {
+                    dst[3 * x + c] = values[0];
+                    continue;
+                }
                 const int v = trimmedMean(channels[c], voters.weight.data(), voters.count, wsum,
                                           voters.sortedValue.data(), voters.sortedWeight.data());
                 if (v >= 0)
