@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QUndoStack>
@@ -107,6 +108,32 @@ class TestStamp : public QObject
     {
         return item->m_strokeMaxX == -1.0 && item->m_strokeMaxY == -1.0 && item->m_workMaxX == -1.0
                && item->m_workMaxY == -1.0;
+    }
+
+    // A hard dab at (48, 36) with its source at (15, 15) must copy exactly
+    // where the region layer has R 255, and leave every other pixel alone.
+    void checkFencedDab(const cv::Mat &before)
+    {
+        const cv::Mat &img = m_item->m_image;
+        const cv::Mat &region = m_item->m_strokeBaseRed;
+        int inside = 0, kept = 0, outline = 0;
+        for (int r = 26; r <= 45; ++r) {
+            for (int c = 38; c <= 57; ++c) {
+                const bool inDisc = (r - 36) * (r - 36) + (c - 48) * (c - 48) < 100;
+                const cv::Vec4b fence = region.at<cv::Vec4b>(r, c);
+                if (inDisc && fence[2] == 255) {
+                    QCOMPARE(img.at<cv::Vec3b>(r, c), before.at<cv::Vec3b>(r - 21, c - 33));
+                    ++inside;
+                    outline += fence[3] == 128 ? 1 : 0;
+                } else {
+                    QCOMPARE(img.at<cv::Vec3b>(r, c), before.at<cv::Vec3b>(r, c));
+                    kept += inDisc ? 1 : 0;
+                }
+            }
+        }
+        QVERIFY(inside > 30);
+        QVERIFY(kept > 30);
+        QVERIFY(outline > 5);
     }
 
 private slots:
@@ -406,6 +433,59 @@ private slots:
         QVERIFY(outside > 30);
         // The fence stays on the front canvas during stamp work.
         QCOMPARE(m_front->overlayImage().constBits(), m_item->m_strokeBaseRed.data);
+    }
+
+    void regionDrawnWithTheLassoFencesTheStamp()
+    {
+        QSignalSpy over(m_item, &PhotoItem::sendOverStampSelect);
+        m_item->recvSelectType(10, 20, 0);
+        // A box whose right side (drawn 8 pixels thick) runs through the dab;
+        // only moves add points, so the press is not one.
+        const QPointF corners[] = {{20, 20}, {40, 20}, {40, 54}, {20, 54}, {20, 20}};
+        m_item->recvLeftPressPoint(corners[0]);
+        for (int k = 0; k < 4; ++k)
+            for (int t = 1; t <= 4; ++t)
+                m_item->recvLeftMovePoint(corners[k] + (corners[k + 1] - corners[k]) * (t / 4.0));
+        m_item->recvReleasePoint(corners[4]);
+        QCOMPARE(over.count(), 1);
+        QCOMPARE(m_item->m_stampRegionActive, quint8(1));
+
+        useStamp(m_item);
+        const cv::Mat before = m_item->m_image.clone();
+        m_item->recvLeftALTPressPoint(QPointF(15, 15));
+        m_item->recvReleasePoint(QPointF(15, 15));
+        m_item->recvLeftPressPoint(QPointF(48, 36));
+        m_item->recvReleasePoint(QPointF(48, 36));
+        checkFencedDab(before);
+        if (QTest::currentTestFailed())
+            return;
+        // The stroke is one undo entry like any other, and the region stays.
+        m_item->getUndoStack()->undo();
+        QVERIFY(sameBytes(m_item->m_image, before));
+        QCOMPARE(m_item->m_stampRegionActive, quint8(1));
+    }
+
+    void regionDrawnWithThePolygonFencesTheStamp()
+    {
+        QSignalSpy over(m_item, &PhotoItem::sendOverStampSelect);
+        m_item->recvSelectType(11, 20, 0);
+        for (const QPointF v : {QPointF(41, 29), QPointF(55, 31), QPointF(53, 45), QPointF(43, 41)}) {
+            m_item->recvLeftPressPoint(v);
+            m_item->recvReleasePoint(v);
+        }
+        QCOMPARE(over.count(), 0);
+        m_item->recvLeftPressPoint(QPointF(42, 30)); // near the first vertex: closes
+        m_item->recvReleasePoint(QPointF(42, 30));
+        QCOMPARE(over.count(), 1);
+        QCOMPARE(m_item->m_stampRegionActive, quint8(1));
+
+        useStamp(m_item);
+        const cv::Mat before = m_item->m_image.clone();
+        m_item->recvLeftALTPressPoint(QPointF(15, 15));
+        m_item->recvReleasePoint(QPointF(15, 15));
+        m_item->recvLeftPressPoint(QPointF(48, 36));
+        m_item->recvReleasePoint(QPointF(48, 36));
+        checkFencedDab(before);
     }
 
     // ---------------------------------------------------------------- strokes
