@@ -303,6 +303,43 @@ private slots:
         QVERIFY(sameBytes(m_item->m_image, expected));
     }
 
+    void oneColumnPhotoAndHugeDabsAreSafe()
+    {
+        // A photo one pixel wide: the dab is wider than the photo, so there
+        // is no preview, but the stamp still paints by its rule.
+        cv::Mat thin(40, 1, CV_8UC3);
+        cv::randu(thin, 0, 256);
+        PhotoItem *item = load(thin);
+        useStamp(item, 8);
+        item->recvLeftALTPressPoint(QPointF(0.5, 5.5));
+        item->recvReleasePoint(QPointF(0.5, 5.5));
+        item->recvLeftPressPoint(QPointF(0.5, 20.5));
+        item->recvLeftMovePoint(QPointF(1.0, 30.2));
+        item->recvLeftMoveNoPoint(QPointF(1.0, 30.2));
+        item->recvReleasePoint(QPointF(1.0, 30.2));
+        StampSettings s;
+        s.brushSize = 8;
+        s.offsetY = 15;
+        cv::Mat expected = thin.clone();
+        referenceStampPaint(expected, item->m_strokeBaseRed, QPointF(0.5, 20.5), s);
+        referenceStampPaint(expected, item->m_strokeBaseRed, QPointF(1.0, 30.2), s);
+        QVERIFY(sameBytes(item->m_image, expected));
+        QVERIFY(!sameBytes(item->m_image, thin));
+        QVERIFY(item->stampPreview(QPointF(0.5, 20.5)).empty());
+        item->getUndoStack()->undo();
+        QVERIFY(sameBytes(item->m_image, thin));
+        delete item;
+
+        // A zoom so small that the dab would be hundreds of thousands of
+        // pixels wide paints nothing rather than overflow.
+        m_item->m_brushSize = 200;
+        m_item->m_scale = 0.0005;
+        m_item->m_stampOffsetX = 10;
+        m_item->stampPaint(QPointF(40, 30));
+        QVERIFY(m_item->stampPreview(QPointF(40, 30)).empty());
+        QVERIFY(sameBytes(m_item->m_image, m_original));
+    }
+
     // ---------------------------------------------------------------- edge cases
 
     void firstPressWithoutSourceWarnsAndDoesNothing()
