@@ -137,8 +137,9 @@ public:
     quint8 m_stampSourceFresh = 0;
     quint8 m_stampSourceMissing = 1;
     quint8 m_canceled = 0;
-    // A stamp press or Alt-click has taken the snapshot; its release is due.
-    quint8 m_stampStrokeOpen = 0;
+    // Undo index at which the open stamp gesture took its snapshot; -1 when
+    // no stamp gesture awaits its undo entry.
+    int m_stampStrokeIndex = -1;
 
 signals:
     void sendThreadFinish();

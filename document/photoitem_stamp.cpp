@@ -197,6 +197,7 @@ void PhotoItem::recvLeftALTPressPoint(QPointF pos)
 {
     if (m_tool != 8)
         return;
+    stampRelease(); // a gesture whose release never arrived
     m_stampSource = pos;
     m_stampSourceFresh = 1;
     m_stampSourceMissing = 0;
@@ -205,7 +206,7 @@ void PhotoItem::recvLeftALTPressPoint(QPointF pos)
     m_stampOffsetY = 0;
     // The release of the Alt-click records an entry whose before and after
     // are equal, like every stamp gesture.
-    m_stampStrokeOpen = 1;
+    m_stampStrokeIndex = m_undoStack->index();
 }
 
 bool PhotoItem::stampPress(QPointF pos)
@@ -217,6 +218,9 @@ bool PhotoItem::stampPress(QPointF pos)
                              QMessageBox::Ok);
         return false;
     }
+    // The canvas drops a release outside the image: the stroke that ended
+    // there gets its undo entry now, before the new snapshot is taken.
+    stampRelease();
     if (m_stampSourceFresh == 1) {
         m_stampSourceFresh = 0;
         m_stampSourceMissing = 0;
@@ -224,7 +228,10 @@ bool PhotoItem::stampPress(QPointF pos)
         m_stampOffsetY = int(pos.y() - m_stampSource.y());
     }
     snapshotImage(*this);
-    m_stampStrokeOpen = 1;
+    m_stampStrokeIndex = m_undoStack->index();
+    // Unsaved from the first dab on, not only once the release records the
+    // stroke: a stroke whose release is lost must still be asked about.
+    m_saved = 0;
     stampPaint(pos);
     showStampPreview(*this, pos);
     refreshPhotoRect(*this, dabRect(*this, pos));
@@ -236,7 +243,7 @@ void PhotoItem::stampMove(QPointF pos)
     // Only a stroke whose press took the snapshot paints: a drag that began
     // outside the image, or after the warning, leaves the photo alone, so
     // nothing changes that its undo entry would not hold.
-    if (!m_stampStrokeOpen)
+    if (m_stampStrokeIndex < 0)
         return;
     stampPaint(pos);
     showStampPreview(*this, pos);
@@ -252,9 +259,17 @@ void PhotoItem::stampHover(QPointF pos)
 
 void PhotoItem::stampRelease()
 {
-    if (!m_stampStrokeOpen || m_imageBeforeJob.empty())
+    if (m_stampStrokeIndex < 0)
         return;
-    m_stampStrokeOpen = 0;
+    // The snapshot holds the image before this gesture only while nothing
+    // else entered the history since (a job, for one, takes its own copy
+    // into the same buffer); otherwise the gesture is left without an entry.
+    const bool snapshotValid = m_stampStrokeIndex == m_undoStack->index() && !m_imageBeforeJob.empty();
+    m_stampStrokeIndex = -1;
+    // An empty stroke box means nothing was painted (an Alt-click whose
+    // release was lost): no entry, rather than one of the whole image.
+    if (!snapshotValid || m_strokeMaxX < 0.0 || m_strokeMaxY < 0.0)
+        return;
     const cv::Rect rect = strokeBoxRect() & cv::Rect(0, 0, m_imageCols, m_imageRows);
     // The push runs the entry's redo at once, which also clears both
     // selections and the boxes and marks the photo unsaved.

@@ -605,6 +605,56 @@ private slots:
         QCOMPARE(m_item->getUndoStack()->count(), entries);
     }
 
+    void strokeReleasedOutsideIsRecordedAtTheNextPress()
+    {
+        // The canvas drops a release outside the image: the stroke must still
+        // mark the photo unsaved, and get its own undo entry at the next press.
+        useStamp(m_item);
+        m_item->recvLeftALTPressPoint(QPointF(20, 20));
+        m_item->recvReleasePoint(QPointF(20, 20));
+        QUndoStack *stack = m_item->getUndoStack();
+        QCOMPARE(stack->count(), 1);
+        m_item->m_saved = 1; // as after a save
+        m_item->recvLeftPressPoint(QPointF(60, 30));
+        QCOMPARE(m_item->m_saved, quint8(0));
+        m_item->recvLeftMovePoint(QPointF(80, 30));
+        m_item->recvLeftMovePoint(QPointF(95.5, 30)); // then off the right edge: no release
+        const cv::Mat firstStroke = m_item->m_image.clone();
+        QVERIFY(!sameBytes(firstStroke, m_original));
+
+        m_item->recvLeftPressPoint(QPointF(50, 60));
+        QCOMPARE(stack->count(), 2);
+        QCOMPARE(stack->text(1), QStringLiteral("stamp"));
+        m_item->recvReleasePoint(QPointF(50, 60));
+        QCOMPARE(stack->count(), 3);
+        stack->undo();
+        QVERIFY(sameBytes(m_item->m_image, firstStroke));
+        stack->undo();
+        QVERIFY(sameBytes(m_item->m_image, m_original));
+    }
+
+    void pendingStrokeIsDroppedOnceTheHistoryMoved()
+    {
+        // Once another entry has entered the history the snapshot may no
+        // longer be the image before the stroke: no entry is made from it.
+        useStamp(m_item);
+        m_item->recvLeftALTPressPoint(QPointF(20, 20));
+        m_item->recvReleasePoint(QPointF(20, 20));
+        m_item->recvLeftPressPoint(QPointF(60, 30));
+        QUndoStack *stack = m_item->getUndoStack();
+        stack->undo(); // the history moves while the release is missing
+        const int index = stack->index();
+        m_item->recvLeftPressPoint(QPointF(50, 60));
+        QCOMPARE(stack->index(), index);
+        m_item->recvReleasePoint(QPointF(50, 60));
+        QCOMPARE(stack->index(), index + 1);
+        // And a lost Alt-click release records nothing at all.
+        m_item->recvLeftALTPressPoint(QPointF(10, 10));
+        m_item->recvLeftALTPressPoint(QPointF(12, 12));
+        m_item->recvReleasePoint(QPointF(12, 12));
+        QCOMPARE(stack->index(), index + 2);
+    }
+
     void canvasPixmapStaysInStepWithTheImage()
     {
         useStamp(m_item, 24);
