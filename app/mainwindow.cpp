@@ -4,6 +4,7 @@
 #include "ui_mainwindow.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "pathbytes.h"
 
 #include <QDebug>
 #include <QFileDialog>
@@ -233,7 +234,7 @@ void MainWindow::openPhoto(const QString &path)
     // A readability test: the photo reads the file again itself.
     bool readable = false;
     {
-        const cv::Mat probe = cv::imread(std::string(path.toLocal8Bit().constData()), cv::IMREAD_COLOR);
+        const cv::Mat probe = cv::imread(pathBytes(path), cv::IMREAD_COLOR);
         readable = !probe.empty() && probe.cols <= kMaxImageSide && probe.rows <= kMaxImageSide;
     }
     if (!readable) {
