@@ -14,6 +14,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -70,12 +74,15 @@ struct DabColumns
     int first;
     int last;
 
+    bool contiguous; // inside first..last both step by exactly one pixel
+
     DabColumns(double x, int offsetX, int h, int n, int cols)
         : buffer(2 * size_t(n))
         , target(buffer.data())
         , source(buffer.data() + n)
         , first(n)
         , last(-1)
+        , contiguous(true)
     {
         for (int j = 0; j < n; ++j) {
             target[j] = int(j + x - h);
@@ -85,6 +92,11 @@ struct DabColumns
                 last = j;
             }
         }
+        // Truncation toward zero maps two columns onto column 0 at the left
+        // edge; there (and wherever rounding breaks the step) rows go pixel
+        // by pixel.
+        for (int j = first; j < last; ++j)
+            contiguous = contiguous && target[j + 1] == target[j] + 1 && source[j + 1] == source[j] + 1;
     }
 };
 
@@ -111,6 +123,59 @@ void discSpan(int i, int h, int *lo, int *hi)
         ++w;
     *lo = h - w;
     *hi = h + w;
+}
+
+// Blend weights of row i of the square for the columns lo..hi, by the rule:
+// the falloff raised by the hardness, times the opacity, at most 1, and 0
+// where the falloff is 0. The same floats as falloff() and blendWeight()
+// give pixel by pixel, computed a row at a time.
+void rowWeights(int i, int h, int lo, int hi, float hardness, float opacity, float *w)
+{
+    if (h == 0) { // one pixel: a plain copy
+        for (int j = lo; j <= hi; ++j)
+            w[j] = 1.0f;
+        return;
+    }
+    if (h > kExactDiscRadius) {
+        for (int j = lo; j <= hi; ++j)
+            w[j] = blendWeight(falloff(i, j, h), hardness, opacity);
+        return;
+    }
+    // Squared distances stay below 2^24 here, so they are exact both as
+    // integers and as floats, and match the rule's arithmetic; the four-wide
+    // version does the same single-precision operations (division, max and
+    // min for the clamps, a mask for the zero falloff) on four columns at once.
+    const int dy2 = (h - i) * (h - i);
+    const float scale = float(2 * h * h);
+    int j = lo;
+#ifdef __SSE2__
+    const __m128 half = _mm_set1_ps(0.5f), zero = _mm_setzero_ps(), one = _mm_set1_ps(1.0f);
+    const __m128 vscale = _mm_set1_ps(scale), vhard = _mm_set1_ps(hardness), vopa = _mm_set1_ps(opacity);
+    const __m128 vdy2 = _mm_set1_ps(float(dy2)), steps = _mm_setr_ps(0.0f, 1.0f, 2.0f, 3.0f);
+    for (; j + 3 <= hi; j += 4) {
+        const __m128 dx = _mm_sub_ps(_mm_set1_ps(float(h - j)), steps);
+        const __m128 d2 = _mm_add_ps(_mm_mul_ps(dx, dx), vdy2);
+        const __m128 f = _mm_max_ps(_mm_sub_ps(half, _mm_div_ps(d2, vscale)), zero);
+        const __m128 a = _mm_min_ps(_mm_max_ps(_mm_mul_ps(_mm_add_ps(f, vhard), vopa), zero), one);
+        _mm_storeu_ps(w + j, _mm_and_ps(_mm_cmpneq_ps(f, zero), a));
+    }
+#endif
+    for (; j <= hi; ++j) {
+        const float f0 = 0.5f - float((h - j) * (h - j) + dy2) / scale;
+        w[j] = blendWeight(f0 < 0.0f ? 0.0f : f0, hardness, opacity);
+    }
+}
+
+// One row of a dab where source and target do not overlap: every byte
+// becomes int(source x a + target x (1 - a)), a being its pixel's weight
+// (a weight of 0 gives the target back exactly).
+void blendRow(uchar *__restrict target, const uchar *__restrict source, const float *__restrict weight, int bytes)
+{
+#pragma omp simd
+    for (int k = 0; k < bytes; ++k) {
+        const float a = weight[k];
+        target[k] = uchar(int(float(source[k]) * a + float(target[k]) * (1.0f - a)));
+    }
 }
 
 // The square of target pixels a dab at pos may touch, clipped to the image.
@@ -286,14 +351,18 @@ void PhotoItem::stampPaint(QPointF pos)
     const double x = pos.x(), y = pos.y();
     const int rows = m_imageRows;
     const bool fenced = m_stampRegionActive != 0;
-    const float hardness = m_stampHardness, opacity = m_stampOpacity;
     const DabColumns columns(x, m_stampOffsetX, h, n, m_imageCols);
     if (columns.first > columns.last)
         return;
+    cv::AutoBuffer<float, 1024> weightBuffer(4 * size_t(n));
+    float *weight = weightBuffer.data();       // per column of the square
+    float *byteWeight = weightBuffer.data() + n; // per byte of a contiguous row
 
     // Row by row, left to right, reading the live image: source and target
     // are the same picture, so a dab that overlaps its own source copies what
-    // it has just written, as a stroke over its earlier dabs does.
+    // it has just written, as a stroke over its earlier dabs does. A row whose
+    // source is another row (or a part of the same row clear of the target)
+    // cannot see its own writes, and is blended in one sweep.
     for (int i = 0; i < n; ++i) {
         const int ty = int(i + y - h);
         const int sy = int(i + y - m_stampOffsetY - h);
@@ -303,22 +372,33 @@ void PhotoItem::stampPaint(QPointF pos)
         discSpan(i, h, &lo, &hi);
         lo = std::max(lo, columns.first);
         hi = std::min(hi, columns.last);
+        if (lo > hi)
+            continue;
+        rowWeights(i, h, lo, hi, m_stampHardness, m_stampOpacity, weight);
         uchar *target = m_image.ptr<uchar>(ty);
         const uchar *source = m_image.ptr<uchar>(sy);
-        const uchar *fence = fenced ? m_strokeBaseRed.ptr<uchar>(ty) : nullptr;
-        for (int j = lo; j <= hi; ++j) {
-            const int tx = columns.target[j];
+        if (fenced) {
             // Outside the region (R below 255) nothing is written; the
             // outline has R 255 and counts as inside.
-            if (fence && fence[4 * tx + 2] < 255)
-                continue;
-            // A one-pixel dab has no falloff (its radius is 0): it is a
-            // plain copy of the one pixel.
-            const float a = h == 0 ? 1.0f : blendWeight(falloff(i, j, h), hardness, opacity);
+            const uchar *fence = m_strokeBaseRed.ptr<uchar>(ty);
+            for (int j = lo; j <= hi; ++j)
+                if (fence[4 * columns.target[j] + 2] < 255)
+                    weight[j] = 0.0f;
+        }
+        const int t0 = columns.target[lo], s0 = columns.source[lo], count = hi - lo + 1;
+        const bool apart = sy != ty || s0 + count <= t0 || t0 + count <= s0;
+        if (columns.contiguous && apart) {
+            for (int k = 0; k < count; ++k)
+                byteWeight[3 * k] = byteWeight[3 * k + 1] = byteWeight[3 * k + 2] = weight[lo + k];
+            blendRow(target + 3 * t0, source + 3 * s0, byteWeight, 3 * count);
+            continue;
+        }
+        for (int j = lo; j <= hi; ++j) {
+            const float a = weight[j];
             if (a == 0.0f)
                 continue; // weight 0 writes the target back unchanged
             const float b = 1.0f - a;
-            uchar *t = target + 3 * tx;
+            uchar *t = target + 3 * columns.target[j];
             const uchar *s = source + 3 * columns.source[j];
             for (int c = 0; c < 3; ++c)
                 t[c] = uchar(int(float(s[c]) * a + float(t[c]) * b));
@@ -337,9 +417,10 @@ cv::Mat PhotoItem::stampPreview(QPointF pos)
     const int h = n >> 1;
     const double x = pos.x(), y = pos.y();
     const int rows = m_imageRows;
-    const float hardness = m_stampHardness, opacity = m_stampOpacity;
     cv::Mat preview = m_strokeBaseGreen(cv::Rect(0, 0, n, n));
     const DabColumns columns(x, m_stampOffsetX, h, n, m_imageCols);
+    cv::AutoBuffer<float, 512> weightBuffer(n);
+    float *weight = weightBuffer.data();
 
     // Each pixel takes the source's colour, and as alpha the dab's weight
     // scaled to 255 (0 outside the disc). Pixels whose target or source lies
@@ -351,18 +432,17 @@ cv::Mat PhotoItem::stampPreview(QPointF pos)
             continue;
         int lo, hi;
         discSpan(i, h, &lo, &hi);
+        lo = std::max(lo, columns.first);
+        hi = std::min(hi, columns.last);
+        if (lo <= hi)
+            rowWeights(i, h, lo, hi, m_stampHardness, m_stampOpacity, weight);
         const uchar *source = m_image.ptr<uchar>(sy);
         uchar *out = preview.ptr<uchar>(i);
         for (int j = columns.first; j <= columns.last; ++j) {
             const uchar *s = source + 3 * columns.source[j];
-            uchar *o = out + 4 * j;
-            o[0] = s[0];
-            o[1] = s[1];
-            o[2] = s[2];
-            float a = 0.0f;
-            if (j >= lo && j <= hi)
-                a = h == 0 ? 1.0f : blendWeight(falloff(i, j, h), hardness, opacity);
-            o[3] = uchar(int(255 * a));
+            const float a = j >= lo && j <= hi ? weight[j] : 0.0f;
+            const uchar pixel[4] = {s[0], s[1], s[2], uchar(int(255 * a))};
+            std::memcpy(out + 4 * j, pixel, 4);
         }
     }
     return preview;

@@ -15,6 +15,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <vector>
 
@@ -111,13 +112,18 @@ Timing stroke(PhotoItem &item, Canvas &canvas, int moves, double scale, bool ful
     const double cols = item.m_imageCols, rows = item.m_imageRows;
     item.recvLeftALTPressPoint(QPointF(cols * 0.25, rows * 0.3));
     item.recvReleasePoint(QPointF(cols * 0.25, rows * 0.3));
-    QPointF pos(cols * 0.5, rows * 0.5);
+    // A zigzag of about 6 screen pixels per move that stays on the photo:
+    // across the middle third and back, drifting up and down.
+    const double step = 6.0 / scale;
+    const double span = cols / 3.0;
+    QPointF pos(cols / 3.0, rows * 0.5);
     item.recvLeftPressPoint(pos);
     std::vector<double> doc, paint, both;
     QElapsedTimer timer;
     for (int k = 0; k < moves; ++k) {
-        // A wavy stroke of about 6 screen pixels per move.
-        pos += QPointF(6.0 / scale, ((k / 20) % 2 ? 3.0 : -3.0) / scale);
+        const double run = std::fmod((k + 1) * step, 2.0 * span);
+        pos = QPointF(cols / 3.0 + (run < span ? run : 2.0 * span - run),
+                      rows * 0.5 + ((k / 20) % 2 ? 0.5 : -0.5) * step * (k % 20));
         timer.start();
         item.recvLeftMovePoint(pos);
         item.recvLeftMoveNoPoint(pos);
@@ -168,24 +174,36 @@ int main(int argc, char **argv)
     } cases[] = {
         {"100%, dab rectangle", 1.0, false},
         {"fit, dab rectangle", fit, false},
+        // The main window's canvas on a 1600 x 1000 screen is 861 pixels wide.
+        {"fit 861 wide, dab rectangle", 861.0 / cols, false},
         {"100%, whole photo per move", 1.0, true},
         {"fit, whole photo per move", fit, true},
     };
+    // MERVANE_STAMP_CASE=k runs only the k-th case (0-based), for profiling.
+    const int only = qEnvironmentVariableIsSet("MERVANE_STAMP_CASE") ? qEnvironmentVariableIntValue("MERVANE_STAMP_CASE")
+                                                                     : -1;
     for (const Case &c : cases) {
+        if (only >= 0 && &c - cases != only)
+            continue;
         const Timing t = stroke(*item, canvas, c.full ? std::max(10, moves / 4) : moves, c.scale, c.full);
         std::printf("%-28s %8d %10.2f %8.2f %8.2f %8.2f\n", c.name, int(200 / c.scale), t.documentMs, t.repaintMs,
                     t.documentMs + t.repaintMs, t.p90Ms);
     }
 
+    if (only >= 0) {
+        delete item;
+        return 0;
+    }
+
     // Where a move's time goes at both zooms: the dab alone, and the preview
     // alone (a move under the button builds it, and the hover that the canvas
     // sends right after builds it again).
-    for (const double scale : {1.0, fit}) {
+    for (const double scale : {1.0, fit, 861.0 / cols}) {
         item->setScale(scale);
         std::vector<double> dab, preview;
         QElapsedTimer t;
         for (int k = 0; k < moves; ++k) {
-            const QPointF p(cols * 0.5 + k * 6.0 / scale, rows * 0.5);
+            const QPointF p(cols / 3.0 + std::fmod(k * 6.0 / scale, cols / 3.0), rows * 0.5);
             t.start();
             item->stampPaint(p);
             dab.push_back(t.nsecsElapsed() / 1e6);
