@@ -226,12 +226,10 @@ void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
     // Let go of the widget's reference for the moment, so that painting into
     // the pixmap does not detach a full copy of it.
     mid->setPixmap(QPixmap(), mid);
-    // B, G, R, 255 in memory is the toolkit's RGB32 on a little-endian
-    // machine, the format a pixmap of an opaque photo holds, so the patch is
-    // written row by row without a further conversion.
-    cv::Mat bgra;
-    cv::cvtColor(item.m_image(rect), bgra, cv::COLOR_BGR2BGRA);
-    const QImage patch(bgra.data, bgra.cols, bgra.rows, int(bgra.step), QImage::Format_RGB32);
+    // The image's own rows, B G R bytes, are wrapped without a copy; the
+    // painter converts them line by line as it writes.
+    const cv::Mat region = item.m_image(rect);
+    const QImage patch(region.data, region.cols, region.rows, int(region.step), QImage::Format_BGR888);
     {
         QPainter painter(&pixmap);
         painter.setCompositionMode(QPainter::CompositionMode_Source);
@@ -311,8 +309,10 @@ void PhotoItem::stampMove(QPointF pos)
     if (m_stampStrokeIndex < 0)
         return;
     stampPaint(pos);
-    showStampPreview(*this, pos);
     refreshPhotoRect(*this, dabRect(*this, pos));
+    // The preview of this point comes with the hover: both canvases follow
+    // every move with the button down by a move without it, at the same
+    // point, so building it here too would only be drawn over unchanged.
 }
 
 void PhotoItem::stampHover(QPointF pos)

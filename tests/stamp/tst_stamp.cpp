@@ -668,6 +668,10 @@ private slots:
             m_item->recvLeftMovePoint(QPointF(60 + 4 * k, 40 + 3.3 * k));
             m_item->recvLeftMoveNoPoint(QPointF(60 + 4 * k, 40 + 3.3 * k));
             QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+            // The preview on the canvas is the one of the image as painted.
+            QCOMPARE(m_green->paintMode, 1);
+            const cv::Mat shown = m_item->m_strokeBaseGreen(cv::Rect(0, 0, 24, 24)).clone();
+            QVERIFY(sameBytes(m_item->stampPreview(QPointF(60 + 4 * k, 40 + 3.3 * k)), shown));
         }
         m_item->recvReleasePoint(QPointF(95, 71));
         QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
