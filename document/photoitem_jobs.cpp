@@ -51,6 +51,16 @@ cv::Rect insideImage(const cv::Rect &rect, const cv::Mat &image)
     return rect & cv::Rect(0, 0, image.cols, image.rows);
 }
 
+// The box of every pixel that differs between two images of one size.
+cv::Rect changedBounds(const cv::Mat &a, const cv::Mat &b)
+{
+    cv::Mat diff;
+    cv::absdiff(a, b, diff);
+    cv::Mat changed;
+    cv::transform(diff, changed, cv::Matx13f(1, 1, 1));
+    return cv::boundingRect(changed);
+}
+
 // While a job runs, the progress dialog must stay up: a dialog hidden by
 // Escape or by the window manager's close would give the user the photo
 // back while the worker still writes into it. Both become a cancel request;
@@ -269,6 +279,12 @@ void PhotoItem::onQThreadFinished()
             rect = cv::Rect(cv::Point(m_moveX, m_moveY),
                             cv::Point(r.width + m_moveX + growX, r.height + m_moveY + growY));
             text = QStringLiteral("Smart Clone");
+            // These jobs write into the whole photo, and the clone synthesis
+            // also settles pixels around the piece: the entry holds all that
+            // changed, so that undo gives the photo back exactly.
+            const cv::Rect changed = changedBounds(m_image, m_imageBeforeJob);
+            if (!changed.empty())
+                rect |= changed;
             if (m_tool == 12) {
                 m_cloneGrowX = m_cloneGrowY = 0;
                 m_cloneGrowBaseX = m_cloneGrowBaseY = 0;

@@ -609,6 +609,44 @@ private slots:
         QVERIFY(samePixels(item->m_image, original));
     }
 
+    void pieceDragIsSettledByTheCloneSynthesis()
+    {
+        PhotoItem *item = load(m_smallPhoto);
+        item->recvSelectType(4, 10, 0);
+        paint(item, {QPointF(40, 40), QPointF(70, 50)}, 10);
+        const cv::Rect bounds = item->selectionBounds();
+        item->recvCloneCommand();
+        // Grab the piece and drag it 100 pixels to the right.
+        const QPointF grab(bounds.x + bounds.width / 2, bounds.y + bounds.height / 2);
+        item->recvLeftPressPoint(grab);
+        item->recvLeftMovePoint(grab + QPointF(50, 0));
+        item->recvLeftMovePoint(grab + QPointF(100, 0));
+        item->recvReleasePoint(grab + QPointF(100, 0));
+        QCOMPARE(item->m_moveX, bounds.x + 100);
+        QCOMPARE(item->m_clonePreview.size(), item->m_image.size());
+        const cv::Mat original = item->m_image.clone();
+        const int entries = item->getUndoStack()->count();
+
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvEraseCommand();
+        QCOMPARE(item->m_workerThread->m_jobType, 2);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        const cv::Rect moved(item->m_moveX, item->m_moveY, bounds.width, bounds.height);
+        QCOMPARE(item->getUndoStack()->count(), entries + 1);
+        QCOMPARE(item->getUndoStack()->text(entries), QString("Smart Clone"));
+        QVERIFY(!samePixels(original(moved), item->m_image(moved)));
+        // The synthesis settles pixels around the piece too; the entry
+        // holds the moved rectangle and all of those.
+        const cv::Rect entry = topCommand(item)->m_rect;
+        QVERIFY((entry & moved) == moved);
+        QCOMPARE(changedOutside(original, item->m_image, entry), 0);
+        const cv::Mat cloned = item->m_image.clone();
+        item->getUndoStack()->undo();
+        QVERIFY(samePixels(item->m_image, original));
+        item->getUndoStack()->redo();
+        QVERIFY(samePixels(item->m_image, cloned));
+    }
+
     void photoSideAbove16BitsNeverReachesTheEngine()
     {
         const QString path = m_dir.path() + "/wide.png";
