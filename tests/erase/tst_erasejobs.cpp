@@ -4,6 +4,7 @@
 // written straight into the layers here, as the selection tools would leave
 // them; tst_erasewindow paints them with the pointer.
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QListWidget>
 #include <QProgressBar>
 #include <QPushButton>
@@ -537,6 +538,31 @@ private slots:
         QCOMPARE(dialogOf(item)->parent(), nullptr);
     }
 
+    void pressOnCancelDragsNothingAndTheClickCancels()
+    {
+        PhotoItem *item = load(m_largePhoto);
+        item->recvSelectType(4, 6, 0);
+        paint(item, {QPointF(700, 600), QPointF(740, 620)}, 6);
+        const cv::Mat original = item->m_image.clone();
+        g_dialogPos = QPoint(200, 150);
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QVERIFY(startAndWaitForProgress(item));
+        processDialog *dialog = dialogOf(item);
+        QCOMPARE(dialog->pos(), QPoint(200, 150));
+        auto *button = dialog->findChild<QPushButton *>("pushButton");
+        QTest::mousePress(button, Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+        const QPoint far = dialog->mapToGlobal(QPoint(250, 250));
+        QMouseEvent move(QEvent::MouseMove, dialog->mapFromGlobal(far), far, Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(dialog, &move);
+        // The button took the press: the dialog stays where it is.
+        QCOMPARE(dialog->pos(), QPoint(200, 150));
+        QTest::mouseRelease(button, Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+        QCOMPARE(int(item->m_canceled), 1);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QVERIFY(samePixels(item->m_image, original));
+    }
+
     // ---------------------------------------------------------------- guards
 
     void emptySelectionLeavesThePhoto()
@@ -676,6 +702,8 @@ private slots:
         extendBox(item, {QPointF(0, 0), QPointF(63, 47)});
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
+        // Much smaller than 700: the crop is the whole photo.
+        QCOMPARE(cropOf(item), cv::Rect(0, 0, 64, 48));
         QVERIFY(finished.wait(kJobTimeoutMs));
         QVERIFY(!item->m_jobActive);
         QCOMPARE(item->m_image.size(), cv::Size(64, 48));
