@@ -113,8 +113,9 @@ void MainWindow::applySkin()
 
     // Header.
     ui->frame_header->setStyleSheet(QStringLiteral("QFrame#frame_header{background:#363538;}"));
-    ui->label_ico->setPixmap(QPixmap(QStringLiteral(":/image/32.png"))
-                                 .scaled(S(24), S(24), Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    const QPixmap icon(QStringLiteral(":/image/32.png"));
+    if (!icon.isNull())
+        ui->label_ico->setPixmap(icon.scaled(S(24), S(24), Qt::KeepAspectRatio, Qt::SmoothTransformation));
     ui->label_title->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;font-family:\"Lato\";}"));
     px(ui->label_title, 16);
     ui->label_version->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;font-family:\"Lato Light\";}"));
@@ -132,8 +133,9 @@ void MainWindow::applySkin()
     setToolLook(ui->pushButton_stamp_2, false);
     setColorLooks(true, false);
     setSizeControlVisible(true);
-    ui->label_5->setPixmap(QPixmap(QStringLiteral(":/image/line2.png"))
-                               .scaled(S(81), S(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    const QPixmap line(QStringLiteral(":/image/line2.png"));
+    if (!line.isNull())
+        ui->label_5->setPixmap(line.scaled(S(81), S(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
     ui->label_3->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;font-family:\"Lato\";}"));
     ui->label_3->setAlignment(Qt::AlignCenter);
     px(ui->label_3, 16);
