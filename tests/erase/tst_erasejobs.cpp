@@ -346,7 +346,7 @@ private slots:
         QVERIFY(!item->m_jobActive);
         QVERIFY(!item->m_workerThread->isRunning());
         QVERIFY(!dialogOf(item)->isVisible());
-        QTest::qWait(50);
+        QCoreApplication::processEvents();
         QCOMPARE(progress.count(), 0);
         QCOMPARE(finished.count(), 2);
         QCOMPARE(item->getUndoStack()->count(), 1);
@@ -578,8 +578,9 @@ private slots:
         item->recvEraseCommand();
         QCOMPARE(finished.count(), 1);
         QVERIFY(!item->m_jobActive);
+        QVERIFY(!item->m_workerThread->isRunning());
         QVERIFY(!dialogOf(item)->isVisible());
-        QTest::qWait(50);
+        QCoreApplication::processEvents();
         QCOMPARE(progress.count(), 0);
         QVERIFY(samePixels(item->m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);

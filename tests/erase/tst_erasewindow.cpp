@@ -40,7 +40,7 @@ class TestEraseWindow : public QObject
         if (m_w->photoItems().isEmpty())
             return nullptr;
         PhotoItem *item = m_w->photoItems().last();
-        QTest::qWait(20);
+        QCoreApplication::processEvents();
         return item;
     }
 
