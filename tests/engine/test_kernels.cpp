@@ -142,10 +142,11 @@ TEST(PatchDistance, BoundedFormIsExactBelowTheBound)
             const unsigned full = pm.patchDistance(target, a, b, source, c, d, mask);
             const unsigned limit = i % 3 == 0 ? full + 1 : unsigned(bound(rng));
             const unsigned bounded = pm.patchDistanceBelow(target, a, b, source, c, d, mask, limit);
-            if (full < limit)
+            if (full < limit) {
                 ASSERT_EQ(bounded, full);
-            else
+            } else {
                 ASSERT_GE(bounded, limit);
+            }
         }
     }
 }
@@ -221,8 +222,9 @@ TEST(VoteImage, WithoutVoteAllPixelsOutsideTheMaskEqualTheSource)
     pm.voteImage(src, out, field, mask, false, cost);
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 20; ++x)
-            if (mask.at<cv::Vec3b>(y, x)[0] != 255)
+            if (mask.at<cv::Vec3b>(y, x)[0] != 255) {
                 ASSERT_EQ(out.at<cv::Vec3b>(y, x), src.at<cv::Vec3b>(y, x)) << y << "," << x;
+            }
 }
 
 TEST(VoteImage, UpscaleServesAnOddFinerSize)
