@@ -674,6 +674,67 @@ private slots:
         QVERIFY(samePixels(item->m_image, cloned));
     }
 
+    void smartClonePieceGrownOverTheEdgeIsPastedOnThePhoto()
+    {
+        PhotoItem *item = load(m_smallPhoto);
+        item->recvSelectType(4, 10, 0);
+        paint(item, {QPointF(40, 40), QPointF(60, 55)}, 10);
+        const cv::Rect bounds = item->selectionBounds();
+        item->recvSelectType(12, 10, 0);
+        // Drag the piece against the right edge, then grow it by a handle,
+        // which does not look at the position: it now hangs over the edge.
+        const QPointF grab(bounds.x + bounds.width / 2, bounds.y + bounds.height / 2);
+        item->recvLeftPressPoint(grab);
+        item->recvLeftMovePoint(QPointF(235, 80));
+        item->recvReleasePoint(QPointF(235, 80));
+        QCOMPARE(item->m_moveX, 240 - bounds.width);
+        item->recvLeftMoveChangePoint(QPointF(0, 0), 20, 10, 0);
+        item->recvReleasePoint(QPointF(0, 0));
+        QCOMPARE(item->m_cloneGrowX, 20);
+        QVERIFY(item->m_moveX + bounds.width + item->m_cloneGrowX > 240);
+        const cv::Mat original = item->m_image.clone();
+
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvEraseCommand();
+        QVERIFY(item->m_jobActive);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        // Pasted whole, flush with the right edge.
+        const cv::Rect moved(240 - (bounds.width + 20), item->m_moveY, bounds.width + 20, bounds.height + 10);
+        QCOMPARE(item->m_moveX, moved.x);
+        QCOMPARE(item->getUndoStack()->text(item->getUndoStack()->count() - 1), QString("Smart Clone"));
+        QCOMPARE(topCommand(item)->m_rect, moved);
+        QCOMPARE(changedOutside(original, item->m_image, moved), 0);
+        QVERIFY(!samePixels(original(moved), item->m_image(moved)));
+        item->getUndoStack()->undo();
+        QVERIFY(samePixels(item->m_image, original));
+    }
+
+    void smartCloneCancelledGivesThePhotoBack()
+    {
+        PhotoItem *item = load(m_smallPhoto);
+        item->recvSelectType(4, 10, 0);
+        paint(item, {QPointF(40, 40), QPointF(60, 55)}, 10);
+        item->recvSelectType(12, 10, 0);
+        const cv::Rect bounds = item->selectionBounds();
+        const QPointF grab(bounds.x + bounds.width / 2, bounds.y + bounds.height / 2);
+        item->recvLeftPressPoint(grab);
+        item->recvLeftMovePoint(QPointF(150, 100));
+        item->recvReleasePoint(QPointF(150, 100));
+        const cv::Mat original = item->m_image.clone();
+        const cv::Mat red = item->m_inpaintMask.clone();
+        const int entries = item->getUndoStack()->count();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvEraseCommand();
+        // The paste has no point to stop at: it runs out and is undone.
+        item->recvCancelStatus();
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QCOMPARE(item->getUndoStack()->count(), entries);
+        // The piece's scratch in the green layer is not left on the screen.
+        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
+    }
+
     void photoSideAbove16BitsNeverReachesTheEngine()
     {
         const QString path = m_dir.path() + "/wide.png";
