@@ -395,6 +395,32 @@ private slots:
         QCOMPARE(item->getUndoStack()->count(), 0);
     }
 
+    void cancelTheMomentTheJobStarts()
+    {
+        PhotoItem *item = load(m_smallPhoto);
+        item->recvSelectType(4, 12, 0);
+        paint(item, {QPointF(100, 70), QPointF(140, 90)}, 12);
+        const cv::Mat original = item->m_image.clone();
+        const cv::Mat red = item->m_inpaintMask.clone();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvEraseCommand();
+        // Before the worker has looked at its cancel flag, or while it
+        // blacks out the hole: either way the photo comes back whole.
+        item->recvCancelStatus();
+        item->recvCancelStatus();
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QCOMPARE(finished.count(), 1);
+        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QCOMPARE(item->getUndoStack()->count(), 0);
+        // Cancel with no job does nothing.
+        item->recvCancelStatus();
+        QCoreApplication::processEvents();
+        QCOMPARE(finished.count(), 1);
+        QVERIFY(!item->m_jobActive);
+        QVERIFY(samePixels(item->m_image, original));
+    }
+
     void escapeOnTheDialogCancelsAndTheDialogStaysUntilTheEnd()
     {
         PhotoItem *item = load(m_largePhoto);
