@@ -3,7 +3,9 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
+#include "keyboardgrab.h"
 #include "photoitem.h"
+#include "removedialog.h"
 
 #include <QDebug>
 #include <QFileDialog>
@@ -31,27 +33,6 @@ void fixSize(QWidget *w, int width, int height)
 
 // Positions are stored in 16 bits by the engine, so no side may exceed this.
 constexpr int kMaxImageSide = 65535;
-
-// While a modal dialog of our own runs, the window gives the keyboard back so
-// that the dialog can be typed into; the grab returns afterwards.
-class KeyboardGrabPause
-{
-public:
-    explicit KeyboardGrabPause(QWidget *w) : m_w(w), m_had(QWidget::keyboardGrabber() == w)
-    {
-        if (m_had)
-            m_w->releaseKeyboard();
-    }
-    ~KeyboardGrabPause()
-    {
-        if (m_had)
-            m_w->grabKeyboard();
-    }
-
-private:
-    QWidget *m_w;
-    bool m_had;
-};
 
 } // namespace
 
@@ -85,6 +66,8 @@ MainWindow::MainWindow(QWidget *parent)
     m_undoGroup = new QUndoGroup(this);
     m_historyMenu = ui->pushButton_his->getMenu();
     ui->pushButton_his->setUndoGroup(m_undoGroup);
+    // The one question box, parentless, reused for every question.
+    m_removeDialog = new RemoveDialog;
 
     m_spaceHeld = false;
     m_isNormalSize = true;
@@ -117,6 +100,7 @@ MainWindow::~MainWindow()
         releaseKeyboard();
     qDeleteAll(m_photoItems);
     m_photoItems.clear();
+    delete m_removeDialog;
     delete ui;
 }
 
