@@ -3,8 +3,9 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
-#include "keyboardgrab.h"
+#include "keyboardgrabpause.h"
 #include "photoitem.h"
+#include "pathbytes.h"
 #include "removedialog.h"
 
 #include <QDebug>
@@ -217,7 +218,7 @@ void MainWindow::openPhoto(const QString &path)
     // A readability test: the photo reads the file again itself.
     bool readable = false;
     {
-        const cv::Mat probe = cv::imread(std::string(path.toLocal8Bit().constData()), cv::IMREAD_COLOR);
+        const cv::Mat probe = cv::imread(pathBytes(path), cv::IMREAD_COLOR);
         readable = !probe.empty() && probe.cols <= kMaxImageSide && probe.rows <= kMaxImageSide;
     }
     if (!readable) {

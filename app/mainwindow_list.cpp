@@ -3,7 +3,7 @@
 // the photo of the current row is wired to the canvases.
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
-#include "keyboardgrab.h"
+#include "keyboardgrabpause.h"
 #include "customitem.h"
 #include "photoitem.h"
 #include "removedialog.h"

@@ -3,7 +3,7 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
-#include "keyboardgrab.h"
+#include "keyboardgrabpause.h"
 #include "photoitem.h"
 #include "saveproposal.h"
 

@@ -5,7 +5,6 @@
 #include "ui_mainwindow.h"
 #include "globals.h"
 
-#include <QGraphicsDropShadowEffect>
 
 namespace {
 
@@ -114,8 +113,9 @@ void MainWindow::applySkin()
 
     // Header.
     ui->frame_header->setStyleSheet(QStringLiteral("QFrame#frame_header{background:#363538;}"));
-    ui->label_ico->setPixmap(QPixmap(QStringLiteral(":/image/32.png"))
-                                 .scaled(S(24), S(24), Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    const QPixmap icon(QStringLiteral(":/image/32.png"));
+    if (!icon.isNull())
+        ui->label_ico->setPixmap(icon.scaled(S(24), S(24), Qt::KeepAspectRatio, Qt::SmoothTransformation));
     ui->label_title->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;font-family:\"Lato\";}"));
     px(ui->label_title, 16);
     ui->label_version->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;font-family:\"Lato Light\";}"));
@@ -133,8 +133,9 @@ void MainWindow::applySkin()
     setToolLook(ui->pushButton_stamp_2, false);
     setColorLooks(true, false);
     setSizeControlVisible(true);
-    ui->label_5->setPixmap(QPixmap(QStringLiteral(":/image/line2.png"))
-                               .scaled(S(81), S(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    const QPixmap line(QStringLiteral(":/image/line2.png"));
+    if (!line.isNull())
+        ui->label_5->setPixmap(line.scaled(S(81), S(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
     ui->label_3->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;font-family:\"Lato\";}"));
     ui->label_3->setAlignment(Qt::AlignCenter);
     px(ui->label_3, 16);
@@ -162,12 +163,11 @@ void MainWindow::applySkin()
     ui->label_display_scale->setStyleSheet(QStringLiteral("QLabel{color:#e8e8e8;}"));
     px(ui->label_display_scale, 10);
 
-    // One shadow effect, handed on: it ends on the canvas back, its last owner.
-    auto *shadow = new QGraphicsDropShadowEffect(this);
-    shadow->setOffset(8, 8);
-    ui->widget_front->setGraphicsEffect(shadow);
-    ui->widget_mid->setGraphicsEffect(shadow);
-    ui->widget_back->setGraphicsEffect(shadow);
+    // The canvas back casts a drop shadow, offset (8, 8), under the image
+    // area. It is painted by the back widget itself rather than by a
+    // graphics effect: an effect re-renders the whole canvas stack on every
+    // brush step, which costs a large photo its fluid strokes.
+    ui->widget_back->setDropShadow(QPoint(8, 8), QColor(63, 63, 63, 180));
 
     // Welcome page and view widgets.
     const int welcomeYs[4] = {139, 249, 359, 469};
