@@ -131,19 +131,21 @@ public:
                 fd->reject();
                 return true;
             }
+            // The name field is filled directly: selectFile() leaves it alone
+            // while it has the keyboard focus.
+            auto *edit = fd->findChild<QLineEdit *>("fileNameEdit");
+            if (!edit)
+                return false;
             if (fd->acceptMode() == QFileDialog::AcceptOpen
                 && (fd->fileMode() == QFileDialog::Directory || fd->testOption(QFileDialog::ShowDirsOnly))) {
                 fd->setDirectory(paths.first());
-                if (auto *edit = fd->findChild<QLineEdit *>("fileNameEdit"))
-                    edit->clear();
-            } else if (paths.size() == 1) {
-                fd->selectFile(paths.first());
+                edit->clear();
             } else {
                 fd->setDirectory(QFileInfo(paths.first()).absolutePath());
-                QStringList quoted;
+                QStringList names;
                 for (const QString &p : paths)
-                    quoted << "\"" + QFileInfo(p).fileName() + "\"";
-                fd->selectFile(quoted.join(' '));
+                    names << QFileInfo(p).fileName();
+                edit->setText(names.size() == 1 ? names.first() : "\"" + names.join("\" \"") + "\"");
             }
             static_cast<QDialog *>(fd)->accept();
             // A dialog that has not taken the name yet stays open: try again.
