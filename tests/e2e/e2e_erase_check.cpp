@@ -137,15 +137,15 @@ int painted(const char *beforePath, const char *afterPath, int x, int y, int rad
 }
 
 // The work box of a stroke through the given points, as the photo keeps it
-// (left and top at the points, right and bottom one brush further), grown
-// for the engine.
+// (at the points, with one brush of margin on the right only), grown for the
+// engine.
 WorkBox workBoxOf(double x0, double y0, double x1, double y1, double r, int cols, int rows)
 {
     WorkBox box;
     box.minX = std::min(x0, x1);
     box.minY = std::min(y0, y1);
     box.maxX = std::max(x0, x1) + r;
-    box.maxY = std::max(y0, y1) + r;
+    box.maxY = std::max(y0, y1);
     return enlargeWorkBox(box, cols, rows);
 }
 

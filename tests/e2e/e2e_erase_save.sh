@@ -7,7 +7,8 @@
 #
 #   e2e_erase_save.sh <mervane binary> <work dir> <checker binary>
 #
-# Screenshots of every step stay in <work dir>/e2e_erase when the test fails.
+# Screenshots of every step stay in <work dir>/e2e_erase when the test fails
+# (or always, with MERVANE_E2E_KEEP=1).
 set -eu
 BIN=$1
 WORK=$2/e2e_erase
@@ -41,7 +42,7 @@ finish() {
   rc=$?
   [ -n "$PID" ] && kill "$PID" 2>/dev/null || true
   if [ $rc -eq 0 ]; then
-    rm -rf "$WORK"
+    [ "${MERVANE_E2E_KEEP:-0}" = 1 ] || rm -rf "$WORK"
   else
     import -window root "$WORK/zz-at-failure.png" 2>/dev/null || true
     echo "end-to-end erase failed; screenshots and log kept in $WORK"

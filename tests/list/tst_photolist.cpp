@@ -469,6 +469,46 @@ private slots:
         QCOMPARE(at, QPoint(corner.x() - d->width() / 3, corner.y() - d->height() / 3));
     }
 
+    void questionTextsShowWhole()
+    {
+        // A long file name is not shortened: it wraps inside the message's
+        // fixed height (and may be clipped there); the unsaved count's
+        // newline shows as a second line.
+        const QString longName = QString("a_very_long_file_name_").repeated(4) + ".png";
+        m_w->openPhoto(photo(longName));
+        m_w->photoItems().last()->m_saved = 0;
+        QString shown;
+        bool wraps = false;
+        int lines = 0;
+        ModalAnswers answers;
+        answers.then([&](QWidget *w) {
+            auto *d = qobject_cast<RemoveDialog *>(w);
+            if (!d)
+                return false;
+            auto *label = d->findChild<QLabel *>("label_2");
+            shown = label->text();
+            wraps = label->wordWrap();
+            d->done(RemoveDialog::Cancelled);
+            return true;
+        });
+        QCOMPARE(m_w->RecvDeleteItem(), 2);
+        QCOMPARE(shown, QString("Save changes to \"%1\" before closing?").arg(longName));
+        QVERIFY(wraps);
+        answers.then([&](QWidget *w) {
+            auto *d = qobject_cast<RemoveDialog *>(w);
+            if (!d)
+                return false;
+            auto *label = d->findChild<QLabel *>("label_2");
+            const QFontMetrics fm(label->font());
+            const int h = fm.boundingRect(label->contentsRect(), Qt::TextWordWrap, label->text()).height();
+            lines = qRound(double(h - fm.height()) / fm.lineSpacing()) + 1;
+            d->done(QDialog::Rejected);
+            return true;
+        });
+        ui->pushButton_remove->click();
+        QCOMPARE(lines, 2);
+    }
+
     // ------------------------------------------------------------ remove all
 
     void removeAllNamesTheUnsavedCount()
