@@ -7,6 +7,7 @@
 
 #include "progress.h"
 #include "threadfromqthread.h"
+#include "waitpolicy.h"
 #include "workbox.h"
 
 #include <QCoreApplication>
@@ -78,6 +79,7 @@ cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect 
 
 int main(int argc, char *argv[])
 {
+    restartWithPassiveWaitPolicy(argv);
     qInstallMessageHandler(quietHandler);
     // One line per error on stderr: OpenCV's own warnings stay silent.
     cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
