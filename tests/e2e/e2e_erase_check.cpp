@@ -13,9 +13,10 @@
 //       The stroke went from (x0, y0) to (x1, y1) in image pixels with a
 //       brush of <brush> screen pixels at display scale <scale>. Checks that
 //       the saved photo has the original's size, that no pixel outside the
-//       largest work box the stroke can give differs from the original, and
-//       that inside the stroke's core (within <core> image pixels of the
-//       stroke) the photo changed and the object is gone (much darker).
+//       largest work box the stroke can give differs from the original, that
+//       nothing beyond the brush's reach from the stroke changed, and that
+//       inside the stroke's core (within <core> image pixels of the stroke)
+//       the photo changed and the object is gone (much darker).
 #include "workbox.h"
 
 #include <opencv2/imgcodecs.hpp>
@@ -209,6 +210,25 @@ int compare(char **argv)
     }
     if (cv::countNonZero(any) > 0 && (outer.width >= original.cols && outer.height >= original.rows))
         std::fprintf(stderr, "note: the work box covers the whole photo\n");
+
+    // Only what was painted may change: nothing farther from the stroke than
+    // the brush's reach (half its thickness, or the radius of its dab) plus
+    // the pointer tolerance.
+    const double halfThickness = std::floor(brush / scale) / 2.0;
+    const double dabRadius = std::floor(std::floor(brush / 2) / scale);
+    const double reach = std::max(halfThickness, dabRadius) + t + 1.0;
+    cv::Mat band = cv::Mat::zeros(original.size(), CV_8UC1);
+    cv::line(band, cv::Point(int(x0), int(y0)), cv::Point(int(x1), int(y1)), cv::Scalar(255),
+             std::max(1, int(2 * reach)));
+    cv::circle(band, cv::Point(int(x0), int(y0)), int(reach), cv::Scalar(255), -1);
+    cv::circle(band, cv::Point(int(x1), int(y1)), int(reach), cv::Scalar(255), -1);
+    const int changedUnpainted = cv::countNonZero(any & ~band);
+    if (changedUnpainted != 0) {
+        const cv::Rect where = cv::boundingRect(any & ~band);
+        std::fprintf(stderr, "FAIL: %d pixels changed beyond the painted stroke, within %d,%d %dx%d\n",
+                     changedUnpainted, where.x, where.y, where.width, where.height);
+        ++failures;
+    }
 
     // The core of the stroke: within `core` image pixels of the segment.
     cv::Mat coreMask = cv::Mat::zeros(original.size(), CV_8UC1);
