@@ -3,10 +3,10 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
+#include "removedialog.h"
 #include "keyboardgrabpause.h"
 #include "photoitem.h"
 #include "pathbytes.h"
-#include "removedialog.h"
 
 #include <QDebug>
 #include <QFileDialog>
@@ -99,9 +99,9 @@ MainWindow::~MainWindow()
 {
     if (QWidget::keyboardGrabber() == this)
         releaseKeyboard();
+    delete m_removeDialog;
     qDeleteAll(m_photoItems);
     m_photoItems.clear();
-    delete m_removeDialog;
     delete ui;
 }
 
