@@ -196,9 +196,7 @@ void MainWindow::on_pushButton_select_photo_clicked()
 {
     if (!m_location.isEmpty() && m_openDir.isEmpty())
         m_openDir = m_location;
-    const QString filter = QStringLiteral(
-        "ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;"
-        "Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)");
+    const QString filter = QString::fromLatin1(openFilter());
     {
         KeyboardGrabPause pause(this);
         m_lastPhotoPath = QFileDialog::getOpenFileName(this, tr("Open Image"), m_openDir, filter);

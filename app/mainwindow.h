@@ -52,6 +52,8 @@ public:
     int RecvDeleteItem();
     // The suffix test of the folder command and of drag-enter.
     static bool hasAcceptedSuffix(const QString &fileName);
+    // The filter of both open dialogs (untranslated).
+    static const char *openFilter();
 
 
     // Menus, languages, links and settings.

@@ -55,13 +55,19 @@ bool MainWindow::hasAcceptedSuffix(const QString &fileName)
     return false;
 }
 
+const char *MainWindow::openFilter()
+{
+    return QT_TRANSLATE_NOOP("MainWindow",
+                             "ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;"
+                             "Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;"
+                             "EXR(*.EXR);;JP2(*.JP2)");
+}
+
 void MainWindow::on_pushButton_add_clicked()
 {
     if (!m_location.isEmpty() && m_openDir.isEmpty())
         m_openDir = m_location;
-    const QString filter = tr(
-        "ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;"
-        "Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)");
+    const QString filter = tr(openFilter());
     QStringList paths;
     {
         KeyboardGrabPause pause(this);

@@ -211,6 +211,9 @@ private slots:
         QCOMPARE(answers.answered(), 1);
         QCOMPARE(seen.title, QString("Open Image"));
         QCOMPARE(seen.mode, QFileDialog::ExistingFiles);
+        QCOMPARE(seen.nameFilters.size(), 9);
+        QCOMPARE(seen.nameFilters.first(), QString("ALL Formats(*.*)"));
+        QCOMPARE(seen.nameFilters.last(), QString("JP2(*.JP2)"));
         QCOMPARE(seen.directory, m_dir.path());
         QCOMPARE(fileNames().size(), 3);
         QCOMPARE(fileNames().first(), QString("one.png"));
