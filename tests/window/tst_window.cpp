@@ -184,6 +184,35 @@ private slots:
         QVERIFY(!m_w->isVisible());
     }
 
+    void onlyAChangedImageIsAskedAbout()
+    {
+        // A selection is not a change of the photo; an image change is, and
+        // Undo does not take it back; a save does.
+        PhotoItem *item = openPhoto("ask.png");
+        pushEntry(item, "Brush");
+        QCOMPARE(item->m_saved, quint8(1));
+        const cv::Rect r(0, 0, 4, 4);
+        cv::Mat after(4, 4, CV_8UC3, cv::Scalar(1, 2, 3));
+        const cv::Mat before = item->getImage()(r).clone();
+        item->getUndoStack()->push(new Command(after, before, QPointF(0, 0), QPointF(4, 4), "Erase", item, r));
+        QCOMPARE(item->m_saved, quint8(0));
+        m_w->on_pushButton_undo_clicked();
+        QCOMPARE(item->m_saved, quint8(0));
+        ModalAnswers answers;
+        QStringList texts;
+        answers.then(ModalAnswers::question(RemoveDialog::Cancelled, &texts));
+        ui->pushButton_close->click();
+        QCOMPARE(texts, QStringList({"Save changes to \"ask.png\" before closing?"}));
+        QVERIFY(m_w->isVisible());
+        QTemporaryDir out;
+        answers.then(ModalAnswers::files({out.path() + "/ask_Copy.png"}));
+        ui->pushButton_save->click();
+        QCOMPARE(item->m_saved, quint8(1));
+        ui->pushButton_close->click();
+        QCOMPARE(answers.answered(), 2);
+        QVERIFY(!m_w->isVisible());
+    }
+
     // ------------------------------------------------------------ keys
 
     void keysReachTheWindowWhateverHasTheFocus()
