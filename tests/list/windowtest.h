@@ -7,7 +7,9 @@
 
 #include <QApplication>
 #include <QDebug>
+#include <QDialog>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -78,8 +80,10 @@ public:
     void then(Handler h)
     {
         m_handlers.append(std::move(h));
-        if (m_handlers.size() == 1)
+        if (m_handlers.size() == 1) {
+            m_waiting.start();
             schedule();
+        }
     }
     int answered() const { return m_answered; }
     int pending() const { return m_handlers.size(); }
@@ -168,12 +172,24 @@ private:
         if (w && w->isVisible() && m_handlers.first()(w)) {
             m_handlers.removeFirst();
             ++m_answered;
+            m_waiting.start();
+        } else if (w && w->isVisible() && m_waiting.elapsed() > kPatienceMs) {
+            // A dialog no handler takes would block the test until its
+            // timeout: close it, and leave the count short so the test fails.
+            qWarning() << "unexpected modal dialog closed:" << w->metaObject()->className() << w->windowTitle();
+            if (auto *d = qobject_cast<QDialog *>(w))
+                d->reject();
+            else
+                w->close();
+            m_waiting.start();
         }
         if (!m_handlers.isEmpty())
             schedule();
     }
 
+    static constexpr qint64 kPatienceMs = 15000;
     QList<Handler> m_handlers;
+    QElapsedTimer m_waiting;
     int m_answered = 0;
 };
 
