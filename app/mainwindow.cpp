@@ -4,6 +4,7 @@
 #include "ui_mainwindow.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "studydialog.h"
 
 #include <QDebug>
 #include <QFileDialog>
@@ -80,6 +81,7 @@ MainWindow::MainWindow(QWidget *parent)
     // ---- Dialogs: m_removeDialog and m_studyDialog (both parentless) are made
     // here once their classes are part of the build. Until then both stay null
     // and every user of them checks for that.
+    m_studyDialog = new StudyDialog;
     // ---- end of dialogs
 
     m_undoGroup = new QUndoGroup(this);
@@ -117,6 +119,9 @@ MainWindow::~MainWindow()
         releaseKeyboard();
     qDeleteAll(m_photoItems);
     m_photoItems.clear();
+    // Made without a parent, so they are ours to end.
+    delete m_studyDialog;
+    delete m_languageMenu;
     delete ui;
 }
 

@@ -446,6 +446,10 @@ void applyWindowSkin(QWidget *window)
         sheet(window, tool.first, toolButtonSheet(tool.second, tool.second == Tool::PenPlus));
     text(window, "label", lato, 10);
     text(window, "label_2", lato, 10);
+    // The column's word and the size readout sit centred over its buttons.
+    for (const char *name : {"label_3", "label", "label_2"})
+        if (auto *label = child<QLabel>(window, name))
+            label->setAlignment(Qt::AlignCenter);
     sheet(window, "verticalSlider", brushSliderSheet());
     sheet(window, "pushButton_red", colourButtonSheet(0, true));
     sheet(window, "pushButton_green", colourButtonSheet(1, false));

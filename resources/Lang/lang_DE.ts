@@ -2,6 +2,29 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>CustomWidget</name>
+    <message>
+        <source>Fit to screen       </source>
+        <translation>An Fenster anpassen</translation>
+    </message>
+    <message>
+        <source>100%</source>
+        <translation>100%</translation>
+    </message>
+    <message>
+        <source>200%</source>
+        <translation>200%</translation>
+    </message>
+    <message>
+        <source>Zoom In</source>
+        <translation>Vergrößern</translation>
+    </message>
+    <message>
+        <source>Zoom Out</source>
+        <translation>Verkleinern</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Hardness:</source>
@@ -161,32 +184,45 @@
     </message>
     <message>
         <source>Save changes to &quot;%1&quot; before closing?</source>
-        <translation>Änderungen an &quot;%1&quot; vor dem Schließen speichern?</translation>
+        <translation type="vanished">Änderungen an &quot;%1&quot; vor dem Schließen speichern?</translation>
     </message>
     <message>
         <source>You have %1 unsaved files. 
 Do you want to remove all the files?</source>
-        <translation>Sie haben %1 ungespeicherte Dateien. 
+        <translation type="vanished">Sie haben %1 ungespeicherte Dateien. 
 Möchten Sie alle Dateien entfernen?</translation>
     </message>
     <message>
         <source>Do you want to remove all the files?</source>
-        <translation>Möchten Sie alle Dateien entfernen?</translation>
-    </message>
-</context>
-<context>
-    <name>processDialog</name>
-    <message>
-        <source>Mervane</source>
-        <translation>Mervane</translation>
+        <translation type="vanished">Möchten Sie alle Dateien entfernen?</translation>
     </message>
     <message>
-        <source>Erase  processing ...</source>
-        <translation>Entfernen  läuft ...</translation>
+        <source>Version:1.2.2 x64</source>
+        <translation>Version:1.2.2 x64</translation>
     </message>
     <message>
-        <source>Cancel</source>
-        <translation>Abbrechen</translation>
+        <source>30</source>
+        <translation>30</translation>
+    </message>
+    <message>
+        <source>0</source>
+        <translation>0</translation>
+    </message>
+    <message>
+        <source>hardness:</source>
+        <translation>Härte:</translation>
+    </message>
+    <message>
+        <source>TextLabel</source>
+        <translation>TextLabel</translation>
+    </message>
+    <message>
+        <source>   Erase</source>
+        <translation>   Entfernen</translation>
+    </message>
+    <message>
+        <source>Open Image</source>
+        <translation>Bild öffnen</translation>
     </message>
 </context>
 <context>
@@ -244,26 +280,18 @@ Möchten Sie alle Dateien entfernen?</translation>
     </message>
 </context>
 <context>
-    <name>CustomWidget</name>
+    <name>processDialog</name>
     <message>
-        <source>Fit to screen       </source>
-        <translation>An Fenster anpassen</translation>
+        <source>Mervane</source>
+        <translation>Mervane</translation>
     </message>
     <message>
-        <source>100%</source>
-        <translation>100%</translation>
+        <source>Erase  processing ...</source>
+        <translation>Entfernen  läuft ...</translation>
     </message>
     <message>
-        <source>200%</source>
-        <translation>200%</translation>
-    </message>
-    <message>
-        <source>Zoom In</source>
-        <translation>Vergrößern</translation>
-    </message>
-    <message>
-        <source>Zoom Out</source>
-        <translation>Verkleinern</translation>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
     </message>
 </context>
 </TS>
