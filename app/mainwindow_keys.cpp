@@ -28,7 +28,19 @@ void MainWindow::mouseMoveEvent(QMouseEvent *event)
 
 void MainWindow::keyPressEvent(QKeyEvent *event)
 {
-    QMainWindow::keyPressEvent(event); // Filled with the keyboard work.
+    // The bracket keys step the brush size by 5 through the slider, which
+    // clamps to its range and reports the new size. Space, Alt and Escape
+    // are filled with the keyboard work.
+    switch (event->key()) {
+    case Qt::Key_BracketLeft:
+        ui->verticalSlider->setValue(m_brushSize - 5);
+        return;
+    case Qt::Key_BracketRight:
+        ui->verticalSlider->setValue(m_brushSize + 5);
+        return;
+    default:
+        QMainWindow::keyPressEvent(event);
+    }
 }
 
 void MainWindow::keyReleaseEvent(QKeyEvent *event)

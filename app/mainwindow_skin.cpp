@@ -5,6 +5,8 @@
 #include "ui_mainwindow.h"
 #include "skin.h"
 
+#include <QGraphicsEffect>
+
 namespace {
 
 // The buttons whose look says which tool is in force, with their sprite rows.
@@ -74,6 +76,12 @@ void MainWindow::applySkin()
     setColorLooks(true, false);
     setFoldArrowLook();
     setSizeControlVisible(true);
+
+    // The canvas back paints its shadow itself, at the skin's offset: a
+    // graphics effect would re-render the whole canvas stack on every brush
+    // step, which costs a large photo its fluid strokes.
+    ui->widget_back->setGraphicsEffect(nullptr);
+    ui->widget_back->setDropShadow(QPoint(Skin::kShadowOffset, Skin::kShadowOffset), QColor(63, 63, 63, 180));
 
     // The two pages show the main background between their frames.
     const QString pageBack = QStringLiteral("QWidget#%1{background:%2;}");

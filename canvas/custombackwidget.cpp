@@ -1,5 +1,6 @@
 #include "custombackwidget.h"
 
+#include <QPainter>
 #include <QPixmap>
 #include <QResizeEvent>
 
@@ -54,4 +55,21 @@ void CustomBackWidget::layoutBackdrop()
         y = (viewH - h) >> 1;
     }
     m_backdropLabel->setGeometry(x, y, drawW, drawH);
+    update(); // the shadow follows the image area
+}
+
+void CustomBackWidget::setDropShadow(QPoint offset, QColor colour)
+{
+    m_shadowOffset = offset;
+    m_shadowColour = colour;
+    update();
+}
+
+void CustomBackWidget::paintEvent(QPaintEvent *)
+{
+    if (!m_shadowColour.isValid() || m_cols <= 0 || m_rows <= 0)
+        return;
+    // Only the part beside the image shows; the photo covers the rest.
+    QPainter p(this);
+    p.fillRect(m_backdropLabel->geometry().translated(m_shadowOffset), m_shadowColour);
 }

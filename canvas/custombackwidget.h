@@ -1,6 +1,7 @@
 #ifndef CUSTOMBACKWIDGET_H
 #define CUSTOMBACKWIDGET_H
 
+#include <QColor>
 #include <QLabel>
 #include <QWidget>
 
@@ -15,10 +16,13 @@ public:
     void setImageSize(int cols, int rows, QWidget *source);
     void setScale(double scale);
     double scale() const { return m_scale; }
+    // A shadow of the image area, painted under it at the given offset.
+    void setDropShadow(QPoint offset, QColor colour);
     QRect backdropGeometry() const { return m_backdropLabel->geometry(); }
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
 
 private:
     void layoutBackdrop();
@@ -28,6 +32,8 @@ private:
     int m_cols = 0;
     int m_rows = 0;
     double m_scale = 1.0;
+    QPoint m_shadowOffset;
+    QColor m_shadowColour;
 };
 
 #endif // CUSTOMBACKWIDGET_H

@@ -509,7 +509,7 @@ void applyCanvasShadow(QWidget *front, QWidget *mid, QWidget *back)
     if (!front && !mid && !back)
         return;
     auto *shadow = new QGraphicsDropShadowEffect;
-    shadow->setOffset(8, 8);
+    shadow->setOffset(kShadowOffset, kShadowOffset);
     shadow->setBlurRadius(18);
     shadow->setColor(QColor(0, 0, 0, 150));
     for (QWidget *w : {front, mid, back})

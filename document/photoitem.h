@@ -194,7 +194,14 @@ private:
     void closeRedOrGreenPolygon(const cv::Rect &rect);
     void grabAt(QPointF pos);
     void dragPiece(QPointF pos);
-    void showMovedPiece();
+    void showMovedPiece(const cv::Mat &piece);
+
+    // The stamp's share of the pointer events (photoitem_stamp.cpp).
+    // stampPress returns false when the press must go no further.
+    bool stampPress(QPointF pos);
+    void stampMove(QPointF pos);
+    void stampHover(QPointF pos);
+    void stampRelease();
 };
 
 #endif // PHOTOITEM_H

@@ -54,6 +54,13 @@ public:
                                const cv::Mat &source, int sourceRow, int sourceCol,
                                const cv::Mat &mask) const;
 
+    // The same cost when it is below `bound`; otherwise some value of at
+    // least `bound` (the sum stops as soon as the candidate has lost). What
+    // improveMatch uses: only "d < current cost" decides there.
+    unsigned int patchDistanceBelow(const cv::Mat &target, int targetRow, int targetCol,
+                                    const cv::Mat &source, int sourceRow, int sourceCol,
+                                    const cv::Mat &mask, unsigned int bound) const;
+
     // --- Field set-up ----------------------------------------------------
     void initFieldRandom(const cv::Mat &source, const cv::Mat &target, const cv::Mat &mask,
                          cv::Mat &field, cv::Mat &cost);
@@ -136,6 +143,10 @@ public slots:
     void receiveCancelStatus();
 
 private:
+    template <bool Bounded>
+    unsigned int patchDistanceImpl(const cv::Mat &target, int targetRow, int targetCol,
+                                   const cv::Mat &source, int sourceRow, int sourceCol,
+                                   const cv::Mat &mask, unsigned int bound) const;
     bool cancelled() const { return m_cancel.load(std::memory_order_relaxed); }
     // The walk shared by both erase drivers; a null holeMap means a plain
     // erase (hole from m_eraseMap), otherwise a donor-guided one.

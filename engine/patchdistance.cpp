@@ -11,12 +11,24 @@ namespace {
 // weighted difference (10 * 255 * 255 = 650,250).
 constexpr int64_t kMissingPenalty = 655350;
 
+// The result scale: sum over the penalty of a fully missing patch, times
+// 65535, truncated. Monotone in sum.
+inline unsigned int scaled(int64_t sum, int side)
+{
+    const double total = double(side) * double(side) * double(kMissingPenalty);
+    return static_cast<unsigned int>(double(sum) / total * 65535.0);
+}
+
 } // namespace
 
-unsigned int MyPatchMatch::patchDistance(const cv::Mat &target, int targetRow, int targetCol,
-                                         const cv::Mat &source, int sourceRow, int sourceCol,
-                                         const cv::Mat &mask) const
+template <bool Bounded>
+unsigned int MyPatchMatch::patchDistanceImpl(const cv::Mat &target, int targetRow, int targetCol,
+                                             const cv::Mat &source, int sourceRow, int sourceCol,
+                                             const cv::Mat &mask, unsigned int bound) const
 {
+    // Nothing beats a perfect match.
+    if (Bounded && bound == 0)
+        return 0;
     const int R = m_patchRadius;
     const int side = 2 * R + 1;
     const bool donorMode = (m_eraseMode == 2);
@@ -35,6 +47,8 @@ unsigned int MyPatchMatch::patchDistance(const cv::Mat &target, int targetRow, i
         const int sy = sourceRow + dy;
         if (ty < 0 || ty >= tRows || sy < 0 || sy >= sRows || inside == 0) {
             sum += side * kMissingPenalty;
+            if (Bounded && scaled(sum, side) >= bound)
+                return bound;
             continue;
         }
         sum += (side - inside) * kMissingPenalty;
@@ -69,8 +83,27 @@ unsigned int MyPatchMatch::patchDistance(const cv::Mat &target, int targetRow, i
             }
             sum += rowSum;
         }
+        // Every term is positive, so the result can only grow: once it
+        // reaches the bound the candidate has lost, whatever the rest adds.
+        if (Bounded && scaled(sum, side) >= bound)
+            return bound;
     }
 
-    const double total = double(side) * double(side) * double(kMissingPenalty);
-    return static_cast<unsigned int>(double(sum) / total * 65535.0);
+    return scaled(sum, side);
+}
+
+unsigned int MyPatchMatch::patchDistance(const cv::Mat &target, int targetRow, int targetCol,
+                                         const cv::Mat &source, int sourceRow, int sourceCol,
+                                         const cv::Mat &mask) const
+{
+    return patchDistanceImpl<false>(target, targetRow, targetCol, source, sourceRow, sourceCol,
+                                    mask, 0);
+}
+
+unsigned int MyPatchMatch::patchDistanceBelow(const cv::Mat &target, int targetRow, int targetCol,
+                                              const cv::Mat &source, int sourceRow, int sourceCol,
+                                              const cv::Mat &mask, unsigned int bound) const
+{
+    return patchDistanceImpl<true>(target, targetRow, targetCol, source, sourceRow, sourceCol,
+                                   mask, bound);
 }

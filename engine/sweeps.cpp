@@ -23,8 +23,9 @@ void MyPatchMatch::improveMatch(const cv::Mat &source, const cv::Mat &target, cv
     // stores; another sweep may see one without the other, which only makes
     // a later candidate win or lose wrongly once.
     auto tryMatch = [&](int cx, int cy) {
-        const unsigned d = patchDistance(target, y, x, source, cy, cx, mask);
-        if (d < unsigned(loadCell(costCell))) {
+        const unsigned current = unsigned(loadCell(costCell));
+        const unsigned d = patchDistanceBelow(target, y, x, source, cy, cx, mask, current);
+        if (d < current) {
             storeCell(cell, cx);
             storeCell(cell + 1, cy);
             storeCell(costCell, int(d));

@@ -6,65 +6,67 @@
 #include "enginecells.h"
 
 #include <algorithm>
-#include <vector>
+#include <cstdint>
 
 using engine::loadCell;
 
 namespace {
 
-// Per-row scratch: one entry per voter, (2R + 1)^2 of them at most.
-struct Voters
+// Weighted histograms of one pixel's voters, one per channel, with a bitmap
+// of the bins in use so that neither clearing nor walking them touches the
+// empty ones. Bins are filled in voter order, as a full histogram would be,
+// and walked in ascending order; empty bins would add 0.0 and change
+// nothing, so the trimmed mean is bit for bit that of the full walk.
+struct VoteHistograms
 {
-    explicit Voters(int capacity)
-        : weight(capacity), value0(capacity), value1(capacity), value2(capacity),
-          sortedValue(capacity), sortedWeight(capacity)
-    {}
-    int count = 0;
-    std::vector<double> weight;
-    std::vector<uchar> value0, value1, value2;
-    std::vector<uchar> sortedValue;
-    std::vector<double> sortedWeight;
-};
+    double bin[3][256] = {};
+    uint64_t used[3][4] = {};
 
-// The trimmed weighted mean of one channel. Equivalent, bit for bit, to
-// walking a 256-bin weighted histogram filled in voter order: the voters are
-// sorted stably by value, equal values are summed in voter order (that is a
-// bin), and the bins are walked in ascending order. Empty bins add 0.0,
-// which changes nothing, so they can be left out.
-int trimmedMean(const uchar *value, const double *weight, int n, double wsum, uchar *v, double *w)
-{
-    for (int i = 0; i < n; ++i) {
-        int j = i;
-        while (j > 0 && v[j - 1] > value[i]) {
-            v[j] = v[j - 1];
-            w[j] = w[j - 1];
-            --j;
+    void add(int c, int v, double w)
+    {
+        bin[c][v] += w;
+        used[c][v >> 6] |= uint64_t(1) << (v & 63);
+    }
+
+    void clear(int c)
+    {
+        for (int word = 0; word < 4; ++word) {
+            for (uint64_t m = used[c][word]; m; m &= m - 1)
+                bin[c][word * 64 + __builtin_ctzll(m)] = 0.0;
+            used[c][word] = 0;
         }
-        v[j] = value[i];
-        w[j] = weight[i];
     }
 
-    const double lower = 0.3 * wsum;
-    const double upper = 0.7 * wsum;
-    double running = 0.0, numerator = 0.0, denominator = 0.0;
-    for (int i = 0; i < n;) {
-        const int bin = v[i];
-        double h = 0.0;
-        while (i < n && v[i] == bin)
-            h += w[i++];
-        running += h;
-        if (running < lower)
-            continue;
-        denominator += h;
-        numerator += bin * h;
-        if (running > upper)
-            break;
+    // Trimmed weighted mean of channel c between 30 % and 70 % of wsum;
+    // clears the channel for the next pixel.
+    int trimmedMean(int c, double wsum)
+    {
+        const double lower = 0.3 * wsum;
+        const double upper = 0.7 * wsum;
+        double running = 0.0, numerator = 0.0, denominator = 0.0;
+        bool done = false;
+        for (int word = 0; word < 4 && !done; ++word) {
+            for (uint64_t m = used[c][word]; m; m &= m - 1) {
+                const int v = word * 64 + __builtin_ctzll(m);
+                const double h = bin[c][v];
+                running += h;
+                if (running < lower)
+                    continue;
+                denominator += h;
+                numerator += v * h;
+                if (running > upper) {
+                    done = true;
+                    break;
+                }
+            }
+        }
+        clear(c);
+        // The tolerance keeps rounding error from truncating a whole value to
+        // the one below it: a single bin of value v must vote v, and
+        // v * h / h may come out a hair under v in floating point.
+        return denominator > 0.0 ? int(numerator / denominator + 1e-9) : -1;
     }
-    // The tolerance keeps rounding error from truncating a whole value to the
-    // one below it: a single bin of value v must vote v, and v * h / h may
-    // come out a hair under v in floating point.
-    return denominator > 0.0 ? int(numerator / denominator + 1e-9) : -1;
-}
+};
 
 } // namespace
 
@@ -81,10 +83,12 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
 
     // Each pixel reads the field, the cost map and source and writes only
     // its own pixel of out; the field is stable between sweeps, so the rows
-    // can be voted in parallel with the same result as one pass.
-#pragma omp parallel for schedule(static)
+    // can be voted in parallel with the same result as one pass. Rows
+    // through the hole cost far more than the others: hand them out in
+    // small chunks.
+#pragma omp parallel for schedule(dynamic, 4)
     for (int y = 0; y < rows; ++y) {
-        Voters voters((2 * R + 1) * (2 * R + 1));
+        VoteHistograms histograms;
         const uchar *ownMask = mask.ptr<uchar>(y);
         const uchar *src = source.ptr<uchar>(y);
         uchar *dst = out.ptr<uchar>(y);
@@ -94,7 +98,6 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
             // so the sum may stop as soon as it reaches 1.0.
             const bool totalOnly = !voteAll && ownMask[3 * x] != 255;
             double wsum = 0.0;
-            voters.count = 0;
             for (int dy = -R; dy <= R && !(totalOnly && wsum >= 1.0); ++dy) {
                 const int yy = y + dy;
                 if (yy < 0 || yy >= reachRows)
@@ -122,26 +125,25 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
                     if (totalOnly)
                         continue;
                     const uchar *p = source.ptr<uchar>(vy) + 3 * vx;
-                    const int k = voters.count++;
-                    voters.weight[k] = w;
-                    voters.value0[k] = p[0];
-                    voters.value1[k] = p[1];
-                    voters.value2[k] = p[2];
+                    histograms.add(0, p[0], w);
+                    histograms.add(1, p[1], w);
+                    histograms.add(2, p[2], w);
                 }
             }
-            if (wsum < 1.0)
+            if (wsum < 1.0) {
+                if (!totalOnly)
+                    for (int c = 0; c < 3; ++c)
+                        histograms.clear(c);
                 continue;
+            }
             if (totalOnly) {
                 dst[3 * x] = src[3 * x];
                 dst[3 * x + 1] = src[3 * x + 1];
                 dst[3 * x + 2] = src[3 * x + 2];
                 continue;
             }
-            const uchar *channels[3] = {voters.value0.data(), voters.value1.data(),
-                                        voters.value2.data()};
             for (int c = 0; c < 3; ++c) {
-                const int v = trimmedMean(channels[c], voters.weight.data(), voters.count, wsum,
-                                          voters.sortedValue.data(), voters.sortedWeight.data());
+                const int v = histograms.trimmedMean(c, wsum);
                 if (v >= 0)
                     dst[3 * x + c] = uchar(v);
             }

@@ -126,6 +126,30 @@ TEST(PatchDistance, EqualsReferenceOnRandomInputs)
     }
 }
 
+TEST(PatchDistance, BoundedFormIsExactBelowTheBound)
+{
+    std::mt19937 rng(41);
+    MyPatchMatch pm;
+    const cv::Mat target = randomImage(rng, 30, 30), source = randomImage(rng, 30, 30);
+    cv::Mat mask = randomMask(rng, 30, 30, 15);
+    pm.m_donorLevelMask = randomMask(rng, 30, 30, 50);
+    std::uniform_int_distribution<int> pos(-3, 32), bound(0, 65535);
+    for (int mode = 0; mode <= 2; ++mode) {
+        pm.m_eraseMode = mode;
+        for (int i = 0; i < 5000; ++i) {
+            const int a = std::clamp(pos(rng), 0, 29), b = std::clamp(pos(rng), 0, 29);
+            const int c = pos(rng), d = pos(rng);
+            const unsigned full = pm.patchDistance(target, a, b, source, c, d, mask);
+            const unsigned limit = i % 3 == 0 ? full + 1 : unsigned(bound(rng));
+            const unsigned bounded = pm.patchDistanceBelow(target, a, b, source, c, d, mask, limit);
+            if (full < limit)
+                ASSERT_EQ(bounded, full);
+            else
+                ASSERT_GE(bounded, limit);
+        }
+    }
+}
+
 // --- Weights ------------------------------------------------------------------
 
 TEST(Similarity, TableSamples)

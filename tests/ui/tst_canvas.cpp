@@ -294,6 +294,25 @@ private slots:
         QCOMPARE(back.backdropGeometry(), QRect(100, 20, 200, 160));
     }
 
+    void shadowFallsBesideTheImageArea()
+    {
+        QWidget host;
+        host.resize(300, 200);
+        host.setStyleSheet("background:#302e34;");
+        host.setAutoFillBackground(true);
+        CustomBackWidget *back = new CustomBackWidget(&host);
+        back->resize(300, 200);
+        back->setImageSize(100, 80, back);
+        back->setDropShadow(QPoint(8, 8), QColor(63, 63, 63, 180));
+        const QImage shot = host.grab().toImage();
+        const QColor plain(shot.pixel(5, 5));
+        // Under the area, offset by (8, 8): darker grey over the background.
+        QVERIFY(QColor(shot.pixel(100 + 100 + 4, 60 + 40)) != plain); // right of the image
+        QVERIFY(QColor(shot.pixel(100 + 50, 60 + 80 + 4)) != plain);  // below it
+        QCOMPARE(QColor(shot.pixel(100 - 4, 60 + 40)), plain);         // not on the left
+        QCOMPARE(QColor(shot.pixel(100 + 50, 60 - 4)), plain);         // nor above
+    }
+
     void missingFileShowsNothing()
     {
         CustomWidget w;
