@@ -165,10 +165,21 @@ wait_for_job() {
   sleep 0.3
 }
 
-# Brush over the spoon on the saucer.
+# The spoon on the saucer: its handle runs from (422, 66) down to the bowl
+# around (365, 283), in photo pixels.
+HANDLE="422,64 419,82 416,100 413,118 409,136 405,154 401,172 397,190 393,208 389,226 385,244"
+brush_handle() {
+  STEP=${1:-2} drag_on_photo $HANDLE
+  STEP=${1:-2} drag_on_photo $(echo "$HANDLE" | awk '{ for (i = NF; i >= 1; i--) { split($i, p, ","); printf "%d,%d ", p[1] - 7, p[2] } }')
+}
+brush_bowl() {
+  STEP=${1:-3} drag_on_photo $(zigzag 322 238 410 328 12)
+}
+# The whole spoon in red with the selection brush.
 paint_spoon() {
-  click 40 96                                # brush
-  STEP=${1:-3} drag_on_photo $(zigzag 395 255 455 330 14)
+  click 40 96
+  brush_handle "$1"
+  brush_bowl "$1"
 }
 
 # ---------------------------------------------------------------- movies
@@ -187,22 +198,22 @@ movie_11() {                                 # open a photo
 
 movie_12() {                                 # select: red mask, green donor
   open_photo_quietly; shot 6
-  at 40 96; sleep 0.3; shot 3                # the selection brush
+  at 40 96; sleep 0.3; shot 3                # the selection brush over the handle
   click 40 96; shot 3
-  STEP=2 drag_on_photo $(zigzag 395 255 455 330 14)
+  brush_handle 2
+  shot 6
+  click 40 210; shot 3                       # the lasso around the bowl
+  STEP=3 drag_on_photo $(ellipse 365 283 50 52 30)
   shot 8
-  click 40 210; shot 3                       # lasso, still red
-  STEP=3 drag_on_photo $(ellipse 215 110 22 18 24)
-  shot 8
-  click 40 523; shot 3                       # green: where the fill may come from
-  click 40 172; shot 3                       # rectangle
-  STEP=3 drag_on_photo 470,300 490,315 510,330 530,345 550,360 570,375
+  click 40 392; shot 3                       # green (the size control is folded away)
+  click 40 172; shot 3                       # the rectangle: where the fill may come from
+  STEP=2 drag_on_photo 428,150 436,165 444,180 452,195 460,210 468,225 474,240 478,258
   shot 16
 }
 
 movie_13() {                                 # erase, then before and after
   open_photo_quietly; shot 4
-  paint_spoon 4; shot 6
+  paint_spoon 3; shot 6
   at 918 707; sleep 0.3; shot 4              # Erase
   xdotool click 1
   wait_for_job
@@ -216,19 +227,20 @@ movie_14() {                                 # the sampling stamp
   open_photo_quietly; shot 4
   at 40 286; sleep 0.3; shot 3
   click 40 286; shot 6                       # stamp: its strip opens above
-  on_photo 330 60; sleep 0.2
+  on_photo 480 40; sleep 0.2
   xdotool keydown alt; sleep 0.2; xdotool click 1; sleep 0.2; xdotool keyup alt
   sleep 0.3; shot 6                          # Alt-click takes the source
-  STEP=2 drag_on_photo $(zigzag 180 30 260 70 10)
+  STEP=2 drag_on_photo $(zigzag 400 58 440 140 10)
   shot 16
 }
 
 movie_15() {                                 # smart clone
   open_photo_quietly; shot 4
-  paint_spoon 5; shot 4                      # select the piece in red
+  click 40 96                                # the bowl of the spoon in red
+  brush_bowl 4; shot 4
   at 40 324; sleep 0.3; shot 3
-  click 40 324; shot 4                       # smart clone: grab the piece
-  STEP=2 drag_on_photo 425,292 410,280 390,268 370,256 350,244 330,232 310,222 290,212 270,204 255,198
+  click 40 324; shot 4                       # smart clone: carry the piece away
+  STEP=2 drag_on_photo 365,283 380,263 395,243 410,223 425,203 440,183 455,163 470,143 485,123 500,108 515,98 528,92
   shot 6
   at 918 707; sleep 0.3; shot 3              # Erase pastes it seamlessly
   xdotool click 1
