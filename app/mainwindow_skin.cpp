@@ -64,6 +64,8 @@ void MainWindow::setFoldArrowLook()
 
 void MainWindow::applySkin()
 {
+    // The pictures live in a static library: make sure they are registered.
+    Skin::init();
     // Header, left panel, frames and labels, drop shadow, welcome page and view
     // widgets, right panel, list, command row: all by object name.
     Skin::applyWindowSkin(this);

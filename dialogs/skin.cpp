@@ -12,6 +12,7 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QTabWidget>
+#include <QToolTip>
 #include <QWidget>
 
 // Outside any namespace, as the resource macro requires.
@@ -27,6 +28,12 @@ void init()
     static const bool ready = [] {
         registerResources();
         QFont::insertSubstitution(QStringLiteral("Lato123"), QStringLiteral("Lato"));
+        // Tool tips in the window's colours rather than the platform's pale
+        // yellow; they are not widgets of ours, so no style sheet reaches them.
+        QPalette tips = QToolTip::palette();
+        tips.setColor(QPalette::ToolTipBase, QColor(0x44, 0x42, 0x4a));
+        tips.setColor(QPalette::ToolTipText, QColor(0xe8, 0xe8, 0xe8));
+        QToolTip::setPalette(tips);
         return true;
     }();
     Q_UNUSED(ready);
