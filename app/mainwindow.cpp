@@ -3,7 +3,9 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
+#include "keyboardgrabpause.h"
 #include "photoitem.h"
+#include "pathbytes.h"
 #include "studydialog.h"
 
 #include <QDebug>
@@ -32,27 +34,6 @@ void fixSize(QWidget *w, int width, int height)
 
 // Positions are stored in 16 bits by the engine, so no side may exceed this.
 constexpr int kMaxImageSide = 65535;
-
-// While a modal dialog of our own runs, the window gives the keyboard back so
-// that the dialog can be typed into; the grab returns afterwards.
-class KeyboardGrabPause
-{
-public:
-    explicit KeyboardGrabPause(QWidget *w) : m_w(w), m_had(QWidget::keyboardGrabber() == w)
-    {
-        if (m_had)
-            m_w->releaseKeyboard();
-    }
-    ~KeyboardGrabPause()
-    {
-        if (m_had)
-            m_w->grabKeyboard();
-    }
-
-private:
-    QWidget *m_w;
-    bool m_had;
-};
 
 } // namespace
 
@@ -238,7 +219,7 @@ void MainWindow::openPhoto(const QString &path)
     // A readability test: the photo reads the file again itself.
     bool readable = false;
     {
-        const cv::Mat probe = cv::imread(std::string(path.toLocal8Bit().constData()), cv::IMREAD_COLOR);
+        const cv::Mat probe = cv::imread(pathBytes(path), cv::IMREAD_COLOR);
         readable = !probe.empty() && probe.cols <= kMaxImageSide && probe.rows <= kMaxImageSide;
     }
     if (!readable) {

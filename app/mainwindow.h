@@ -46,7 +46,9 @@ public:
 
     void resetToolStyles();
 
-    // Photo list.
+    // Photo list. The switch to the current row; a plain member, since no
+    // widget of that name exists to bind it to by name.
+    void on_listwidget_current_change();
     int RecvDeleteItem();
 
 
@@ -104,7 +106,6 @@ public slots:
     void on_pushButton_select_folder_clicked();
     void on_listWidget_itemClicked(QListWidgetItem *item);
     void on_listWidget_currentRowChanged(int currentRow);
-    void on_listwidget_current_change();
     void on_pushButton_remove_clicked();
     // Tool panel.
     void on_pushButton_rect_clicked();

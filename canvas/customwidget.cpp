@@ -142,7 +142,7 @@ bool CustomWidget::mapToImage(const QPointF &widgetPos, QPointF *imagePos)
 void CustomWidget::paintEvent(QPaintEvent *)
 {
     computeLayout();
-    if (m_overlayImage.isNull() && m_pixmap.isNull() && paintMode == 0)
+    if (m_overlayImage.isNull() && m_pixmap.isNull())
         return;
     m_painter.begin(this);
     if (paintMode == 1) {

@@ -73,6 +73,8 @@ void CustomWidget::applyToolCursor()
             setPictureCursor(QStringLiteral(":/image/mousered.png"), s, Qt::red);
         else if (m_colorType == 1)
             setPictureCursor(QStringLiteral(":/image/mousegreen.png"), s, Qt::green);
+        else
+            setShapeCursor(Qt::ArrowCursor); // no picture for another colour
         break;
     case 5:
         setPictureCursor(QStringLiteral(":/image/mouseblack.png"), s, Qt::black);

@@ -372,16 +372,21 @@ QString edgeStripSheet()
     return QStringLiteral("QFrame#frame_bianyuan{border-image: url(:/image/left20183.png);}");
 }
 
+// A missing picture gives an empty label, quietly.
 QPixmap dividerPixmap()
 {
-    return QPixmap(QStringLiteral(":/image/line2.png"))
-        .scaled(scaled(81), scaled(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QPixmap line(QStringLiteral(":/image/line2.png"));
+    if (line.isNull())
+        return line;
+    return line.scaled(scaled(81), scaled(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 QPixmap appIconPixmap()
 {
-    return QPixmap(QStringLiteral(":/image/32.png"))
-        .scaled(scaled(24), scaled(24), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const QPixmap icon(QStringLiteral(":/image/32.png"));
+    if (icon.isNull())
+        return icon;
+    return icon.scaled(scaled(24), scaled(24), Qt::KeepAspectRatio, Qt::SmoothTransformation);
 }
 
 void styleListWidget(QListWidget *list)

@@ -1,5 +1,6 @@
 // Construction, layers and the plain operations of a photo document.
 #include "photoitem.h"
+#include "pathbytes.h"
 #include "customitem.h"
 #include "customwidget.h"
 #include "custombackwidget.h"
@@ -26,7 +27,7 @@ PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, Cust
 
     // The caller has tested that the file decodes; the item reads it itself.
     // Colour mode drops alpha and expands grey, and reduces 16 bits to 8.
-    m_image = cv::imread(std::string(path.toLocal8Bit().constData()), cv::IMREAD_COLOR);
+    m_image = cv::imread(pathBytes(path), cv::IMREAD_COLOR);
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;
     m_strokeMinX = m_workMinX = m_imageCols;

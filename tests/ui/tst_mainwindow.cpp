@@ -246,6 +246,21 @@ private slots:
         QCOMPARE(ui->stackedWidget->currentIndex(), 1);
     }
 
+    void nonAsciiNamesReachTheDecoder()
+    {
+        const QString path = m_dir.path() + QString::fromUtf8("/caf\u00e9 \u0444\u043e\u0442\u043e \u5199\u771f.png");
+        QFile out(path);
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        std::vector<uchar> png;
+        cv::imencode(".png", syntheticPhoto(30, 20), png);
+        out.write(reinterpret_cast<const char *>(png.data()), qint64(png.size()));
+        out.close();
+        m_w->openPhoto(path);
+        QCOMPARE(m_w->photoItems().size(), 1);
+        QCOMPARE(m_w->photoItems().at(0)->m_imageCols, 30);
+        QCOMPARE(m_w->photoItems().at(0)->m_fileName, QFileInfo(path).fileName());
+    }
+
     void sideAboveSixteenBitsIsRefused()
     {
         const QString path = writePhoto(m_dir.path(), "wide.png", cv::Mat(1, 65536, CV_8UC3, cv::Scalar(1, 2, 3)));
