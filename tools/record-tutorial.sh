@@ -5,7 +5,7 @@
 # pointer into each frame (screen grabs do not hold it) and assembles
 #   resources/rec/11.gif  open a photo
 #   resources/rec/12.gif  select what must go (red) and where to take from (green)
-#   resources/rec/13.gif  erase it, and look before and after
+#   resources/rec/13.gif  erase it
 #   resources/rec/14.gif  the sampling stamp
 #   resources/rec/15.gif  the smart clone tool
 #
@@ -18,7 +18,7 @@
 # tutorial's 800 x 464 and reduced to a small palette to keep each file small.
 set -e
 
-SRC=$(cd "$(dirname "$0")/.." && pwd)
+SRC=${SRC:-$(cd "$(dirname "$0")/.." && pwd)}
 BUILD=${BUILD:-$SRC/build}
 OUT=${OUT:-$SRC/resources/rec}
 PHOTO=/usr/lib/python3/dist-packages/skimage/data/coffee.png
@@ -211,26 +211,24 @@ movie_12() {                                 # select: red mask, green donor
   shot 16
 }
 
-movie_13() {                                 # erase, then before and after
+movie_13() {                                 # erase
   open_photo_quietly; shot 4
   paint_spoon 3; shot 6
   at 918 707; sleep 0.3; shot 4              # Erase
   xdotool click 1
   wait_for_job
-  at 640 720; sleep 0.2; shot 14
-  at 327 707; sleep 0.2; shot 2              # hold "Before and After"
-  xdotool mousedown 1; sleep 0.3; shot 10
-  xdotool mouseup 1; sleep 0.3; shot 12
+  at 640 720; sleep 0.2; shot 24
 }
 
 movie_14() {                                 # the sampling stamp
   open_photo_quietly; shot 4
   at 40 286; sleep 0.3; shot 3
   click 40 286; shot 6                       # stamp: its strip opens above
-  on_photo 480 40; sleep 0.2
+  on_photo 452 168; sleep 0.2                # the saucer right of the handle
   xdotool keydown alt; sleep 0.2; xdotool click 1; sleep 0.2; xdotool keyup alt
   sleep 0.3; shot 6                          # Alt-click takes the source
-  STEP=2 drag_on_photo $(zigzag 400 58 440 140 10)
+  STEP=2 drag_on_photo $(awk 'BEGIN { d = 1; for (y = 118; y <= 214; y += 6) {
+    x = 422 - (y - 66) * 0.208; printf "%d,%d ", x + 12 * d, y; d = -d } }')   # over the handle
   shot 16
 }
 
