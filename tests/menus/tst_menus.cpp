@@ -409,6 +409,8 @@ private slots:
         QCOMPARE(ui->pushButton_rect->toolTip(), QStringLiteral("Rechteck"));
         QCOMPARE(ui->pushButton_dropdown->getMenu()->actions().at(0)->text(), QStringLiteral("Webseite..."));
         QCOMPARE(ui->pushButton_undo->shortcut(), QKeySequence(QStringLiteral("Ctrl+Z")));
+        // The form's own texts are translated too.
+        QCOMPARE(ui->pushButton_eraser->text(), QStringLiteral("   Entfernen"));
 
         // No file for English: the translator is empty and the source texts return.
         entries.at(2)->trigger();
