@@ -66,11 +66,8 @@ PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, Cust
     m_stampSourceMissing = 1;
     m_saved = 1;
 
-    // ---- Engine hook-up: the progress dialog (m_processDialog) and the
-    // worker thread (m_workerThread, parent this) are created here, with
-    // processDialog::sendCancelStatus connected to recvCancelStatus, by the
-    // erase work. Until then both stay null and Erase does nothing.
-    // ---- end of engine hook-up
+    // The progress dialog and the worker thread of this photo.
+    hookUpEngine();
 
     m_brushSize = 30;
     m_lassoCount = 0;
@@ -83,6 +80,7 @@ PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, Cust
 
 PhotoItem::~PhotoItem()
 {
+    releaseEngine();
     delete m_undoStack;
     m_undoStack = nullptr;
 }

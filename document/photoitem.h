@@ -137,6 +137,8 @@ public:
     quint8 m_stampSourceFresh = 0;
     quint8 m_stampSourceMissing = 1;
     quint8 m_canceled = 0;
+    // A job is on the worker thread and its end has not been handled yet.
+    bool m_jobActive = false;
 
 signals:
     void sendThreadFinish();
@@ -182,6 +184,11 @@ public:
 
 private:
     void foldJobResult(cv::Mat image, cv::Mat result);
+    // Engine jobs (photoitem_jobs.cpp): thread and dialog of this photo.
+    void hookUpEngine();
+    void releaseEngine();
+    bool prepareSeamlessJob();
+    void showJobLayers();
 
     // Helpers of the selection tools.
     cv::Mat &activeLayer();

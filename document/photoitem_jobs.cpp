@@ -1,16 +1,255 @@
 // Engine jobs: preparing the crop, running the worker thread under the
 // progress dialog, and folding the result into the image as an undo entry.
 //
-// The engine, its thread and the progress dialog are not part of the build
-// yet; these slots are filled with the erase work. Until then they leave the
-// photo untouched.
+// A job runs on Mat views that share memory with m_image and writes in
+// place, so the interface thread keeps away from m_image until
+// finished_thread arrives; the modal progress dialog is what keeps the user
+// away. m_imageBeforeJob is the whole image as it was, for a cancel and for
+// the "before" of the undo entry.
 #include "photoitem.h"
+#include "commands.h"
+#include "customwidget.h"
+#include "globals.h"
+#include "processdialog.h"
+#include "progress.h"
+#include "threadfromqthread.h"
+#include "workbox.h"
+
+#include <QDebug>
+#include <QEvent>
+#include <QKeyEvent>
+#include <QUndoStack>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+// The nearest-neighbour field keeps positions in 16 bits, and the seamless
+// paste and the clone synthesis work on the whole photo: a photo with a
+// longer side never goes to the engine.
+constexpr int kMaxEngineSide = 65535;
+
+// Whether a view of a selection layer holds a selected pixel, by the test
+// the engine stamps with (channel above 254).
+bool hasSelected(const cv::Mat &layerView, int channel)
+{
+    if (layerView.empty() || layerView.type() != CV_8UC4)
+        return false;
+    for (int y = 0; y < layerView.rows; ++y) {
+        const uchar *p = layerView.ptr<uchar>(y);
+        for (int x = 0; x < layerView.cols; ++x)
+            if (p[4 * x + channel] > 254)
+                return true;
+    }
+    return false;
+}
+
+cv::Rect insideImage(const cv::Rect &rect, const cv::Mat &image)
+{
+    return rect & cv::Rect(0, 0, image.cols, image.rows);
+}
+
+// The box of every pixel that differs between two images of one size.
+cv::Rect changedBounds(const cv::Mat &a, const cv::Mat &b)
+{
+    cv::Mat diff;
+    cv::absdiff(a, b, diff);
+    cv::Mat changed;
+    cv::transform(diff, changed, cv::Matx13f(1, 1, 1));
+    return cv::boundingRect(changed);
+}
+
+// While a job runs, the progress dialog must stay up: a dialog hidden by
+// Escape or by the window manager's close would give the user the photo
+// back while the worker still writes into it. Both become a cancel request;
+// the dialog closes when the job has ended.
+class JobDialogGuard : public QObject
+{
+public:
+    explicit JobDialogGuard(PhotoItem *item) : QObject(item), m_item(item) {}
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (!m_item->m_jobActive)
+            return QObject::eventFilter(watched, event);
+        if (event->type() == QEvent::KeyPress
+            && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
+            m_item->recvCancelStatus();
+            return true;
+        }
+        if (event->type() == QEvent::Close) {
+            event->ignore();
+            m_item->recvCancelStatus();
+            return true;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    PhotoItem *m_item;
+};
+
+} // namespace
+
+void PhotoItem::hookUpEngine()
+{
+    // The dialog is a window of its own, with no parent; this photo deletes it.
+    m_processDialog = new processDialog;
+    connect(m_processDialog, &processDialog::sendCancelStatus, this, &PhotoItem::recvCancelStatus);
+    m_processDialog->installEventFilter(new JobDialogGuard(this));
+
+    // The thread object lives on this (the interface) thread while its run()
+    // executes on the worker, so both signals arrive queued. Connected once
+    // for the life of the photo: each job's end is handled exactly once.
+    m_workerThread = new ThreadFromQThread(this);
+    connect(m_workerThread, &ThreadFromQThread::finished_thread, this, &PhotoItem::onQThreadFinished);
+    connect(m_workerThread, &ThreadFromQThread::progressSum, this, &PhotoItem::setProcessSum);
+    m_canceled = 0;
+}
+
+void PhotoItem::releaseEngine()
+{
+    // Normally the modal dialog keeps a photo from going away during a job;
+    // should it happen anyway, stop the engine and let the worker leave
+    // before its thread object is destroyed.
+    if (m_workerThread) {
+        disconnect(m_workerThread, nullptr, this, nullptr);
+        if (m_workerThread->isRunning()) {
+            m_workerThread->cancelWork();
+            m_workerThread->wait();
+        }
+    }
+    m_jobActive = false;
+    delete m_processDialog;
+    m_processDialog = nullptr;
+}
 
 void PhotoItem::recvEraseCommand()
 {
-    // Filled with the erase work. The window re-enables its Erase button on
-    // sendThreadFinish, so report at once that nothing ran.
-    emit sendThreadFinish();
+    m_firstProgress = 1;
+    // One job at a time; the modal dialog sees to it, this makes sure.
+    if (m_jobActive)
+        return;
+    // Nothing painted since the last job.
+    if (m_workMaxX < 0.0) {
+        emit sendThreadFinish();
+        return;
+    }
+    if (m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide) {
+        qDebug() << "photo too large for the engine:" << m_imageCols << "x" << m_imageRows;
+        emit sendThreadFinish();
+        return;
+    }
+    m_canceled = 0;
+
+    // The smart clone needs a piece to paste; without one the photo stays
+    // as it is.
+    if (m_tool == 12 && !prepareSeamlessJob()) {
+        emit sendThreadFinish();
+        return;
+    }
+    if (m_tool == 7) {
+        const cv::Rect r = selectionBounds();
+        if (r.width < 1 || r.height < 1 || m_clonePreview.size() != m_image.size()
+            || m_clonePreview.type() != m_image.type()) {
+            emit sendThreadFinish();
+            return;
+        }
+    }
+
+    WorkBox box;
+    box.minX = m_workMinX;
+    box.minY = m_workMinY;
+    box.maxX = m_workMaxX;
+    box.maxY = m_workMaxY;
+    box = enlargeWorkBox(box, m_imageCols, m_imageRows);
+    const cv::Rect crop(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
+
+    // An erase job whose crop holds no red pixel would change nothing:
+    // leave the photo, the selection and the box as they are.
+    const bool eraseJob = m_tool != 7 && m_tool != 12;
+    if (eraseJob && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
+        emit sendThreadFinish();
+        return;
+    }
+
+    m_workMinX = box.minX;
+    m_workMinY = box.minY;
+    m_workMaxX = box.maxX;
+    m_workMaxY = box.maxY;
+
+    m_imageBeforeJob = m_image.clone();
+
+    if (m_tool == 7) {
+        m_workerThread->setCloneJob(m_image, m_clonePreview, 2, m_moveX, m_moveY, m_inpaintMask);
+    } else if (eraseJob) {
+        const cv::Mat image = m_image(crop);
+        const cv::Mat green = m_inpaintMaskBK(crop);
+        // A donor flag left over from an undone green stroke, with no green
+        // in the crop, asks for a plain erase.
+        const bool useDonor = m_donorUsed != 0 && hasSelected(green, 1);
+        m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, 1);
+    }
+    // Tool 12: prepareSeamlessJob has filled the job.
+
+    // Only a job that ran to its end leaves a result header behind.
+    m_workerThread->m_resultImage.release();
+    m_jobActive = true;
+    m_workerThread->start(QThread::InheritPriority);
+
+    m_processDialog->move(g_dialogPos);
+    m_processDialog->show();
+    m_processDialog->recvProcessNum(0);
+}
+
+// The piece of the smart clone, at its moved size, goes into m_cloneSource
+// and its mask into m_cloneMaskScaled, both at (0, 0); the paste is centred
+// on the moved rectangle. Returns false, having changed neither the photo
+// nor the job, when there is no piece to paste.
+bool PhotoItem::prepareSeamlessJob()
+{
+    const cv::Rect r = selectionBounds();
+    const int w = r.width + m_cloneGrowX;
+    const int h = r.height + m_cloneGrowY;
+    // The mask is resized from the selection's box, and the paste needs an
+    // inside beyond the one-pixel rim that it leaves out.
+    if (r.width < 1 || r.height < 1 || w < 3 || h < 3 || w > m_imageCols || h > m_imageRows)
+        return false;
+    // A resize by a handle does not look at the position: keep the moved
+    // rectangle on the photo.
+    m_moveX = std::clamp(m_moveX, 0, m_imageCols - w);
+    m_moveY = std::clamp(m_moveY, 0, m_imageRows - h);
+
+    clearCloneMask();
+    clearCloneMaskScaled();
+    for (int y = r.y; y < r.y + r.height; ++y) {
+        const uchar *red = m_inpaintMask.ptr<uchar>(y);
+        uchar *mask = m_cloneMask.ptr<uchar>(y);
+        for (int x = r.x; x < r.x + r.width; ++x)
+            if (red[4 * x + 2] != 0)
+                mask[x] = 255;
+    }
+    cv::Mat mask = m_cloneMaskScaled(cv::Rect(0, 0, w, h));
+    cv::resize(m_cloneMask(r), mask, mask.size(), 0, 0, cv::INTER_LINEAR);
+    if (cv::countNonZero(mask(cv::Rect(1, 1, w - 2, h - 2))) == 0)
+        return false;
+
+    const cv::Mat piece = buildMovedPiece(m_cloneGrowX, m_cloneGrowY);
+    if (piece.empty() || piece.cols != w || piece.rows != h || piece.type() != CV_8UC4)
+        return false;
+    clearCloneSource();
+    cv::Mat source = m_cloneSource(cv::Rect(0, 0, w, h));
+    // B, G, R of the piece; its alpha only marked the selection.
+    const int fromTo[] = {0, 0, 1, 1, 2, 2};
+    cv::mixChannels(&piece, 1, &source, 1, fromTo, 3);
+
+    const cv::Point centre((w >> 1) + m_moveX, (h >> 1) + m_moveY);
+    m_workerThread->setSeamlessJob(source, m_image, centre, mask);
+    m_workerThread->setJobType(3);
+    return true;
 }
 
 void PhotoItem::recvCloneCommand()
@@ -20,21 +259,122 @@ void PhotoItem::recvCloneCommand()
 
 void PhotoItem::onQThreadFinished()
 {
-    // Filled with the erase work.
+    // Handled once per job; a repeated or stray delivery finds no job.
+    if (!m_jobActive)
+        return;
+    m_jobActive = false;
+    // finished_thread is the worker's last act; let it leave run() so that
+    // the next job's start() finds the thread free.
+    m_workerThread->wait();
+
+    // A job that stopped on an error left no result: treat it as cancelled.
+    const bool failed = m_workerThread->m_resultImage.empty();
+    if (m_canceled == 0 && !failed) {
+        cv::Rect rect;
+        QString text;
+        if (m_tool == 7 || m_tool == 12) {
+            const cv::Rect r = selectionBounds();
+            const int growX = m_tool == 12 ? m_cloneGrowX : 0;
+            const int growY = m_tool == 12 ? m_cloneGrowY : 0;
+            rect = cv::Rect(cv::Point(m_moveX, m_moveY),
+                            cv::Point(r.width + m_moveX + growX, r.height + m_moveY + growY));
+            text = QStringLiteral("Smart Clone");
+            // These jobs write into the whole photo, and the clone synthesis
+            // also settles pixels around the piece: the entry holds all that
+            // changed, so that undo gives the photo back exactly.
+            const cv::Rect changed = changedBounds(m_image, m_imageBeforeJob);
+            if (!changed.empty())
+                rect |= changed;
+            if (m_tool == 12) {
+                m_cloneGrowX = m_cloneGrowY = 0;
+                m_cloneGrowBaseX = m_cloneGrowBaseY = 0;
+            }
+        } else {
+            foldJobResult(m_image, m_workerThread->m_workImage);
+            rect = workBoxRect();
+            text = QStringLiteral("Erase");
+        }
+        rect = insideImage(rect, m_image);
+
+        // The push runs redo at once, which resets the selections and boxes.
+        m_undoStack->push(new Command(m_image(rect), m_imageBeforeJob(rect), QPointF(m_workMinX, m_workMinY),
+                                      QPointF(m_workMaxX, m_workMaxY), text, this, rect));
+
+        m_firstProgress = 1;
+        m_donorUsed = 0;
+        m_saved = 0;
+        m_pressPos = QPointF(-1, -1);
+        resetStrokeBox();
+        m_workMinX = m_imageCols;
+        m_workMinY = m_imageRows;
+        m_workMaxX = -1.0;
+        m_workMaxY = -1.0;
+        clearInpaintMask();
+        clearInpaintMaskBK();
+    } else {
+        // Back to the photo as it was; the job wrote in place (an erase job
+        // blacked out its hole first). The selection stays, and the work
+        // box keeps its enlarged values.
+        m_imageBeforeJob.copyTo(m_image);
+        // Under the smart clone the green layer only held the piece's
+        // scratch, which is no picture to show.
+        if (m_tool == 12)
+            clearInpaintMaskBK();
+    }
+    showJobLayers();
+
+    m_processDialog->close();
+    emit sendThreadFinish();
+}
+
+void PhotoItem::showJobLayers()
+{
+    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
+    m_frontGreenWidget->setVisible(true);
+    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
 }
 
 void PhotoItem::setProcessSum(long sum)
 {
-    Q_UNUSED(sum); // Filled with the erase work.
+    // The engine counts its pyramid levels down to 1; the first report of a
+    // job is the base.
+    if (m_firstProgress) {
+        m_progressBase = int(std::clamp(sum, 0L, 65535L));
+        m_firstProgress = 0;
+    }
+    m_processDialog->recvProcessNum(progressPercent(sum, m_progressBase));
 }
 
 void PhotoItem::recvCancelStatus()
 {
-    // Filled with the erase work.
+    if (!m_jobActive)
+        return;
+    m_canceled = 1;
+    m_workerThread->cancelWork();
 }
 
+// Writes the result, which covers the work box, into the image. The result of
+// an erase job is a view of that very crop, so today each pixel lands on
+// itself; the pass is what carries the result should a job ever work on a
+// buffer of its own.
 void PhotoItem::foldJobResult(cv::Mat image, cv::Mat result)
 {
-    Q_UNUSED(image); // Filled with the erase work.
-    Q_UNUSED(result);
+    if (image.empty() || result.empty() || image.type() != CV_8UC3 || result.depth() != CV_8U)
+        return;
+    const int channels = result.channels();
+    // Three channels are copied whole; of two or four the last is left out.
+    const int copied = channels == 3 ? 3 : std::min(3, channels - 1);
+    if (copied < 1)
+        return;
+    const int left = int(m_workMinX), top = int(m_workMinY);
+    const int x0 = std::max(left, 0), y0 = std::max(top, 0);
+    const int x1 = std::min({int(m_workMaxX), image.cols, left + result.cols});
+    const int y1 = std::min({int(m_workMaxY), image.rows, top + result.rows});
+    for (int row = y0; row < y1; ++row) {
+        uchar *out = image.ptr<uchar>(row);
+        const uchar *in = result.ptr<uchar>(row - top);
+        for (int col = x0; col < x1; ++col)
+            std::memmove(out + 3 * col, in + channels * (col - left), size_t(copied));
+    }
 }

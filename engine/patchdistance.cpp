@@ -3,7 +3,9 @@
 #include "mypatchmatch.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
+#include <vector>
 
 namespace {
 
@@ -19,6 +21,31 @@ inline unsigned int scaled(int64_t sum, int side)
     return static_cast<unsigned int>(double(sum) / total * 65535.0);
 }
 
+// Smallest sum whose scaled cost reaches `bound`: a running sum at or above
+// it can no longer give a cost below the bound. Exact (found by stepping the
+// scaled function itself), tabulated for the 5 x 5 patch the drivers use.
+int64_t sumReaching(unsigned int bound, int side)
+{
+    const double total = double(side) * double(side) * double(kMissingPenalty);
+    int64_t s = std::max<int64_t>(0, int64_t(double(bound) * total / 65535.0) - 2);
+    while (scaled(s, side) >= bound && s > 0)
+        --s;
+    while (scaled(s, side) < bound)
+        ++s;
+    return s;
+}
+
+const std::vector<int64_t> &sumReachingTable()
+{
+    static const std::vector<int64_t> table = [] {
+        std::vector<int64_t> t(65536);
+        for (unsigned b = 0; b < 65536; ++b)
+            t[b] = sumReaching(b, 5);
+        return t;
+    }();
+    return table;
+}
+
 } // namespace
 
 template <bool Bounded>
@@ -31,6 +58,15 @@ unsigned int MyPatchMatch::patchDistanceImpl(const cv::Mat &target, int targetRo
         return 0;
     const int R = m_patchRadius;
     const int side = 2 * R + 1;
+    // Every term is positive, so the result can only grow: once the running
+    // sum reaches this the candidate has lost, whatever the rest adds.
+    int64_t limit = 0;
+    if (Bounded) {
+        if (bound > 65535)
+            limit = INT64_MAX;
+        else
+            limit = side == 5 ? sumReachingTable()[bound] : sumReaching(bound, side);
+    }
     const bool donorMode = (m_eraseMode == 2);
     const int tRows = target.rows, tCols = target.cols;
     const int sRows = source.rows, sCols = source.cols;
@@ -47,7 +83,7 @@ unsigned int MyPatchMatch::patchDistanceImpl(const cv::Mat &target, int targetRo
         const int sy = sourceRow + dy;
         if (ty < 0 || ty >= tRows || sy < 0 || sy >= sRows || inside == 0) {
             sum += side * kMissingPenalty;
-            if (Bounded && scaled(sum, side) >= bound)
+            if (Bounded && sum >= limit)
                 return bound;
             continue;
         }
@@ -83,9 +119,7 @@ unsigned int MyPatchMatch::patchDistanceImpl(const cv::Mat &target, int targetRo
             }
             sum += rowSum;
         }
-        // Every term is positive, so the result can only grow: once it
-        // reaches the bound the candidate has lost, whatever the rest adds.
-        if (Bounded && scaled(sum, side) >= bound)
+        if (Bounded && sum >= limit)
             return bound;
     }
 

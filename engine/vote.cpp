@@ -17,19 +17,55 @@ namespace {
 // empty ones. Bins are filled in voter order, as a full histogram would be,
 // and walked in ascending order; empty bins would add 0.0 and change
 // nothing, so the trimmed mean is bit for bit that of the full walk.
+//
+// Neighbouring voters usually agree, so the bin of the current run of equal
+// values is kept in a register: the additions happen in the same order on
+// the same bin, only without a store and reload between them.
 struct VoteHistograms
 {
     double bin[3][256] = {};
     uint64_t used[3][4] = {};
+    int runValue[3] = {-1, -1, -1};
+    double runSum[3] = {0.0, 0.0, 0.0};
 
     void add(int c, int v, double w)
     {
-        bin[c][v] += w;
+        if (v == runValue[c]) {
+            runSum[c] += w;
+            return;
+        }
+        if (runValue[c] >= 0)
+            bin[c][runValue[c]] = runSum[c];
+        runValue[c] = v;
+        runSum[c] = bin[c][v] + w;
         used[c][v >> 6] |= uint64_t(1) << (v & 63);
+    }
+
+    void flush(int c)
+    {
+        if (runValue[c] >= 0)
+            bin[c][runValue[c]] = runSum[c];
+        runValue[c] = -1;
+    }
+
+    // Channel c has a single value in use: its trimmed mean is that value.
+    int only(int c) const
+    {
+        int found = -1;
+        for (int word = 0; word < 4; ++word) {
+            const uint64_t m = used[c][word];
+            if (!m)
+                continue;
+            if (found >= 0 || (m & (m - 1)))
+                return -1;
+            found = word * 64 + __builtin_ctzll(m);
+        }
+        return found;
     }
 
     void clear(int c)
     {
+        flush(c);
         for (int word = 0; word < 4; ++word) {
             for (uint64_t m = used[c][word]; m; m &= m - 1)
                 bin[c][word * 64 + __builtin_ctzll(m)] = 0.0;
@@ -41,6 +77,7 @@ struct VoteHistograms
     // clears the channel for the next pixel.
     int trimmedMean(int c, double wsum)
     {
+        flush(c);
         const double lower = 0.3 * wsum;
         const double upper = 0.7 * wsum;
         double running = 0.0, numerator = 0.0, denominator = 0.0;
@@ -143,6 +180,13 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
                 continue;
             }
             for (int c = 0; c < 3; ++c) {
+                // One value only (the usual case): v * h / h is v.
+                const int single = histograms.only(c);
+                if (single >= 0) {
+                    dst[3 * x + c] = uchar(single);
+                    histograms.clear(c);
+                    continue;
+                }
                 const int v = histograms.trimmedMean(c, wsum);
                 if (v >= 0)
                     dst[3 * x + c] = uchar(v);

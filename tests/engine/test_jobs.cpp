@@ -319,6 +319,36 @@ TEST(Thread, CancelledDonorEraseLeavesTheImageUntouched)
     EXPECT_EQ(cv::norm(image, before, cv::NORM_INF), 0.0);
 }
 
+TEST(Thread, StartingWhileRunningDoesNothing)
+{
+    ThreadFromQThread thread;
+    cv::Mat image = texture(64, 64);
+    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(22, 22, 18, 18)), layer(image.size()),
+                       false, 1);
+    std::atomic<int> finished{0}, progress{0};
+    std::atomic<bool> reported{false}, release{false};
+    QObject::connect(&thread, &ThreadFromQThread::finished_thread, &thread, [&] { ++finished; },
+                     Qt::DirectConnection);
+    QObject::connect(
+        &thread.m_patchMatch, &MyPatchMatch::sendWorkProcess, &thread.m_patchMatch,
+        [&](long) {
+            ++progress;
+            if (reported.exchange(true))
+                return;
+            while (!release.load())
+                std::this_thread::yield();
+        },
+        Qt::DirectConnection);
+    thread.start(QThread::InheritPriority);
+    while (!reported.load())
+        std::this_thread::yield();
+    thread.start(QThread::InheritPriority); // ignored: already running
+    release.store(true);
+    thread.wait();
+    EXPECT_EQ(finished.load(), 1);
+    EXPECT_EQ(progress.load(), 18); // one run: 6 + 6 + 6 iterations
+}
+
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);

@@ -142,10 +142,11 @@ TEST(PatchDistance, BoundedFormIsExactBelowTheBound)
             const unsigned full = pm.patchDistance(target, a, b, source, c, d, mask);
             const unsigned limit = i % 3 == 0 ? full + 1 : unsigned(bound(rng));
             const unsigned bounded = pm.patchDistanceBelow(target, a, b, source, c, d, mask, limit);
-            if (full < limit)
+            if (full < limit) {
                 ASSERT_EQ(bounded, full);
-            else
+            } else {
                 ASSERT_GE(bounded, limit);
+            }
         }
     }
 }
@@ -221,8 +222,9 @@ TEST(VoteImage, WithoutVoteAllPixelsOutsideTheMaskEqualTheSource)
     pm.voteImage(src, out, field, mask, false, cost);
     for (int y = 0; y < 20; ++y)
         for (int x = 0; x < 20; ++x)
-            if (mask.at<cv::Vec3b>(y, x)[0] != 255)
+            if (mask.at<cv::Vec3b>(y, x)[0] != 255) {
                 ASSERT_EQ(out.at<cv::Vec3b>(y, x), src.at<cv::Vec3b>(y, x)) << y << "," << x;
+            }
 }
 
 TEST(VoteImage, UpscaleServesAnOddFinerSize)
@@ -461,6 +463,65 @@ TEST(Field, OneColumnDonorBoxDoesNotDivideByZero)
     cv::Mat old(6, 6, CV_16SC3, cv::Scalar::all(0)), fresh(12, 12, CV_16SC3), cost;
     pm.initFieldUpscaled(img, img, mask, old, fresh, cost);
     EXPECT_EQ(cost.size(), img.size());
+}
+
+TEST(Field, HolePixelOutOfDonorReachKeepsAVectorAtPenaltyCost)
+{
+    // Donor erase with a donor far from a hole pixel's patch-mates: every
+    // candidate of a fully masked neighbourhood pays the penalty, yet the
+    // pixel still ends with a vector inside the donor box.
+    MyPatchMatch pm;
+    const int n = 16;
+    pm.allocEraseMaps(n * n, true);
+    pm.m_donorLevelMask = noMask(n, n); // no donor pixel at this level
+    for (int y = 0; y < n; ++y)
+        pm.m_donorMap[y * n + 12] = 1; // box: column 12, all rows
+    pm.updateDonorBox();
+    pm.m_eraseMode = 2;
+    const cv::Mat img(n, n, CV_8UC3, cv::Scalar::all(60));
+    cv::Mat mask = noMask(n, n);
+    mask(cv::Rect(2, 2, 8, 8)).setTo(cv::Scalar(255, 0, 0));
+    cv::Mat old(n / 2, n / 2, CV_16SC3, cv::Scalar::all(0)), fresh(n, n, CV_16SC3), cost;
+    pm.initFieldUpscaled(img, img, mask, old, fresh, cost);
+    // (6, 6): its whole patch is in the hole, and no source is a donor.
+    EXPECT_EQ(uint16_t(cost.at<short>(6, 6)), 65535);
+    const cv::Vec3s v = fresh.at<cv::Vec3s>(6, 6);
+    EXPECT_EQ(v[0], 12);
+    EXPECT_GE(v[1], 0);
+    EXPECT_LE(v[1], n);
+    // The vote then gives it next to no weight: wsum stays under 1.0 and
+    // the pixel keeps what it had.
+    pm.m_voteAll = true;
+    cv::Mat out(n, n, CV_8UC3, cv::Scalar(1, 2, 3));
+    cv::Mat onlyHole(n, n, CV_16SC1, cv::Scalar::all(-1));
+    pm.voteImage(img, out, fresh, mask, false, onlyHole);
+    EXPECT_EQ(out.at<cv::Vec3b>(6, 6), cv::Vec3b(1, 2, 3));
+}
+
+TEST(Field, CloneTargetAtTheImageEdgeKeepsItsSeed)
+{
+    MyPatchMatch pm;
+    const int rows = 30, cols = 30;
+    pm.allocCloneMap(rows * cols, true);
+    pm.m_rows = rows;
+    pm.m_cols = cols;
+    for (int y = 4; y < 10; ++y)
+        for (int x = 4; x < 10; ++x)
+            pm.m_cloneMap[y * cols + x] = 1;
+    pm.m_cloneOffsetX = 0; // dropped at the left edge
+    pm.m_cloneOffsetY = 0;
+    cv::Mat field(rows, cols, CV_16SC3), flags(rows, cols, CV_8UC3);
+    pm.initFieldClone(field, flags);
+    ASSERT_EQ(pm.m_cloneOffsetY, 5);
+    EXPECT_EQ(flags.at<cv::Vec3b>(5, 0)[0], 255);
+    EXPECT_EQ(field.at<cv::Vec3s>(5, 0), cv::Vec3s(4, 4, 0));
+    // A frozen seed survives the row sweeps although its patch leaves the image.
+    const cv::Mat img(rows, cols, CV_8UC3, cv::Scalar::all(20));
+    cv::Mat cost;
+    pm.recomputeCost(img, img, noMask(rows, cols), field, cost);
+    pm.sweepRowsForward(field, img, img, noMask(rows, cols), cost, flags);
+    pm.sweepRowsBackward(field, img, img, noMask(rows, cols), cost, flags);
+    EXPECT_EQ(field.at<cv::Vec3s>(5, 0), cv::Vec3s(4, 4, 0));
 }
 
 // --- Propagation and random search ---------------------------------------------
