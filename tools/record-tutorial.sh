@@ -5,7 +5,7 @@
 # pointer into each frame (screen grabs do not hold it) and assembles
 #   resources/rec/11.gif  open a photo
 #   resources/rec/12.gif  select what must go (red) and where to take from (green)
-#   resources/rec/13.gif  erase it
+#   resources/rec/13.gif  erase it, and look before and after
 #   resources/rec/14.gif  the sampling stamp
 #   resources/rec/15.gif  the smart clone tool
 #
@@ -211,13 +211,16 @@ movie_12() {                                 # select: red mask, green donor
   shot 16
 }
 
-movie_13() {                                 # erase
+movie_13() {                                 # erase, then before and after
   open_photo_quietly; shot 4
   paint_spoon 3; shot 6
   at 918 707; sleep 0.3; shot 4              # Erase
   xdotool click 1
   wait_for_job
-  at 640 720; sleep 0.2; shot 24
+  at 640 720; sleep 0.2; shot 14
+  at 327 707; sleep 0.4; shot 2              # hold "Before and After"
+  xdotool mousedown 1; sleep 0.8; shot 12
+  xdotool mouseup 1; sleep 0.5; shot 14
 }
 
 movie_14() {                                 # the sampling stamp
