@@ -1,4 +1,5 @@
 #include "mainwindow.h"
+#include "waitpolicy.h"
 
 #include <QApplication>
 #include <QDebug>
@@ -6,6 +7,7 @@
 
 int main(int argc, char *argv[])
 {
+    restartWithPassiveWaitPolicy(argv);
     qDebug() << "===========";
     QApplication app(argc, argv);
     qDebug() << "start ...............";

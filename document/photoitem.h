@@ -139,6 +139,9 @@ public:
     quint8 m_canceled = 0;
     // A job is on the worker thread and its end has not been handled yet.
     bool m_jobActive = false;
+    // Undo index at which the open stamp gesture took its snapshot; -1 when
+    // no stamp gesture awaits its undo entry.
+    int m_stampStrokeIndex = -1;
 
 signals:
     void sendThreadFinish();

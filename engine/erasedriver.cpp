@@ -9,6 +9,31 @@
 
 #include <algorithm>
 
+namespace {
+
+// Outside the hole the full-size vote reproduces the input exactly, except
+// where a pixel gathers less than full weight: the last column (row) of an
+// odd-sized picture is reached only by edge patches, and would keep the
+// blurred bilinear upscale of the coarser level - a faint seam at the crop's
+// edge. Pixels the user did not mark are known, so write them back.
+void restoreUnmarkedPixels(const cv::Mat &input, const cv::Mat &levelMask, cv::Mat &result)
+{
+    for (int r = 0; r < result.rows; ++r) {
+        const uchar *src = input.ptr<uchar>(r);
+        const uchar *m = levelMask.ptr<uchar>(r);
+        uchar *dst = result.ptr<uchar>(r);
+        for (int c = 0; c < result.cols; ++c) {
+            if (m[3 * c] == 0) {
+                dst[3 * c] = src[3 * c];
+                dst[3 * c + 1] = src[3 * c + 1];
+                dst[3 * c + 2] = src[3 * c + 2];
+            }
+        }
+    }
+}
+
+} // namespace
+
 void MyPatchMatch::synthesizeErase(const cv::Mat &image, cv::Mat &out)
 {
     runErase(image, out, nullptr);
@@ -114,6 +139,8 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
         }
     }
 
+    if (L > 0)
+        restoreUnmarkedPixels(levelImages[0], levelMasks[0], result);
     if (!donor)
         qDebug() << field.rows << field.cols << result.rows << result.cols;
     result.copyTo(out);

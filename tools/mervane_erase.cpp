@@ -7,6 +7,7 @@
 
 #include "progress.h"
 #include "threadfromqthread.h"
+#include "waitpolicy.h"
 #include "workbox.h"
 
 #include <QCoreApplication>
@@ -20,7 +21,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 #include <string>
 
 namespace {
@@ -79,15 +79,7 @@ cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect 
 
 int main(int argc, char *argv[])
 {
-    // Idle OpenMP threads spin by default while the job thread does its
-    // serial steps; on a busy machine that spinning takes the core the job
-    // needs (about 2.5 times slower wall time under load). The runtime reads
-    // its wait policy once, before main, so set it and start again.
-    if (!std::getenv("OMP_WAIT_POLICY")) {
-        setenv("OMP_WAIT_POLICY", "PASSIVE", 1);
-        execv("/proc/self/exe", argv);
-        // exec failed: carry on with the default policy.
-    }
+    restartWithPassiveWaitPolicy(argv);
     qInstallMessageHandler(quietHandler);
     // One line per error on stderr: OpenCV's own warnings stay silent.
     cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
