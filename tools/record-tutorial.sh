@@ -231,7 +231,7 @@ movie_14() {                                 # the sampling stamp
   xdotool keydown alt; sleep 0.2; xdotool click 1; sleep 0.2; xdotool keyup alt
   sleep 0.3; shot 6                          # Alt-click takes the source
   STEP=2 drag_on_photo $(awk 'BEGIN { d = 1; for (y = 118; y <= 214; y += 6) {
-    x = 422 - (y - 66) * 0.208; printf "%d,%d ", x + 12 * d, y; d = -d } }')   # over the handle
+    x = 432 - (y - 66) * 0.208; printf "%d,%d ", x + 11 * d, y; d = -d } }')   # over the handle
   shot 16
 }
 
@@ -254,7 +254,9 @@ movie_15() {                                 # smart clone
 assemble() {
   # One palette for the whole movie, so unchanged areas stay unchanged and
   # the optimiser stores only what moves.
-  convert $(ls "$FRAMES"/*.png | awk 'NR % 2 == 1') -resize 200x116\! -append \
+  # The sprite sheet joins the sample, so the small buttons keep their colours.
+  convert $(ls "$FRAMES"/*.png | awk 'NR % 2 == 1') -resize 200x116\! \
+    \( "$SRC/resources/image/public.png" -resize 400x \) -append \
     +dither -colors 128 -unique-colors "$WORK/palette.png"
   convert -delay 12 -loop 0 "$FRAMES"/*.png -resize 800x464\! +dither -remap "$WORK/palette.png" \
     -layers OptimizeTransparency "$OUT/$1.gif"
