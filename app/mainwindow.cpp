@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
+#include "removedialog.h"
 #include "keyboardgrabpause.h"
 #include "photoitem.h"
 #include "pathbytes.h"
@@ -68,6 +69,8 @@ MainWindow::MainWindow(QWidget *parent)
     m_undoGroup = new QUndoGroup(this);
     m_historyMenu = ui->pushButton_his->getMenu();
     ui->pushButton_his->setUndoGroup(m_undoGroup);
+    // The one question box, parentless, reused for every question.
+    m_removeDialog = new RemoveDialog;
 
     m_spaceHeld = false;
     m_isNormalSize = true;
@@ -98,6 +101,7 @@ MainWindow::~MainWindow()
 {
     if (QWidget::keyboardGrabber() == this)
         releaseKeyboard();
+    delete m_removeDialog;
     qDeleteAll(m_photoItems);
     m_photoItems.clear();
     // Made without a parent, so they are ours to end.
@@ -197,9 +201,7 @@ void MainWindow::on_pushButton_select_photo_clicked()
 {
     if (!m_location.isEmpty() && m_openDir.isEmpty())
         m_openDir = m_location;
-    const QString filter = QStringLiteral(
-        "ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;"
-        "Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)");
+    const QString filter = QString::fromLatin1(openFilter());
     {
         KeyboardGrabPause pause(this);
         m_lastPhotoPath = QFileDialog::getOpenFileName(this, tr("Open Image"), m_openDir, filter);

@@ -50,6 +50,10 @@ public:
     // widget of that name exists to bind it to by name.
     void on_listwidget_current_change();
     int RecvDeleteItem();
+    // The suffix test of the folder command and of drag-enter.
+    static bool hasAcceptedSuffix(const QString &fileName);
+    // The filter of both open dialogs (untranslated).
+    static const char *openFilter();
 
 
     // Menus, languages, links and settings.
@@ -73,6 +77,13 @@ public:
     QString saveDir() const { return m_saveDir; }
     QRect availableGeometry() const { return m_availableGeometry; }
     bool rightPanelOpen() const { return m_rightPanelOpen; }
+    QString location() const { return m_location; }
+    bool spaceHeld() const { return m_spaceHeld; }
+    int prevTool() const { return m_prevTool; }
+    bool dragging() const { return m_dragging; }
+    QPoint dragOffset() const { return QPoint(m_dragX, m_dragY); }
+    bool isNormalSize() const { return m_isNormalSize; }
+    RemoveDialog *removeDialog() const { return m_removeDialog; }
 
 signals:
     void sendCloneCommand();
@@ -182,7 +193,9 @@ private:
     void selectTool(int code, QPushButton *button);
     void fallBackToBrush();
     PhotoItem *currentItem() const;
-    static bool hasAcceptedSuffix(const QString &fileName);
+    // Keyboard helpers.
+    void restoreToolAfterSpace();
+    void cancelSelectionUnderWay();
 
     Ui::MainWindow *ui;
     int m_dragX = 0;

@@ -2,50 +2,68 @@
 // minimising, closing, and the keys that modify the tools.
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
+#include "customwidget.h"
+#include "custombackwidget.h"
+#include "globals.h"
+#include "photoitem.h"
 
+#include <QCursor>
 #include <QKeyEvent>
 #include <QMouseEvent>
 
+namespace {
+
+// Design size times the interface scale, truncated.
+int S(double designPixels)
+{
+    return int(designPixels * g_uiScale);
+}
+
+// The header's rectangle in the window's coordinates.
+QRect headerRect(const QWidget *window, const QWidget *header)
+{
+    return QRect(header->mapTo(window, QPoint(0, 0)), header->size());
+}
+
+} // namespace
+
+// ---------------------------------------------------------------- header
+
 void MainWindow::mousePressEvent(QMouseEvent *event)
 {
-    QMainWindow::mousePressEvent(event); // Filled with the window work.
-}
-
-void MainWindow::mouseReleaseEvent(QMouseEvent *event)
-{
-    QMainWindow::mouseReleaseEvent(event); // Filled with the window work.
-}
-
-void MainWindow::mouseDoubleClickEvent(QMouseEvent *event)
-{
-    QMainWindow::mouseDoubleClickEvent(event); // Filled with the window work.
+    if (event->button() == Qt::LeftButton) {
+        const QPoint cursor = mapFromGlobal(QCursor::pos());
+        if (headerRect(this, ui->frame_header).contains(cursor)) {
+            m_dragging = true;
+            m_dragX = qRound(event->localPos().x());
+            m_dragY = qRound(event->localPos().y());
+        }
+    }
+    QMainWindow::mousePressEvent(event);
 }
 
 void MainWindow::mouseMoveEvent(QMouseEvent *event)
 {
-    QMainWindow::mouseMoveEvent(event); // Filled with the window work.
-}
-
-void MainWindow::keyPressEvent(QKeyEvent *event)
-{
-    // The bracket keys step the brush size by 5 through the slider, which
-    // clamps to its range and reports the new size. Space, Alt and Escape
-    // are filled with the keyboard work.
-    switch (event->key()) {
-    case Qt::Key_BracketLeft:
-        ui->verticalSlider->setValue(m_brushSize - 5);
-        return;
-    case Qt::Key_BracketRight:
-        ui->verticalSlider->setValue(m_brushSize + 5);
-        return;
-    default:
-        QMainWindow::keyPressEvent(event);
+    if (m_dragging) {
+        // Dragging a filled window by its header returns it to design size.
+        m_isNormalSize = true;
+        resize(S(1256), S(740));
+        move(event->globalPos() - QPoint(m_dragX, m_dragY));
     }
+    QMainWindow::mouseMoveEvent(event);
 }
 
-void MainWindow::keyReleaseEvent(QKeyEvent *event)
+void MainWindow::mouseReleaseEvent(QMouseEvent *event)
 {
-    QMainWindow::keyReleaseEvent(event); // Filled with the keyboard work.
+    m_dragging = false;
+    QMainWindow::mouseReleaseEvent(event);
+}
+
+void MainWindow::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    if (headerRect(this, ui->frame_header).contains(event->pos()))
+        on_pushButton_max_clicked();
+    QMainWindow::mouseDoubleClickEvent(event);
 }
 
 void MainWindow::on_pushButton_min_clicked()
@@ -55,7 +73,18 @@ void MainWindow::on_pushButton_min_clicked()
 
 void MainWindow::on_pushButton_max_clicked()
 {
-    // Filled with the window work.
+    // The origin of the available area plays no part: the window fills from
+    // (0, 0) and centres by the available size alone.
+    if (m_isNormalSize) {
+        resize(m_availableGeometry.size());
+        move(0, 0);
+        m_isNormalSize = false;
+    } else {
+        resize(S(1256), S(740));
+        move((m_availableGeometry.width() - width()) / 2, (m_availableGeometry.height() - height()) / 2);
+        m_isNormalSize = true;
+    }
+    on_pushButton_maxa_clicked();
 }
 
 void MainWindow::on_pushButton_close_clicked()
@@ -68,4 +97,112 @@ void MainWindow::on_pushButton_close_clicked()
             return;
     }
     close();
+}
+
+// ---------------------------------------------------------------- keys
+
+void MainWindow::keyPressEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Space:
+        if (!m_photoItems.isEmpty() && !event->isAutoRepeat() && !m_spaceHeld) {
+            m_spaceHeld = true;
+            m_prevTool = m_toolType;
+            on_pushButton_handle_clicked();
+        }
+        break;
+    case Qt::Key_BracketLeft:
+        // The slider clamps the value and reports it through its change.
+        ui->verticalSlider->setValue(m_brushSize - 5);
+        break;
+    case Qt::Key_BracketRight:
+        ui->verticalSlider->setValue(m_brushSize + 5);
+        break;
+    case Qt::Key_Escape:
+        if (!m_photoItems.isEmpty())
+            cancelSelectionUnderWay();
+        break;
+    case Qt::Key_Alt:
+        if (!event->isAutoRepeat() && !m_spaceHeld) {
+            ui->widget_front_green->hide();
+            emit sendaltkeyPress();
+        }
+        break;
+    default:
+        QMainWindow::keyPressEvent(event);
+        return;
+    }
+}
+
+void MainWindow::keyReleaseEvent(QKeyEvent *event)
+{
+    switch (event->key()) {
+    case Qt::Key_Space:
+        if (m_spaceHeld && !event->isAutoRepeat()) {
+            m_spaceHeld = false;
+            if (m_photoItems.isEmpty())
+                break;
+            m_toolType = m_prevTool;
+            restoreToolAfterSpace();
+        }
+        break;
+    case Qt::Key_Alt:
+        // Releasing Alt also ends a Space hold: the later release of Space
+        // then no longer restores the tool. Users have long had it so.
+        m_spaceHeld = false;
+        ui->widget_front_green->show();
+        emit sendaltkeyRelease();
+        break;
+    default:
+        QMainWindow::keyReleaseEvent(event);
+        return;
+    }
+}
+
+void MainWindow::restoreToolAfterSpace()
+{
+    // As the tool's button would, except that the size control shows for
+    // the smart clone, the colour buttons stay visible, and entering the
+    // stamp keeps the photo's selections. The stamp sub-modes (10, 11) are
+    // not restored: the photo stays on the move tool.
+    QPushButton *button = nullptr;
+    switch (m_toolType) {
+    case 1: button = ui->pushButton_rect; break;
+    case 2: button = ui->pushButton_noose; break;
+    case 3: button = ui->pushButton_poly; break;
+    case 4: button = ui->pushButton_penplus; break;
+    case 5: button = ui->pushButton_sub; break;
+    case 8: button = ui->pushButton_stamp; break;
+    case 9: button = ui->pushButton_handle; break;
+    case 12: button = ui->pushButton_clone; break;
+    default: return;
+    }
+    resetToolStyles();
+    setToolLook(button, true);
+    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+    if (m_toolType == 4 || m_toolType == 5 || m_toolType == 8 || m_toolType == 12)
+        setSizeControlVisible(true);
+    if (m_toolType == 8)
+        setStampStripVisible(true);
+}
+
+void MainWindow::cancelSelectionUnderWay()
+{
+    PhotoItem *item = currentItem();
+    if (!item)
+        return;
+    item->m_polyCount = 0;
+    item->m_stampRegionActive = 0;
+    item->clearStrokeBaseRed();
+    if (m_toolType == 12) {
+        item->clearInpaintMaskBK();
+        item->m_cloneGrowX = 0;
+        item->m_cloneGrowY = 0;
+        item->m_cloneGrowBaseX = 0;
+        item->m_cloneGrowBaseY = 0;
+    }
+    ui->widget_mid->setPixmap(matToQPixmap(item->m_image), ui->widget_mid);
+    ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
+    ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
+    ui->widget_back->setImageSize(item->m_imageCols, item->m_imageRows, ui->widget_back);
 }

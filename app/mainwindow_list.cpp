@@ -1,61 +1,255 @@
-// Photo list: adding by dialog, folder and drop, switching rows, closing.
-// Filled with the photo list work; until then only the single open of the
-// welcome page (openPhoto) brings photos in, and none leaves.
+// Photo list: adding by dialog, folder and drop, switching rows, closing one
+// photo, removing all. Row number and list index are always equal, and only
+// the photo of the current row is wired to the canvases.
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
+#include "keyboardgrabpause.h"
+#include "customitem.h"
+#include "photoitem.h"
+#include "removedialog.h"
 
+#include <QDebug>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QListWidget>
+#include <QMimeData>
+#include <QSignalBlocker>
+#include <QUndoGroup>
+#include <QUrl>
+
+namespace {
+
+// The suffixes a file name may end in, each with the number of trailing
+// characters compared against it. "sr" is compared against three characters,
+// so only a file named exactly "sr" passes it; capitals never pass. Both are
+// long-standing behaviour that users of the folder command rely on.
+struct AcceptedSuffix {
+    const char *suffix;
+    int cut;
+};
+
+constexpr AcceptedSuffix kAcceptedSuffixes[] = {
+    {"bmp", 3}, {"dib", 3}, {"jpg", 3}, {"jpeg", 4}, {"jpe", 3}, {"png", 3}, {"pbm", 3}, {"pgm", 3},
+    {"ppm", 3}, {"sr", 3},  {"ras", 3}, {"tiff", 4}, {"tif", 3}, {"exr", 3}, {"jp2", 3},
+};
+
+// The question box opens over the welcome button, up and to the left by a
+// third of its own size.
+void placeQuestion(RemoveDialog *dialog, const QWidget *anchor)
+{
+    const QPoint corner = anchor->mapToGlobal(QPoint(0, 0));
+    dialog->move(corner.x() - dialog->width() / 3, corner.y() - dialog->height() / 3);
+}
+
+} // namespace
 
 bool MainWindow::hasAcceptedSuffix(const QString &fileName)
 {
-    Q_UNUSED(fileName); // Filled with the photo list work; nothing passes yet.
+    for (const AcceptedSuffix &s : kAcceptedSuffixes) {
+        if (fileName.right(s.cut) == QLatin1String(s.suffix))
+            return true;
+    }
     return false;
+}
+
+const char *MainWindow::openFilter()
+{
+    return QT_TRANSLATE_NOOP("MainWindow",
+                             "ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;"
+                             "Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;"
+                             "EXR(*.EXR);;JP2(*.JP2)");
 }
 
 void MainWindow::on_pushButton_add_clicked()
 {
-    // Filled with the photo list work.
+    if (!m_location.isEmpty() && m_openDir.isEmpty())
+        m_openDir = m_location;
+    const QString filter = tr(openFilter());
+    QStringList paths;
+    {
+        KeyboardGrabPause pause(this);
+        paths = QFileDialog::getOpenFileNames(this, tr("Open Image"), m_openDir, filter);
+    }
+    for (const QString &path : qAsConst(paths))
+        openPhoto(path);
 }
 
 void MainWindow::on_pushButton_select_folder_clicked()
 {
-    // Filled with the photo list work.
-}
-
-void MainWindow::on_listWidget_itemClicked(QListWidgetItem *item)
-{
-    Q_UNUSED(item); // Filled with the photo list work.
-}
-
-void MainWindow::on_listWidget_currentRowChanged(int currentRow)
-{
-    Q_UNUSED(currentRow); // Filled with the photo list work.
-}
-
-void MainWindow::on_listwidget_current_change()
-{
-    // Filled with the photo list work.
-}
-
-int MainWindow::RecvDeleteItem()
-{
-    // Filled with the photo list work. Until then nothing is closed, which
-    // the callers read as a cancel.
-    return 2;
-}
-
-void MainWindow::on_pushButton_remove_clicked()
-{
-    // Filled with the photo list work.
+    if (!m_location.isEmpty() && m_openDir.isEmpty())
+        m_openDir = m_location;
+    QString folder;
+    {
+        KeyboardGrabPause pause(this);
+        folder = QFileDialog::getExistingDirectory(this, tr("Open Flolder"), m_openDir, QFileDialog::ShowDirsOnly);
+    }
+    if (folder.isEmpty())
+        return;
+    // The smallest file first; sub-folders are not entered.
+    const QFileInfoList entries =
+        QDir(folder).entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Size | QDir::Reversed);
+    for (const QFileInfo &entry : entries) {
+        if (hasAcceptedSuffix(entry.fileName()))
+            openPhoto(entry.absoluteFilePath());
+    }
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
 {
-    event->ignore(); // Filled with the photo list work.
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (!urls.isEmpty() && hasAcceptedSuffix(urls.first().fileName()))
+        event->acceptProposedAction();
+    else
+        event->ignore();
 }
 
 void MainWindow::dropEvent(QDropEvent *event)
 {
-    event->ignore(); // Filled with the photo list work.
+    // One photo per drop: only the first file of the drag counts.
+    const QList<QUrl> urls = event->mimeData()->urls();
+    if (urls.isEmpty())
+        return;
+    const QString path = urls.first().toLocalFile();
+    if (!path.isEmpty())
+        openPhoto(path);
+}
+
+void MainWindow::on_listWidget_itemClicked(QListWidgetItem *item)
+{
+    Q_UNUSED(item); // the row is read from the list itself
+    on_listwidget_current_change();
+}
+
+void MainWindow::on_listWidget_currentRowChanged(int currentRow)
+{
+    if (currentRow < 0)
+        return;
+    on_listwidget_current_change();
+}
+
+void MainWindow::on_listwidget_current_change()
+{
+    // Every switch, even to the row already current, binds that photo anew,
+    // drops the tool back to the red brush and fits the photo.
+    if (m_photoItems.isEmpty())
+        return;
+    PhotoItem *item = currentItem();
+    for (PhotoItem *p : qAsConst(m_photoItems))
+        unbindPhoto(p);
+    if (!item)
+        return;
+    bindPhoto(item);
+    m_undoGroup->setActiveStack(item->getUndoStack());
+    fallBackToBrush();
+    recvFit();
+    ui->horizontalSlider->setValue(100);
+    ui->horizontalSlider_2->setValue(100);
+}
+
+int MainWindow::RecvDeleteItem()
+{
+    if (m_photoItems.isEmpty())
+        return 0;
+    int r = ui->listWidget->currentRow();
+    if (r < 0 || r >= m_photoItems.size()) {
+        // No current row while photos exist would let a close skip the
+        // question; the first photo stands in.
+        ui->listWidget->setCurrentRow(0);
+        r = 0;
+    }
+    PhotoItem *item = m_photoItems.at(r);
+
+    if (!item->m_saved) {
+        m_removeDialog->setDialogText(tr("Save changes to \"%1\" before closing?").arg(item->m_fileName));
+        placeQuestion(m_removeDialog, ui->pushButton_select_photo);
+        int answer;
+        {
+            KeyboardGrabPause pause(this);
+            answer = m_removeDialog->exec();
+        }
+        if (answer == QDialog::Accepted) {
+            if (on_pushButton_save_clicked() == 2)
+                return 2;
+        } else if (answer != QDialog::Rejected) {
+            return 2;
+        }
+    }
+
+    for (PhotoItem *p : qAsConst(m_photoItems))
+        unbindPhoto(p);
+
+    {
+        // The row changes below would switch to a photo that is on its way
+        // out; the binding is done once, after them.
+        const QSignalBlocker blocker(ui->listWidget);
+        QListWidgetItem *row = ui->listWidget->takeItem(r);
+        ui->listWidget->removeItemWidget(row);
+        qDebug() << "tmp===" << static_cast<void *>(item);
+        delete row;
+        m_photoItems.removeAt(r);
+        item->deleteLater();
+
+        if (r != 0) {
+            ui->listWidget->setCurrentRow(r - 1);
+        } else if (ui->listWidget->count() == 0) {
+            // The history list empties now rather than when the stack dies.
+            m_undoGroup->setActiveStack(nullptr);
+            ui->stackedWidget->setCurrentIndex(1);
+            return 0;
+        } else {
+            ui->listWidget->setCurrentRow(0);
+        }
+    }
+
+    PhotoItem *current = currentItem();
+    for (PhotoItem *p : qAsConst(m_photoItems))
+        unbindPhoto(p);
+    if (current) {
+        bindPhoto(current);
+        m_undoGroup->setActiveStack(current->getUndoStack());
+    }
+
+    fallBackToBrush();
+    setSizeControlVisible(true);
+    recvFit();
+    ui->horizontalSlider->setValue(100);
+    ui->horizontalSlider_2->setValue(100);
+    return 0;
+}
+
+void MainWindow::on_pushButton_remove_clicked()
+{
+    int unsaved = 0;
+    for (const PhotoItem *p : qAsConst(m_photoItems))
+        unsaved += p->m_saved ? 0 : 1;
+
+    const QString text = unsaved != 0
+                             ? tr("You have %1 unsaved files. \nDo you want to remove all the files?").arg(unsaved)
+                             : tr("Do you want to remove all the files?");
+    m_removeDialog->setDialogText(text);
+    placeQuestion(m_removeDialog, ui->pushButton_select_photo);
+    int answer;
+    {
+        KeyboardGrabPause pause(this);
+        answer = m_removeDialog->exec();
+    }
+    if (answer != QDialog::Accepted)
+        return;
+
+    // No save is offered: the question named the unsaved count.
+    const QList<PhotoItem *> photos = m_photoItems;
+    for (PhotoItem *p : photos) {
+        unbindPhoto(p);
+        m_photoItems.removeOne(p);
+        delete p;
+    }
+    {
+        const QSignalBlocker blocker(ui->listWidget);
+        ui->listWidget->clear();
+    }
+    m_undoGroup->setActiveStack(nullptr);
+    ui->stackedWidget->setCurrentIndex(1);
 }

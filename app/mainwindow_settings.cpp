@@ -1,28 +1,59 @@
-// The per-user settings store. The keys are those of the desktop platform
-// the program was first made for; here any per-user store with the same keys
-// serves, so the toolkit's own native store is used, under the same roots.
+// The per-user settings store behind setReg and readReg, and the tutorial's
+// first-run key beside it.
 #include "mainwindow.h"
 #include "globals.h"
+#include "settingsstore.h"
 
 #include <QSettings>
 
-namespace {
+namespace SettingsStore {
 
-QString vendor()
+QString organisation()
 {
     return g_brand == 1 ? QStringLiteral("Tesselin") : QStringLiteral("Corvanto");
 }
 
-} // namespace
+QString application(Root root)
+{
+    if (root == Root::Tutorial)
+        return organisation() + QStringLiteral(" Mervane");
+    return QStringLiteral("Pellumar");
+}
+
+bool fitsBound(const QString &text)
+{
+    return text.toUtf8().size() <= kMaxBytes;
+}
+
+QString read(Root root, const QString &key)
+{
+    if (key.isEmpty() || !fitsBound(key))
+        return QString();
+    // Opened for the one operation, as every use of the store is.
+    QSettings settings(organisation(), application(root));
+    return settings.value(key).toString();
+}
+
+void write(Root root, const QString &key, const QString &value)
+{
+    if (key.isEmpty() || !fitsBound(key))
+        return;
+    QSettings settings(organisation(), application(root));
+    if (fitsBound(value))
+        settings.setValue(key, value);
+    else
+        settings.remove(key);
+    settings.sync();
+}
+
+} // namespace SettingsStore
 
 void MainWindow::setReg(const QString &key, const QString &value)
 {
-    QSettings settings(vendor(), QStringLiteral("Pellumar"));
-    settings.setValue(key, value);
+    SettingsStore::write(SettingsStore::Root::Settings, key, value);
 }
 
 QString MainWindow::readReg(const QString &key)
 {
-    QSettings settings(vendor(), QStringLiteral("Pellumar"));
-    return settings.value(key).toString();
+    return SettingsStore::read(SettingsStore::Root::Settings, key);
 }
