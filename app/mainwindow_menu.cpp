@@ -2,6 +2,7 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
+#include "settingsstore.h"
 #include "skin.h"
 #include "studydialog.h"
 
@@ -34,12 +35,6 @@ int linkIndex(const QString &tag)
 void openLink(const QString &value)
 {
     QDesktopServices::openUrl(QUrl(value));
-}
-
-// The store behind the first-run key, beside the settings root of setReg.
-QString tutorialVendor()
-{
-    return g_brand == 1 ? QStringLiteral("Tesselin") : QStringLiteral("Corvanto");
 }
 
 } // namespace
@@ -197,13 +192,14 @@ void MainWindow::open_tutorial()
 
 void MainWindow::displayTutorial()
 {
-    QSettings store(tutorialVendor(), tutorialVendor() + QStringLiteral(" Mervane"));
-    if (store.value(QStringLiteral("Initializtion")).toString() == QLatin1String("1"))
+    using SettingsStore::Root;
+    const QString key = QStringLiteral("Initializtion");
+    if (SettingsStore::read(Root::Tutorial, key) == QLatin1String("1"))
         return;
     if (m_studyDialog) {
         m_studyDialog->move(ui->label_title->mapToGlobal(QPoint(0, 0)) + QPoint(50, 50));
         m_studyDialog->show();
     }
-    store.setValue(QStringLiteral("Initializtion"), QStringLiteral("1"));
-    store.sync();
+    // Written at once: the store holds it from this moment.
+    SettingsStore::write(Root::Tutorial, key, QStringLiteral("1"));
 }
