@@ -184,17 +184,17 @@
     </message>
     <message>
         <source>Save changes to &quot;%1&quot; before closing?</source>
-        <translation type="vanished">Änderungen an &quot;%1&quot; vor dem Schließen speichern?</translation>
+        <translation>Änderungen an &quot;%1&quot; vor dem Schließen speichern?</translation>
     </message>
     <message>
         <source>You have %1 unsaved files. 
 Do you want to remove all the files?</source>
-        <translation type="vanished">Sie haben %1 ungespeicherte Dateien. 
+        <translation>Sie haben %1 ungespeicherte Dateien. 
 Möchten Sie alle Dateien entfernen?</translation>
     </message>
     <message>
         <source>Do you want to remove all the files?</source>
-        <translation type="vanished">Möchten Sie alle Dateien entfernen?</translation>
+        <translation>Möchten Sie alle Dateien entfernen?</translation>
     </message>
     <message>
         <source>Version:1.2.2 x64</source>
@@ -223,6 +223,29 @@ Möchten Sie alle Dateien entfernen?</translation>
     <message>
         <source>Open Image</source>
         <translation>Bild öffnen</translation>
+    </message>
+    <message>
+        <source>ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)</source>
+        <translation>Alle Formate(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)</translation>
+    </message>
+    <message>
+        <source>Open Flolder</source>
+        <translation>Ordner öffnen</translation>
+    </message>
+    <message>
+        <source>Save File</source>
+        <translation>Datei speichern</translation>
+    </message>
+</context>
+<context>
+    <name>PhotoItem</name>
+    <message>
+        <source>Warnning</source>
+        <translation>Warnung</translation>
+    </message>
+    <message>
+        <source>Could not use the stamp because the area to clone has not been defined (Alt-click to define a source point)</source>
+        <translation>Der Stempel kann nicht verwendet werden, weil kein Quellbereich festgelegt ist (Alt-Klick legt einen Quellpunkt fest)</translation>
     </message>
 </context>
 <context>
