@@ -7,6 +7,7 @@
 #include "keyboardgrabpause.h"
 #include "photoitem.h"
 #include "pathbytes.h"
+#include "studydialog.h"
 
 #include <QDebug>
 #include <QFileDialog>
@@ -62,6 +63,7 @@ MainWindow::MainWindow(QWidget *parent)
     // ---- Dialogs: m_removeDialog and m_studyDialog (both parentless) are made
     // here once their classes are part of the build. Until then both stay null
     // and every user of them checks for that.
+    m_studyDialog = new StudyDialog;
     // ---- end of dialogs
 
     m_undoGroup = new QUndoGroup(this);
@@ -102,6 +104,9 @@ MainWindow::~MainWindow()
     delete m_removeDialog;
     qDeleteAll(m_photoItems);
     m_photoItems.clear();
+    // Made without a parent, so they are ours to end.
+    delete m_studyDialog;
+    delete m_languageMenu;
     delete ui;
 }
 

@@ -12,6 +12,7 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QTabWidget>
+#include <QToolTip>
 #include <QWidget>
 
 // Outside any namespace, as the resource macro requires.
@@ -27,6 +28,12 @@ void init()
     static const bool ready = [] {
         registerResources();
         QFont::insertSubstitution(QStringLiteral("Lato123"), QStringLiteral("Lato"));
+        // Tool tips in the window's colours rather than the platform's pale
+        // yellow; they are not widgets of ours, so no style sheet reaches them.
+        QPalette tips = QToolTip::palette();
+        tips.setColor(QPalette::ToolTipBase, QColor(0x44, 0x42, 0x4a));
+        tips.setColor(QPalette::ToolTipText, QColor(0xe8, 0xe8, 0xe8));
+        QToolTip::setPalette(tips);
         return true;
     }();
     Q_UNUSED(ready);
@@ -365,16 +372,21 @@ QString edgeStripSheet()
     return QStringLiteral("QFrame#frame_bianyuan{border-image: url(:/image/left20183.png);}");
 }
 
+// A missing picture gives an empty label, quietly.
 QPixmap dividerPixmap()
 {
-    return QPixmap(QStringLiteral(":/image/line2.png"))
-        .scaled(scaled(81), scaled(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QPixmap line(QStringLiteral(":/image/line2.png"));
+    if (line.isNull())
+        return line;
+    return line.scaled(scaled(81), scaled(5), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 QPixmap appIconPixmap()
 {
-    return QPixmap(QStringLiteral(":/image/32.png"))
-        .scaled(scaled(24), scaled(24), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const QPixmap icon(QStringLiteral(":/image/32.png"));
+    if (icon.isNull())
+        return icon;
+    return icon.scaled(scaled(24), scaled(24), Qt::KeepAspectRatio, Qt::SmoothTransformation);
 }
 
 void styleListWidget(QListWidget *list)
@@ -446,6 +458,10 @@ void applyWindowSkin(QWidget *window)
         sheet(window, tool.first, toolButtonSheet(tool.second, tool.second == Tool::PenPlus));
     text(window, "label", lato, 10);
     text(window, "label_2", lato, 10);
+    // The column's word and the size readout sit centred over its buttons.
+    for (const char *name : {"label_3", "label", "label_2"})
+        if (auto *label = child<QLabel>(window, name))
+            label->setAlignment(Qt::AlignCenter);
     sheet(window, "verticalSlider", brushSliderSheet());
     sheet(window, "pushButton_red", colourButtonSheet(0, true));
     sheet(window, "pushButton_green", colourButtonSheet(1, false));
@@ -505,7 +521,7 @@ void applyCanvasShadow(QWidget *front, QWidget *mid, QWidget *back)
     if (!front && !mid && !back)
         return;
     auto *shadow = new QGraphicsDropShadowEffect;
-    shadow->setOffset(8, 8);
+    shadow->setOffset(kShadowOffset, kShadowOffset);
     shadow->setBlurRadius(18);
     shadow->setColor(QColor(0, 0, 0, 150));
     for (QWidget *w : {front, mid, back})

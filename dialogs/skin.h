@@ -42,6 +42,9 @@ inline constexpr const char *kGroove = "#161616";
 inline constexpr const char *kGrooveFilled = "#439cf4";
 inline constexpr const char *kScrollHandle = "#696969";
 
+// The canvas drop shadow lies this far right and down of the image.
+inline constexpr int kShadowOffset = 8;
+
 // The four looks of a button, as cells of the sheet.
 struct Cells {
     QRect plain, hover, pressed, disabled;

@@ -2,6 +2,29 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de_DE">
 <context>
+    <name>CustomWidget</name>
+    <message>
+        <source>Fit to screen       </source>
+        <translation>An Fenster anpassen</translation>
+    </message>
+    <message>
+        <source>100%</source>
+        <translation>100%</translation>
+    </message>
+    <message>
+        <source>200%</source>
+        <translation>200%</translation>
+    </message>
+    <message>
+        <source>Zoom In</source>
+        <translation>Vergrößern</translation>
+    </message>
+    <message>
+        <source>Zoom Out</source>
+        <translation>Verkleinern</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Hardness:</source>
@@ -173,20 +196,56 @@ Möchten Sie alle Dateien entfernen?</translation>
         <source>Do you want to remove all the files?</source>
         <translation>Möchten Sie alle Dateien entfernen?</translation>
     </message>
+    <message>
+        <source>Version:1.2.2 x64</source>
+        <translation>Version:1.2.2 x64</translation>
+    </message>
+    <message>
+        <source>30</source>
+        <translation>30</translation>
+    </message>
+    <message>
+        <source>0</source>
+        <translation>0</translation>
+    </message>
+    <message>
+        <source>hardness:</source>
+        <translation>Härte:</translation>
+    </message>
+    <message>
+        <source>TextLabel</source>
+        <translation>TextLabel</translation>
+    </message>
+    <message>
+        <source>   Erase</source>
+        <translation>   Entfernen</translation>
+    </message>
+    <message>
+        <source>Open Image</source>
+        <translation>Bild öffnen</translation>
+    </message>
+    <message>
+        <source>ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)</source>
+        <translation>Alle Formate(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)</translation>
+    </message>
+    <message>
+        <source>Open Flolder</source>
+        <translation>Ordner öffnen</translation>
+    </message>
+    <message>
+        <source>Save File</source>
+        <translation>Datei speichern</translation>
+    </message>
 </context>
 <context>
-    <name>processDialog</name>
+    <name>PhotoItem</name>
     <message>
-        <source>Mervane</source>
-        <translation>Mervane</translation>
+        <source>Warnning</source>
+        <translation>Warnung</translation>
     </message>
     <message>
-        <source>Erase  processing ...</source>
-        <translation>Entfernen  läuft ...</translation>
-    </message>
-    <message>
-        <source>Cancel</source>
-        <translation>Abbrechen</translation>
+        <source>Could not use the stamp because the area to clone has not been defined (Alt-click to define a source point)</source>
+        <translation>Der Stempel kann nicht verwendet werden, weil kein Quellbereich festgelegt ist (Alt-Klick legt einen Quellpunkt fest)</translation>
     </message>
 </context>
 <context>
@@ -244,26 +303,18 @@ Möchten Sie alle Dateien entfernen?</translation>
     </message>
 </context>
 <context>
-    <name>CustomWidget</name>
+    <name>processDialog</name>
     <message>
-        <source>Fit to screen       </source>
-        <translation>An Fenster anpassen</translation>
+        <source>Mervane</source>
+        <translation>Mervane</translation>
     </message>
     <message>
-        <source>100%</source>
-        <translation>100%</translation>
+        <source>Erase  processing ...</source>
+        <translation>Entfernen  läuft ...</translation>
     </message>
     <message>
-        <source>200%</source>
-        <translation>200%</translation>
-    </message>
-    <message>
-        <source>Zoom In</source>
-        <translation>Vergrößern</translation>
-    </message>
-    <message>
-        <source>Zoom Out</source>
-        <translation>Verkleinern</translation>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
     </message>
 </context>
 </TS>
