@@ -95,10 +95,11 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
             if (i != L && cancelled())
                 return;
 
-            workingImage = levelImages[i].clone();
-            cv::Mat mask = levelMasks[i].clone();
+            // The level's image and masks are only read from here on.
+            workingImage = levelImages[i];
+            cv::Mat mask = levelMasks[i];
             if (donor) {
-                m_donorLevelMask = levelDonors[i].clone();
+                m_donorLevelMask = levelDonors[i];
                 updateDonorBox();
             }
 
@@ -118,19 +119,22 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
                     return;
                 sweepField(field, workingImage, result, mask, cost, sweepCount);
 
-                cv::Mat candidate;
-                bool upscale = false;
-                const cv::Mat *voteSource = &levelImages[i];
                 if (it < levelIterations) {
-                    candidate = result.clone();
+                    // A vote reads only its own pixel of the picture it
+                    // writes, so it may vote the level's picture in place.
+                    voteImage(levelImages[i], result, field, mask, false, cost);
                 } else {
-                    voteSource = &levelImages[i - 1];
+                    cv::Mat candidate;
                     cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
                     mask = levelMasks[i - 1];
-                    upscale = true;
+                    // At full size every unmarked pixel is written back from
+                    // the input below; only the hole needs its votes.
+                    if (i == 1)
+                        voteHole(levelImages[0], candidate, field, mask, true, cost);
+                    else
+                        voteImage(levelImages[i - 1], candidate, field, mask, true, cost);
+                    result = candidate;
                 }
-                voteImage(*voteSource, candidate, field, mask, upscale, cost);
-                result = candidate;
                 if (!donor)
                     emit sendWorkProcess(i);
             }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 using engine::loadCell;
 
@@ -107,8 +108,38 @@ struct VoteHistograms
 
 } // namespace
 
+namespace {
+
+// One voter of a pixel: its colour packed as B | G << 8 | R << 16, and its
+// weight.
+struct Voter
+{
+    uint32_t colour;
+    double weight;
+};
+
+inline uint32_t packColour(const uchar *p)
+{
+    return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16;
+}
+
+} // namespace
+
 void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
                              const cv::Mat &mask, bool upscale, const cv::Mat &cost)
+{
+    voteRows(source, out, field, mask, upscale, cost, false);
+}
+
+void MyPatchMatch::voteHole(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                            const cv::Mat &mask, bool upscale, const cv::Mat &cost)
+{
+    voteRows(source, out, field, mask, upscale, cost, true);
+}
+
+void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                            const cv::Mat &mask, bool upscale, const cv::Mat &cost,
+                            bool holeOnly)
 {
     const int R = upscale ? 2 * m_patchRadius : m_patchRadius;
     const int rows = source.rows, cols = source.cols;
@@ -117,79 +148,108 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
     const int reachCols = upscale ? 2 * fieldCols : fieldCols;
     const double *similarity = m_similarity;
     const bool voteAll = m_voteAll;
+    const int side = 2 * R + 1;
 
-    // Each pixel reads the field, the cost map and source and writes only
-    // its own pixel of out; the field is stable between sweeps, so the rows
-    // can be voted in parallel with the same result as one pass. Rows
-    // through the hole cost far more than the others: hand them out in
-    // small chunks.
-#pragma omp parallel for schedule(dynamic, 4)
-    for (int y = 0; y < rows; ++y) {
+    // Each pixel reads the field, the cost map, source and its own pixel of
+    // out, and writes only that pixel; the field is stable between sweeps,
+    // so the rows can be voted in parallel with the same result as one
+    // pass. Rows through the hole cost far more than the others: hand them
+    // out in small chunks.
+#pragma omp parallel
+    {
         VoteHistograms histograms;
-        const uchar *ownMask = mask.ptr<uchar>(y);
-        const uchar *src = source.ptr<uchar>(y);
-        uchar *dst = out.ptr<uchar>(y);
-        for (int x = 0; x < cols; ++x) {
-            // Outside the mask without voteAll only the total weight decides
-            // (the source pixel or nothing), and weights are never negative,
-            // so the sum may stop as soon as it reaches 1.0.
-            const bool totalOnly = !voteAll && ownMask[3 * x] != 255;
-            double wsum = 0.0;
-            for (int dy = -R; dy <= R && !(totalOnly && wsum >= 1.0); ++dy) {
-                const int yy = y + dy;
-                if (yy < 0 || yy >= reachRows)
+        // The voters of the current pixel, in the order a histogram would
+        // receive them; allocated once per thread.
+        std::vector<Voter> voters(size_t(side) * side);
+#pragma omp for schedule(dynamic, 4)
+        for (int y = 0; y < rows; ++y) {
+            const uchar *ownMask = mask.ptr<uchar>(y);
+            const uchar *src = source.ptr<uchar>(y);
+            uchar *dst = out.ptr<uchar>(y);
+            for (int x = 0; x < cols; ++x) {
+                const bool masked = ownMask[3 * x] == 255;
+                if (holeOnly && !masked)
                     continue;
-                const short *frow = field.ptr<short>(upscale ? yy >> 1 : yy);
-                const short *crow = cost.ptr<short>(upscale ? yy >> 1 : yy);
-                for (int dx = -R; dx <= R; ++dx) {
-                    const int xx = x + dx;
-                    if (xx < 0 || xx >= reachCols)
+                // Outside the mask without voteAll only the total weight
+                // decides: the pixel gets its source colour or keeps its own.
+                // When the two are the same, the votes cannot change it.
+                const bool totalOnly = !voteAll && !masked;
+                if (totalOnly && dst[3 * x] == src[3 * x] && dst[3 * x + 1] == src[3 * x + 1]
+                    && dst[3 * x + 2] == src[3 * x + 2])
+                    continue;
+                // Weights are never negative, so a total-only sum may stop
+                // as soon as it reaches 1.0.
+                double wsum = 0.0;
+                int count = 0;
+                bool unanimous = true;
+                for (int dy = -R; dy <= R && !(totalOnly && wsum >= 1.0); ++dy) {
+                    const int yy = y + dy;
+                    if (yy < 0 || yy >= reachRows)
                         continue;
-                    const int fx = upscale ? xx >> 1 : xx;
-                    int px = loadCell(frow + 3 * fx);
-                    int py = loadCell(frow + 3 * fx + 1);
-                    if (upscale) {
-                        px = 2 * px + (xx & 1);
-                        py = 2 * py + (yy & 1);
+                    const short *frow = field.ptr<short>(upscale ? yy >> 1 : yy);
+                    const short *crow = cost.ptr<short>(upscale ? yy >> 1 : yy);
+                    for (int dx = -R; dx <= R; ++dx) {
+                        const int xx = x + dx;
+                        if (xx < 0 || xx >= reachCols)
+                            continue;
+                        const int fx = upscale ? xx >> 1 : xx;
+                        int px = loadCell(frow + 3 * fx);
+                        int py = loadCell(frow + 3 * fx + 1);
+                        if (upscale) {
+                            px = 2 * px + (xx & 1);
+                            py = 2 * py + (yy & 1);
+                        }
+                        const int vy = py - dy, vx = px - dx;
+                        if (vy < 0 || vy >= rows || vx < 0 || vx >= cols)
+                            continue;
+                        if (mask.ptr<uchar>(vy)[3 * vx] == 255)
+                            continue;
+                        const double w = similarity[loadCell(crow + fx)];
+                        wsum += w;
+                        if (totalOnly)
+                            continue;
+                        const uint32_t colour = packColour(source.ptr<uchar>(vy) + 3 * vx);
+                        unanimous = unanimous && (count == 0 || colour == voters[0].colour);
+                        voters[count++] = {colour, w};
                     }
-                    const int vy = py - dy, vx = px - dx;
-                    if (vy < 0 || vy >= rows || vx < 0 || vx >= cols)
-                        continue;
-                    if (mask.ptr<uchar>(vy)[3 * vx] == 255)
-                        continue;
-                    const double w = similarity[loadCell(crow + fx)];
-                    wsum += w;
-                    if (totalOnly)
-                        continue;
-                    const uchar *p = source.ptr<uchar>(vy) + 3 * vx;
-                    histograms.add(0, p[0], w);
-                    histograms.add(1, p[1], w);
-                    histograms.add(2, p[2], w);
                 }
-            }
-            if (wsum < 1.0) {
-                if (!totalOnly)
-                    for (int c = 0; c < 3; ++c)
-                        histograms.clear(c);
-                continue;
-            }
-            if (totalOnly) {
-                dst[3 * x] = src[3 * x];
-                dst[3 * x + 1] = src[3 * x + 1];
-                dst[3 * x + 2] = src[3 * x + 2];
-                continue;
-            }
-            for (int c = 0; c < 3; ++c) {
-                // One value only (the usual case): v * h / h is v.
-                const int single = histograms.only(c);
-                if (single >= 0) {
-                    dst[3 * x + c] = uchar(single);
-                    histograms.clear(c);
+                if (wsum < 1.0)
+                    continue;
+                if (totalOnly) {
+                    dst[3 * x] = src[3 * x];
+                    dst[3 * x + 1] = src[3 * x + 1];
+                    dst[3 * x + 2] = src[3 * x + 2];
                     continue;
                 }
-                const int v = histograms.trimmedMean(c, wsum);
-                if (v >= 0)
-                    dst[3 * x + c] = uchar(v);
+                // All voters agree (the usual case away from the hole's
+                // seams): every channel holds one value, and its trimmed
+                // mean v * h / h is v.
+                if (unanimous) {
+                    const uint32_t colour = voters[0].colour;
+                    dst[3 * x] = uchar(colour);
+                    dst[3 * x + 1] = uchar(colour >> 8);
+                    dst[3 * x + 2] = uchar(colour >> 16);
+                    continue;
+                }
+                for (int k = 0; k < count; ++k) {
+                    const uint32_t colour = voters[k].colour;
+                    const double w = voters[k].weight;
+                    histograms.add(0, int(colour & 255), w);
+                    histograms.add(1, int((colour >> 8) & 255), w);
+                    histograms.add(2, int(colour >> 16), w);
+                }
+                for (int c = 0; c < 3; ++c) {
+                    // One value only: v * h / h is v.
+                    const int single = histograms.only(c);
+                    if (single >= 0) {
+                        dst[3 * x + c] = uchar(single);
+                        histograms.clear(c);
+                        continue;
+                    }
+                    const int v = histograms.trimmedMean(c, wsum);
+                    if (v >= 0)
+                        dst[3 * x + c] = uchar(v);
+                }
             }
         }
     }
