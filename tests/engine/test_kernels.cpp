@@ -3,6 +3,7 @@
 
 #include "mypatchmatch.h"
 #include "reference.h"
+#include "enginecells.h"
 
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
@@ -376,6 +377,33 @@ TEST(VoteHole, EqualsReferenceOnMarkedPixelsAndLeavesTheRest)
                           marked ? expected.at<cv::Vec3b>(y, x) : v.out.at<cv::Vec3b>(y, x))
                     << "round " << round << " at " << y << "," << x;
             }
+    }
+}
+
+// The random search takes its draws modulo 2 r through a multiply instead
+// of a division; the remainder must be the C remainder for every draw and
+// every divisor the radii can give (2 .. 131,070), and 1.
+TEST(RandomDraws, DivisorRemainderEqualsTheModulo)
+{
+    std::mt19937 rng(23);
+    std::uniform_int_distribution<uint32_t> draw(0, 0x7FFFFFFF);
+    for (uint32_t d = 1; d <= 131070; d += (d < 4096 ? 1 : 7)) {
+        const engine::Divisor divisor(d);
+        const uint32_t edges[] = {0u, 1u, d - 1, d, d + 1, 2 * d - 1, 0x7FFFFFFFu, 0x7FFFFFFFu - d};
+        for (uint32_t a : edges)
+            ASSERT_EQ(divisor.remainder(a), a % d) << a << " % " << d;
+        for (int k = 0; k < 8; ++k) {
+            const uint32_t a = draw(rng);
+            ASSERT_EQ(divisor.remainder(a), a % d) << a << " % " << d;
+        }
+    }
+    // All the radii of a search start from the field's longer side.
+    for (int r = 65535; r >= 1; r >>= 1) {
+        const engine::Divisor divisor(uint32_t(2 * r));
+        for (int k = 0; k < 1000; ++k) {
+            const uint32_t a = draw(rng);
+            ASSERT_EQ(divisor.remainder(a), a % uint32_t(2 * r));
+        }
     }
 }
 
