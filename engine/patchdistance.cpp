@@ -154,6 +154,17 @@ unsigned int MyPatchMatch::patchDistanceImpl(const cv::Mat &target, int targetRo
             // donor pixels.
             const uchar *tm = mask.ptr<uchar>(ty) + 3 * (targetCol + dxLo);
             const uchar *dm = m_donorLevelMask.ptr<uchar>(sy) + 3 * (sourceCol + dxLo);
+            if (inside == 5) {
+                bool whole = true;
+                for (int k = 0; k < 15; k += 3)
+                    whole &= (m[k] != 255) & !((tm[k] == 255) & (dm[k] == 0));
+                if (whole) {
+                    sum += fivePixelRowSum(t, s);
+                    if (Bounded && sum >= limit)
+                        return bound;
+                    continue;
+                }
+            }
             int rowSum = 0;
             for (int k = 0; k < inside; ++k, t += 3, s += 3, m += 3, tm += 3, dm += 3) {
                 if (m[0] == 255 || (tm[0] == 255 && dm[0] == 0)) {
