@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 using engine::loadCell;
@@ -118,6 +119,15 @@ struct Voter
     double weight;
 };
 
+// What a field cell tells every pixel it votes for: the shift from the
+// pixel to the source colour it votes, and the vote's weight.
+struct VoteCell
+{
+    int ox;
+    int oy;
+    double weight;
+};
+
 inline uint32_t packColour(const uchar *p)
 {
     return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16;
@@ -149,6 +159,30 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
     const double *similarity = m_similarity;
     const bool voteAll = m_voteAll;
     const int side = 2 * R + 1;
+    if (rows <= 0 || cols <= 0)
+        return;
+
+    // Every field cell serves many pixels (25, or 81 at the step up), always
+    // with the same weight and the same shift from the voter to its vote:
+    // the voter at (yy, xx) votes for pixel (y, x) with the source colour at
+    // (y + oy, x + ox). At the step up the parity the voter adds to the
+    // doubled match cancels against its own, so the shift is the cell's.
+    // Decode each cell once.
+    std::unique_ptr<VoteCell[]> cells(new VoteCell[size_t(std::max(fieldRows, 0)) * std::max(fieldCols, 0)]);
+#pragma omp parallel for schedule(static)
+    for (int fy = 0; fy < fieldRows; ++fy) {
+        const short *frow = field.ptr<short>(fy);
+        const short *crow = cost.ptr<short>(fy);
+        VoteCell *cellRow = cells.get() + size_t(fy) * fieldCols;
+        for (int fx = 0; fx < fieldCols; ++fx) {
+            const int px = loadCell(frow + 3 * fx);
+            const int py = loadCell(frow + 3 * fx + 1);
+            VoteCell &cell = cellRow[fx];
+            cell.ox = upscale ? 2 * (px - fx) : px - fx;
+            cell.oy = upscale ? 2 * (py - fy) : py - fy;
+            cell.weight = similarity[loadCell(crow + fx)];
+        }
+    }
 
     // Each pixel reads the field, the cost map, source and its own pixel of
     // out, and writes only that pixel; the field is stable between sweeps,
@@ -161,11 +195,13 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
         // The voters of the current pixel, in the order a histogram would
         // receive them; allocated once per thread.
         std::vector<Voter> voters(size_t(side) * side);
+        Voter *voterList = voters.data();
 #pragma omp for schedule(dynamic, 4)
         for (int y = 0; y < rows; ++y) {
             const uchar *ownMask = mask.ptr<uchar>(y);
             const uchar *src = source.ptr<uchar>(y);
             uchar *dst = out.ptr<uchar>(y);
+            const int yyLo = std::max(y - R, 0), yyHi = std::min(y + R, reachRows - 1);
             for (int x = 0; x < cols; ++x) {
                 const bool masked = ownMask[3 * x] == 255;
                 if (holeOnly && !masked)
@@ -177,40 +213,33 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
                 if (totalOnly && dst[3 * x] == src[3 * x] && dst[3 * x + 1] == src[3 * x + 1]
                     && dst[3 * x + 2] == src[3 * x + 2])
                     continue;
+                const int xxLo = std::max(x - R, 0), xxHi = std::min(x + R, reachCols - 1);
                 // Weights are never negative, so a total-only sum may stop
                 // as soon as it reaches 1.0.
                 double wsum = 0.0;
                 int count = 0;
+                uint32_t firstColour = 0;
                 bool unanimous = true;
-                for (int dy = -R; dy <= R && !(totalOnly && wsum >= 1.0); ++dy) {
-                    const int yy = y + dy;
-                    if (yy < 0 || yy >= reachRows)
-                        continue;
-                    const short *frow = field.ptr<short>(upscale ? yy >> 1 : yy);
-                    const short *crow = cost.ptr<short>(upscale ? yy >> 1 : yy);
-                    for (int dx = -R; dx <= R; ++dx) {
-                        const int xx = x + dx;
-                        if (xx < 0 || xx >= reachCols)
-                            continue;
-                        const int fx = upscale ? xx >> 1 : xx;
-                        int px = loadCell(frow + 3 * fx);
-                        int py = loadCell(frow + 3 * fx + 1);
-                        if (upscale) {
-                            px = 2 * px + (xx & 1);
-                            py = 2 * py + (yy & 1);
-                        }
-                        const int vy = py - dy, vx = px - dx;
-                        if (vy < 0 || vy >= rows || vx < 0 || vx >= cols)
+                for (int yy = yyLo; yy <= yyHi && !(totalOnly && wsum >= 1.0); ++yy) {
+                    const VoteCell *cellRow = cells.get() + size_t(upscale ? yy >> 1 : yy) * fieldCols;
+                    for (int xx = xxLo; xx <= xxHi; ++xx) {
+                        const VoteCell &cell = cellRow[upscale ? xx >> 1 : xx];
+                        const int vy = y + cell.oy, vx = x + cell.ox;
+                        if (unsigned(vy) >= unsigned(rows) || unsigned(vx) >= unsigned(cols))
                             continue;
                         if (mask.ptr<uchar>(vy)[3 * vx] == 255)
                             continue;
-                        const double w = similarity[loadCell(crow + fx)];
+                        const double w = cell.weight;
                         wsum += w;
                         if (totalOnly)
                             continue;
                         const uint32_t colour = packColour(source.ptr<uchar>(vy) + 3 * vx);
-                        unanimous = unanimous && (count == 0 || colour == voters[0].colour);
-                        voters[count++] = {colour, w};
+                        if (count == 0)
+                            firstColour = colour;
+                        unanimous &= colour == firstColour;
+                        voterList[count].colour = colour;
+                        voterList[count].weight = w;
+                        ++count;
                     }
                 }
                 if (wsum < 1.0)
@@ -225,15 +254,14 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
                 // seams): every channel holds one value, and its trimmed
                 // mean v * h / h is v.
                 if (unanimous) {
-                    const uint32_t colour = voters[0].colour;
-                    dst[3 * x] = uchar(colour);
-                    dst[3 * x + 1] = uchar(colour >> 8);
-                    dst[3 * x + 2] = uchar(colour >> 16);
+                    dst[3 * x] = uchar(firstColour);
+                    dst[3 * x + 1] = uchar(firstColour >> 8);
+                    dst[3 * x + 2] = uchar(firstColour >> 16);
                     continue;
                 }
                 for (int k = 0; k < count; ++k) {
-                    const uint32_t colour = voters[k].colour;
-                    const double w = voters[k].weight;
+                    const uint32_t colour = voterList[k].colour;
+                    const double w = voterList[k].weight;
                     histograms.add(0, int(colour & 255), w);
                     histograms.add(1, int((colour >> 8) & 255), w);
                     histograms.add(2, int(colour >> 16), w);
