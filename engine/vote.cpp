@@ -162,19 +162,73 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
     if (rows <= 0 || cols <= 0)
         return;
 
+    // Which pixels take votes at all: the hole only, or outside the hole
+    // without voteAll only those whose own colour differs from the source
+    // (the rest keep their colour whatever the votes say), or all of them.
+    // The test reads only the pixel itself, which the vote writes after
+    // testing it again, so testing first gives the same decisions.
+    auto takesVotes = [&](const uchar *ownMask, const uchar *src, const uchar *dst, int x) {
+        const bool masked = ownMask[3 * x] == 255;
+        if (masked)
+            return true;
+        if (holeOnly)
+            return false;
+        return voteAll || dst[3 * x] != src[3 * x] || dst[3 * x + 1] != src[3 * x + 1]
+               || dst[3 * x + 2] != src[3 * x + 2];
+    };
+    // Per row, the first and last column that takes votes (last < first:
+    // none).
+    std::vector<int> firstCol(rows, cols), lastCol(rows, -1);
+#pragma omp parallel for schedule(static)
+    for (int y = 0; y < rows; ++y) {
+        const uchar *ownMask = mask.ptr<uchar>(y);
+        const uchar *src = source.ptr<uchar>(y);
+        const uchar *dst = out.ptr<uchar>(y);
+        int lo = cols, hi = -1;
+        if (voteAll && !holeOnly) {
+            lo = 0;
+            hi = cols - 1;
+        } else {
+            for (int x = 0; x < cols; ++x) {
+                if (takesVotes(ownMask, src, dst, x)) {
+                    lo = std::min(lo, x);
+                    hi = x;
+                }
+            }
+        }
+        firstCol[y] = lo;
+        lastCol[y] = hi;
+    }
+
     // Every field cell serves many pixels (25, or 81 at the step up), always
     // with the same weight and the same shift from the voter to its vote:
     // the voter at (yy, xx) votes for pixel (y, x) with the source colour at
     // (y + oy, x + ox). At the step up the parity the voter adds to the
     // doubled match cancels against its own, so the shift is the cell's.
-    // Decode each cell once.
-    std::unique_ptr<VoteCell[]> cells(new VoteCell[size_t(std::max(fieldRows, 0)) * std::max(fieldCols, 0)]);
+    // Decode once each cell that some voting pixel reaches.
+    const size_t fieldCells = size_t(std::max(fieldRows, 0)) * std::max(fieldCols, 0);
+    std::unique_ptr<VoteCell[]> cells(new VoteCell[fieldCells > 0 ? fieldCells : 1]);
+    std::vector<int> cellLo(std::max(fieldRows, 0), fieldCols), cellHi(std::max(fieldRows, 0), -1);
+    for (int y = 0; y < rows; ++y) {
+        if (lastCol[y] < firstCol[y])
+            continue;
+        const int xxLo = std::max(firstCol[y] - R, 0);
+        const int xxHi = std::min(lastCol[y] + R, reachCols - 1);
+        if (xxHi < xxLo)
+            continue;
+        const int lo = upscale ? xxLo >> 1 : xxLo, hi = upscale ? xxHi >> 1 : xxHi;
+        for (int yy = std::max(y - R, 0); yy <= std::min(y + R, reachRows - 1); ++yy) {
+            const int fy = upscale ? yy >> 1 : yy;
+            cellLo[fy] = std::min(cellLo[fy], lo);
+            cellHi[fy] = std::max(cellHi[fy], hi);
+        }
+    }
 #pragma omp parallel for schedule(static)
     for (int fy = 0; fy < fieldRows; ++fy) {
         const short *frow = field.ptr<short>(fy);
         const short *crow = cost.ptr<short>(fy);
         VoteCell *cellRow = cells.get() + size_t(fy) * fieldCols;
-        for (int fx = 0; fx < fieldCols; ++fx) {
+        for (int fx = cellLo[fy]; fx <= cellHi[fy]; ++fx) {
             const int px = loadCell(frow + 3 * fx);
             const int py = loadCell(frow + 3 * fx + 1);
             VoteCell &cell = cellRow[fx];
@@ -202,17 +256,12 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
             const uchar *src = source.ptr<uchar>(y);
             uchar *dst = out.ptr<uchar>(y);
             const int yyLo = std::max(y - R, 0), yyHi = std::min(y + R, reachRows - 1);
-            for (int x = 0; x < cols; ++x) {
-                const bool masked = ownMask[3 * x] == 255;
-                if (holeOnly && !masked)
+            for (int x = firstCol[y]; x <= lastCol[y]; ++x) {
+                if (!takesVotes(ownMask, src, dst, x))
                     continue;
                 // Outside the mask without voteAll only the total weight
                 // decides: the pixel gets its source colour or keeps its own.
-                // When the two are the same, the votes cannot change it.
-                const bool totalOnly = !voteAll && !masked;
-                if (totalOnly && dst[3 * x] == src[3 * x] && dst[3 * x + 1] == src[3 * x + 1]
-                    && dst[3 * x + 2] == src[3 * x + 2])
-                    continue;
+                const bool totalOnly = !voteAll && ownMask[3 * x] != 255;
                 const int xxLo = std::max(x - R, 0), xxHi = std::min(x + R, reachCols - 1);
                 // Weights are never negative, so a total-only sum may stop
                 // as soon as it reaches 1.0.

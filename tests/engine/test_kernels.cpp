@@ -336,7 +336,18 @@ TEST(VoteImage, EqualsReferenceWhereVotersAgree)
         const bool upscale = round & 1;
         pm.m_voteAll = (round & 2) != 0;
         const int rows = 30 + round * 3, cols = 41 - round * 2;
-        const AgreeingVote v = agreeingVote(rng, rows, cols, upscale);
+        AgreeingVote v = agreeingVote(rng, rows, cols, upscale);
+        if (round >= 4) {
+            // Few pixels take votes: a hole on the bottom-right edge and a
+            // handful of pixels elsewhere that differ from the source, so
+            // that only parts of the field are read.
+            v.mask = noMask(rows, cols);
+            v.mask(cv::Rect(cols - 4, rows - 3, 4, 3)).setTo(cv::Scalar(255, 0, 0));
+            v.out = v.src.clone();
+            std::uniform_int_distribution<int> py(0, rows - 1), px(0, cols - 1);
+            for (int k = 0; k < 6; ++k)
+                v.out.at<cv::Vec3b>(py(rng), px(rng)) = cv::Vec3b(1, 2, 3);
+        }
         cv::Mat out = v.out.clone();
         cv::Mat expected = v.out.clone();
         pm.voteImage(v.src, out, v.field, v.mask, upscale, v.cost);
@@ -349,7 +360,7 @@ TEST(VoteImage, EqualsReferenceWhereVotersAgree)
             for (int x = 0; x < cols; ++x)
                 unanimousPixels += expected.at<cv::Vec3b>(y, x) != v.out.at<cv::Vec3b>(y, x);
     }
-    EXPECT_GT(unanimousPixels, 100);
+    EXPECT_GT(unanimousPixels, 50);
 }
 
 TEST(VoteHole, EqualsReferenceOnMarkedPixelsAndLeavesTheRest)
