@@ -50,7 +50,8 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
     const bool donor = (holeMap != nullptr);
     const int64 start = donor ? 0 : cv::getTickCount();
 
-    cv::Mat field(image.size(), CV_16SC3, cv::Scalar::all(0));
+    // Replaced by the coarsest level's field before anything reads it.
+    cv::Mat field(image.size(), CV_16SC3);
     cv::Mat cost;
     m_patchRadius = 2;
 
@@ -58,8 +59,10 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
     cv::Mat levelMasks[kLevelSlots + 1];
     cv::Mat levelDonors[kLevelSlots + 1];
 
-    cv::Mat workingImage = image.clone();
-    levelImages[0] = workingImage.clone();
+    // The input is only read: the pyramid build replaces workingImage by
+    // each new half-size picture instead of writing into it.
+    cv::Mat workingImage = image;
+    levelImages[0] = image;
     levelMasks[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
     if (donor)
         levelDonors[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
