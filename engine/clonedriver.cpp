@@ -80,19 +80,17 @@ void MyPatchMatch::synthesizeClone(cv::Mat &image, const cv::Mat &composite)
                     sweepRowsForward(field, workingImage, result, mask, cost, frozenMask);
                     sweepRowsBackward(field, workingImage, result, mask, cost, frozenMask);
                 }
-                cv::Mat voteSource, candidate;
-                bool upscale = false;
                 if (it == 1) {
-                    voteSource = levelImages[i];
-                    candidate = result.clone();
+                    // A vote reads only its own pixel of the picture it
+                    // writes, so it may vote the level's picture in place.
+                    voteImage(levelImages[i], result, field, mask, false, cost);
                 } else {
-                    voteSource = levelImages[i - 1];
+                    cv::Mat candidate;
                     cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
                     mask = levelMasks[i - 1];
-                    upscale = true;
+                    voteImage(levelImages[i - 1], candidate, field, mask, true, cost);
+                    result = candidate;
                 }
-                voteImage(voteSource, candidate, field, mask, upscale, cost);
-                result = candidate;
             }
             emit sendWorkProcess(i);
         }

@@ -44,6 +44,36 @@ inline int randomBelow(int n)
     return n != 0 ? randomDraw() % n : 0;
 }
 
+// The remainder by a fixed divisor without a division instruction
+// (Lemire, Kaser and Kurz, "Faster remainder by direct computation"):
+// exact for every 32-bit dividend and divisor, so draw % d gives the same
+// value as randomBelow(d) for d >= 1. The sweeps use it for the radii of
+// the random search, which are the same for every pixel of a level.
+struct Divisor
+{
+    uint32_t d = 1;
+    uint64_t magic = 0; // 2^64 / d rounded up (0 for d == 1)
+
+    Divisor() = default;
+    explicit Divisor(uint32_t divisor)
+        : d(divisor)
+        , magic(UINT64_C(0xFFFFFFFFFFFFFFFF) / divisor + 1)
+    {
+    }
+
+    uint32_t remainder(uint32_t a) const
+    {
+        const uint64_t low = magic * a;
+        return uint32_t((static_cast<unsigned __int128>(low) * d) >> 64);
+    }
+};
+
+// randomBelow(divisor.d) for a positive divisor, with the same draw.
+inline int randomBelow(const Divisor &divisor)
+{
+    return int(divisor.remainder(uint32_t(randomDraw())));
+}
+
 } // namespace engine
 
 #endif // MERVANE_ENGINECELLS_H

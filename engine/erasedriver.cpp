@@ -50,7 +50,8 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
     const bool donor = (holeMap != nullptr);
     const int64 start = donor ? 0 : cv::getTickCount();
 
-    cv::Mat field(image.size(), CV_16SC3, cv::Scalar::all(0));
+    // Replaced by the coarsest level's field before anything reads it.
+    cv::Mat field(image.size(), CV_16SC3);
     cv::Mat cost;
     m_patchRadius = 2;
 
@@ -58,8 +59,10 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
     cv::Mat levelMasks[kLevelSlots + 1];
     cv::Mat levelDonors[kLevelSlots + 1];
 
-    cv::Mat workingImage = image.clone();
-    levelImages[0] = workingImage.clone();
+    // The input is only read: the pyramid build replaces workingImage by
+    // each new half-size picture instead of writing into it.
+    cv::Mat workingImage = image;
+    levelImages[0] = image;
     levelMasks[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
     if (donor)
         levelDonors[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
@@ -95,10 +98,11 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
             if (i != L && cancelled())
                 return;
 
-            workingImage = levelImages[i].clone();
-            cv::Mat mask = levelMasks[i].clone();
+            // The level's image and masks are only read from here on.
+            workingImage = levelImages[i];
+            cv::Mat mask = levelMasks[i];
             if (donor) {
-                m_donorLevelMask = levelDonors[i].clone();
+                m_donorLevelMask = levelDonors[i];
                 updateDonorBox();
             }
 
@@ -118,19 +122,22 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
                     return;
                 sweepField(field, workingImage, result, mask, cost, sweepCount);
 
-                cv::Mat candidate;
-                bool upscale = false;
-                const cv::Mat *voteSource = &levelImages[i];
                 if (it < levelIterations) {
-                    candidate = result.clone();
+                    // A vote reads only its own pixel of the picture it
+                    // writes, so it may vote the level's picture in place.
+                    voteImage(levelImages[i], result, field, mask, false, cost);
                 } else {
-                    voteSource = &levelImages[i - 1];
+                    cv::Mat candidate;
                     cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
                     mask = levelMasks[i - 1];
-                    upscale = true;
+                    // At full size every unmarked pixel is written back from
+                    // the input below; only the hole needs its votes.
+                    if (i == 1)
+                        voteHole(levelImages[0], candidate, field, mask, true, cost);
+                    else
+                        voteImage(levelImages[i - 1], candidate, field, mask, true, cost);
+                    result = candidate;
                 }
-                voteImage(*voteSource, candidate, field, mask, upscale, cost);
-                result = candidate;
                 if (!donor)
                     emit sendWorkProcess(i);
             }

@@ -143,11 +143,17 @@ void MyPatchMatch::buildSimilarity()
     // Weight of a vote by its patch cost: flat near 1 for good matches,
     // 0.5 at a tenth of full scale, practically 0 from a quarter on. The
     // coefficient makes the formula's value at 0 equal 0.999, the constant
-    // stored there.
+    // stored there. The 65,536 values are computed once per process and
+    // copied into each engine's table.
+    static const std::vector<double> table = [] {
+        std::vector<double> t(65536);
+        const double coefficient = 34.53377389324276;
+        t[0] = 0.999;
+        for (int i = 1; i < 65536; ++i)
+            t[i] = 0.5 - 0.5 * std::tanh((i / 65536.0 - 0.1) * coefficient);
+        return t;
+    }();
     if (!m_similarity)
         m_similarity = new double[65536];
-    const double coefficient = 34.53377389324276;
-    m_similarity[0] = 0.999;
-    for (int i = 1; i < 65536; ++i)
-        m_similarity[i] = 0.5 - 0.5 * std::tanh((i / 65536.0 - 0.1) * coefficient);
+    std::memcpy(m_similarity, table.data(), 65536 * sizeof(double));
 }

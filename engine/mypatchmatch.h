@@ -93,6 +93,11 @@ public:
     // --- Voting and pyramid ----------------------------------------------
     void voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
                    const cv::Mat &mask, bool upscale, const cv::Mat &cost);
+    // voteImage for the marked pixels only (mask channel 0 == 255); every
+    // other pixel of out is left as it is. The full-size vote of an erase
+    // uses it: the pixels outside the hole are written back afterwards.
+    void voteHole(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                  const cv::Mat &mask, bool upscale, const cv::Mat &cost);
     int countMasked(const cv::Mat &mask);
     void halveImageMasked(cv::Mat &image, const cv::Mat &mask, cv::Mat &halfMask);
     // The erase pyramid: arrays of kLevelSlots + 1 Mats, level 0 (and the
@@ -147,6 +152,8 @@ private:
     unsigned int patchDistanceImpl(const cv::Mat &target, int targetRow, int targetCol,
                                    const cv::Mat &source, int sourceRow, int sourceCol,
                                    const cv::Mat &mask, unsigned int bound) const;
+    void voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                  const cv::Mat &mask, bool upscale, const cv::Mat &cost, bool holeOnly);
     bool cancelled() const { return m_cancel.load(std::memory_order_relaxed); }
     // The walk shared by both erase drivers; a null holeMap means a plain
     // erase (hole from m_eraseMap), otherwise a donor-guided one.

@@ -7,6 +7,10 @@
 #include <cstdint>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 // A pixel pair that cannot be compared costs more than the largest possible
@@ -44,6 +48,40 @@ const std::vector<int64_t> &sumReachingTable()
         return t;
     }();
     return table;
+}
+
+// Weighted squared difference 1 * dB^2 + 6 * dG^2 + 3 * dR^2 summed over a
+// row of five whole pixels (15 bytes), none of them missing. Integer
+// arithmetic throughout, so the sum is exactly that of the pixel loop.
+inline int fivePixelRowSum(const uchar *t, const uchar *s)
+{
+#if defined(__SSE2__)
+    // Bytes 0..7 and 7..14: two 8-byte loads that stay inside the 15 bytes;
+    // byte 7 is read twice and weighted 0 the second time.
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i t0 = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(t)), zero);
+    const __m128i s0 = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(s)), zero);
+    const __m128i t1 = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(t + 7)), zero);
+    const __m128i s1 = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(s + 7)), zero);
+    const __m128i w0 = _mm_setr_epi16(1, 6, 3, 1, 6, 3, 1, 6);
+    const __m128i w1 = _mm_setr_epi16(0, 3, 1, 6, 3, 1, 6, 3);
+    const __m128i d0 = _mm_sub_epi16(t0, s0); // -255 .. 255
+    const __m128i d1 = _mm_sub_epi16(t1, s1);
+    // d * (w * d): w * d fits 16 bits (at most 1530), the products and
+    // their pairwise sums fit 32 bits.
+    __m128i acc = _mm_add_epi32(_mm_madd_epi16(d0, _mm_mullo_epi16(d0, w0)),
+                                _mm_madd_epi16(d1, _mm_mullo_epi16(d1, w1)));
+    acc = _mm_add_epi32(acc, _mm_shuffle_epi32(acc, _MM_SHUFFLE(1, 0, 3, 2)));
+    acc = _mm_add_epi32(acc, _mm_shuffle_epi32(acc, _MM_SHUFFLE(2, 3, 0, 1)));
+    return _mm_cvtsi128_si32(acc);
+#else
+    int sum = 0;
+    for (int k = 0; k < 5; ++k, t += 3, s += 3) {
+        const int d0 = t[0] - s[0], d1 = t[1] - s[1], d2 = t[2] - s[2];
+        sum += d0 * d0 + 6 * d1 * d1 + 3 * d2 * d2;
+    }
+    return sum;
+#endif
 }
 
 } // namespace
@@ -93,6 +131,14 @@ unsigned int MyPatchMatch::patchDistanceImpl(const cv::Mat &target, int targetRo
         const uchar *s = source.ptr<uchar>(sy) + 3 * (sourceCol + dxLo);
         const uchar *m = mask.ptr<uchar>(sy) + 3 * (sourceCol + dxLo);
         if (!donorMode) {
+            // The usual row: five pixels, no masked source among them.
+            if (inside == 5
+                && (m[0] != 255) & (m[3] != 255) & (m[6] != 255) & (m[9] != 255) & (m[12] != 255)) {
+                sum += fivePixelRowSum(t, s);
+                if (Bounded && sum >= limit)
+                    return bound;
+                continue;
+            }
             int rowSum = 0;
             for (int k = 0; k < inside; ++k, t += 3, s += 3, m += 3) {
                 if (m[0] == 255) {
@@ -108,6 +154,17 @@ unsigned int MyPatchMatch::patchDistanceImpl(const cv::Mat &target, int targetRo
             // donor pixels.
             const uchar *tm = mask.ptr<uchar>(ty) + 3 * (targetCol + dxLo);
             const uchar *dm = m_donorLevelMask.ptr<uchar>(sy) + 3 * (sourceCol + dxLo);
+            if (inside == 5) {
+                bool whole = true;
+                for (int k = 0; k < 15; k += 3)
+                    whole &= (m[k] != 255) & !((tm[k] == 255) & (dm[k] == 0));
+                if (whole) {
+                    sum += fivePixelRowSum(t, s);
+                    if (Bounded && sum >= limit)
+                        return bound;
+                    continue;
+                }
+            }
             int rowSum = 0;
             for (int k = 0; k < inside; ++k, t += 3, s += 3, m += 3, tm += 3, dm += 3) {
                 if (m[0] == 255 || (tm[0] == 255 && dm[0] == 0)) {

@@ -80,13 +80,15 @@ void MyPatchMatch::buildErasePyramid(cv::Mat &workingImage, cv::Mat *levelImages
         if (levelDonors && countMasked(levelDonors[l]) == 0)
             return;
         ++levels;
+        // halveImageMasked reads its picture and replaces it by a new one,
+        // never writing into it, so the level pictures share buffers.
         cv::Mat scratch;
         if (levelDonors)
-            scratch = workingImage.clone();
+            scratch = workingImage;
         halveImageMasked(workingImage, levelMasks[l], levelMasks[l + 1]);
         if (levelDonors)
             halveImageMasked(scratch, levelDonors[l], levelDonors[l + 1]);
-        levelImages[l + 1] = workingImage.clone();
+        levelImages[l + 1] = workingImage;
         if (workingImage.rows <= 2 || workingImage.cols <= 2)
             return;
         if (levels == kLevelSlots)

@@ -11,6 +11,43 @@ using engine::loadCell;
 using engine::randomBelow;
 using engine::storeCell;
 
+namespace {
+
+// The radii of one random search, r, r / 2, ... 1, and the divisors 2 r of
+// their draws. A level has one or two starting radii (the whole field, and
+// in a donor erase the donor box for hole pixels), so each thread keeps the
+// last two tables.
+struct SearchRadii
+{
+    int start = 0;
+    int count = 0;
+    bool valid = false;
+    int radius[32];
+    engine::Divisor divisor[32];
+};
+
+const SearchRadii &searchRadii(int start)
+{
+    thread_local SearchRadii tables[2];
+    thread_local int next = 0;
+    for (const SearchRadii &s : tables)
+        if (s.valid && s.start == start)
+            return s;
+    SearchRadii &s = tables[next];
+    next ^= 1;
+    s.start = start;
+    s.count = 0;
+    for (int r = start; r >= 1; r >>= 1) {
+        s.radius[s.count] = r;
+        s.divisor[s.count] = engine::Divisor(uint32_t(2 * r));
+        ++s.count;
+    }
+    s.valid = true;
+    return s;
+}
+
+} // namespace
+
 void MyPatchMatch::improveMatch(const cv::Mat &source, const cv::Mat &target, cv::Mat &field,
                                 const cv::Mat &mask, int y, int x, bool forward, cv::Mat &cost)
 {
@@ -24,6 +61,9 @@ void MyPatchMatch::improveMatch(const cv::Mat &source, const cv::Mat &target, cv
     // a later candidate win or lose wrongly once.
     auto tryMatch = [&](int cx, int cy) {
         const unsigned current = unsigned(loadCell(costCell));
+        // Nothing beats a perfect match.
+        if (current == 0)
+            return;
         const unsigned d = patchDistanceBelow(target, y, x, source, cy, cx, mask, current);
         if (d < current) {
             storeCell(cell, cx);
@@ -50,11 +90,12 @@ void MyPatchMatch::improveMatch(const cv::Mat &source, const cv::Mat &target, cv
     int r = std::max(rows, cols);
     if (m_eraseMode == 2 && mask.ptr<uchar>(y)[3 * x] >= 255)
         r = std::max(m_donorBoxRowMax - m_donorBoxRowMin, m_donorBoxColMax - m_donorBoxColMin);
-    while (r >= 1) {
-        const int tx = std::clamp(cx + randomBelow(2 * r) - r, 0, cols - 1);
-        const int ty = std::clamp(cy + randomBelow(2 * r) - r, 0, rows - 1);
+    const SearchRadii &radii = searchRadii(r);
+    for (int k = 0; k < radii.count; ++k) {
+        const int rk = radii.radius[k];
+        const int tx = std::clamp(cx + randomBelow(radii.divisor[k]) - rk, 0, cols - 1);
+        const int ty = std::clamp(cy + randomBelow(radii.divisor[k]) - rk, 0, rows - 1);
         tryMatch(tx, ty);
-        r >>= 1;
     }
 }
 

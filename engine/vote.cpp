@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 using engine::loadCell;
 
@@ -107,8 +109,47 @@ struct VoteHistograms
 
 } // namespace
 
+namespace {
+
+// One voter of a pixel: its colour packed as B | G << 8 | R << 16, and its
+// weight.
+struct Voter
+{
+    uint32_t colour;
+    double weight;
+};
+
+// What a field cell tells every pixel it votes for: the shift from the
+// pixel to the source colour it votes, and the vote's weight.
+struct VoteCell
+{
+    int ox;
+    int oy;
+    double weight;
+};
+
+inline uint32_t packColour(const uchar *p)
+{
+    return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16;
+}
+
+} // namespace
+
 void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
                              const cv::Mat &mask, bool upscale, const cv::Mat &cost)
+{
+    voteRows(source, out, field, mask, upscale, cost, false);
+}
+
+void MyPatchMatch::voteHole(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                            const cv::Mat &mask, bool upscale, const cv::Mat &cost)
+{
+    voteRows(source, out, field, mask, upscale, cost, true);
+}
+
+void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                            const cv::Mat &mask, bool upscale, const cv::Mat &cost,
+                            bool holeOnly)
 {
     const int R = upscale ? 2 * m_patchRadius : m_patchRadius;
     const int rows = source.rows, cols = source.cols;
@@ -117,79 +158,175 @@ void MyPatchMatch::voteImage(const cv::Mat &source, cv::Mat &out, const cv::Mat 
     const int reachCols = upscale ? 2 * fieldCols : fieldCols;
     const double *similarity = m_similarity;
     const bool voteAll = m_voteAll;
+    const int side = 2 * R + 1;
+    if (rows <= 0 || cols <= 0)
+        return;
 
-    // Each pixel reads the field, the cost map and source and writes only
-    // its own pixel of out; the field is stable between sweeps, so the rows
-    // can be voted in parallel with the same result as one pass. Rows
-    // through the hole cost far more than the others: hand them out in
-    // small chunks.
-#pragma omp parallel for schedule(dynamic, 4)
+    // Which pixels take votes at all: the hole only, or outside the hole
+    // without voteAll only those whose own colour differs from the source
+    // (the rest keep their colour whatever the votes say), or all of them.
+    // The test reads only the pixel itself, which the vote writes after
+    // testing it again, so testing first gives the same decisions.
+    auto takesVotes = [&](const uchar *ownMask, const uchar *src, const uchar *dst, int x) {
+        const bool masked = ownMask[3 * x] == 255;
+        if (masked)
+            return true;
+        if (holeOnly)
+            return false;
+        return voteAll || dst[3 * x] != src[3 * x] || dst[3 * x + 1] != src[3 * x + 1]
+               || dst[3 * x + 2] != src[3 * x + 2];
+    };
+    // Per row, the first and last column that takes votes (last < first:
+    // none).
+    std::vector<int> firstCol(rows, cols), lastCol(rows, -1);
+#pragma omp parallel for schedule(static)
     for (int y = 0; y < rows; ++y) {
-        VoteHistograms histograms;
         const uchar *ownMask = mask.ptr<uchar>(y);
         const uchar *src = source.ptr<uchar>(y);
-        uchar *dst = out.ptr<uchar>(y);
-        for (int x = 0; x < cols; ++x) {
-            // Outside the mask without voteAll only the total weight decides
-            // (the source pixel or nothing), and weights are never negative,
-            // so the sum may stop as soon as it reaches 1.0.
-            const bool totalOnly = !voteAll && ownMask[3 * x] != 255;
-            double wsum = 0.0;
-            for (int dy = -R; dy <= R && !(totalOnly && wsum >= 1.0); ++dy) {
-                const int yy = y + dy;
-                if (yy < 0 || yy >= reachRows)
+        const uchar *dst = out.ptr<uchar>(y);
+        int lo = cols, hi = -1;
+        if (voteAll && !holeOnly) {
+            lo = 0;
+            hi = cols - 1;
+        } else {
+            for (int x = 0; x < cols; ++x) {
+                if (takesVotes(ownMask, src, dst, x)) {
+                    lo = std::min(lo, x);
+                    hi = x;
+                }
+            }
+        }
+        firstCol[y] = lo;
+        lastCol[y] = hi;
+    }
+
+    // Every field cell serves many pixels (25, or 81 at the step up), always
+    // with the same weight and the same shift from the voter to its vote:
+    // the voter at (yy, xx) votes for pixel (y, x) with the source colour at
+    // (y + oy, x + ox). At the step up the parity the voter adds to the
+    // doubled match cancels against its own, so the shift is the cell's.
+    // Decode once each cell that some voting pixel reaches.
+    const size_t fieldCells = size_t(std::max(fieldRows, 0)) * std::max(fieldCols, 0);
+    std::unique_ptr<VoteCell[]> cells(new VoteCell[fieldCells > 0 ? fieldCells : 1]);
+    std::vector<int> cellLo(std::max(fieldRows, 0), fieldCols), cellHi(std::max(fieldRows, 0), -1);
+    for (int y = 0; y < rows; ++y) {
+        if (lastCol[y] < firstCol[y])
+            continue;
+        const int xxLo = std::max(firstCol[y] - R, 0);
+        const int xxHi = std::min(lastCol[y] + R, reachCols - 1);
+        if (xxHi < xxLo)
+            continue;
+        const int lo = upscale ? xxLo >> 1 : xxLo, hi = upscale ? xxHi >> 1 : xxHi;
+        for (int yy = std::max(y - R, 0); yy <= std::min(y + R, reachRows - 1); ++yy) {
+            const int fy = upscale ? yy >> 1 : yy;
+            cellLo[fy] = std::min(cellLo[fy], lo);
+            cellHi[fy] = std::max(cellHi[fy], hi);
+        }
+    }
+#pragma omp parallel for schedule(static)
+    for (int fy = 0; fy < fieldRows; ++fy) {
+        const short *frow = field.ptr<short>(fy);
+        const short *crow = cost.ptr<short>(fy);
+        VoteCell *cellRow = cells.get() + size_t(fy) * fieldCols;
+        for (int fx = cellLo[fy]; fx <= cellHi[fy]; ++fx) {
+            const int px = loadCell(frow + 3 * fx);
+            const int py = loadCell(frow + 3 * fx + 1);
+            VoteCell &cell = cellRow[fx];
+            cell.ox = upscale ? 2 * (px - fx) : px - fx;
+            cell.oy = upscale ? 2 * (py - fy) : py - fy;
+            cell.weight = similarity[loadCell(crow + fx)];
+        }
+    }
+
+    // Each pixel reads the field, the cost map, source and its own pixel of
+    // out, and writes only that pixel; the field is stable between sweeps,
+    // so the rows can be voted in parallel with the same result as one
+    // pass. Rows through the hole cost far more than the others: hand them
+    // out in small chunks.
+#pragma omp parallel
+    {
+        VoteHistograms histograms;
+        // The voters of the current pixel, in the order a histogram would
+        // receive them; allocated once per thread.
+        std::vector<Voter> voters(size_t(side) * side);
+        Voter *voterList = voters.data();
+#pragma omp for schedule(dynamic, 4)
+        for (int y = 0; y < rows; ++y) {
+            const uchar *ownMask = mask.ptr<uchar>(y);
+            const uchar *src = source.ptr<uchar>(y);
+            uchar *dst = out.ptr<uchar>(y);
+            const int yyLo = std::max(y - R, 0), yyHi = std::min(y + R, reachRows - 1);
+            for (int x = firstCol[y]; x <= lastCol[y]; ++x) {
+                if (!takesVotes(ownMask, src, dst, x))
                     continue;
-                const short *frow = field.ptr<short>(upscale ? yy >> 1 : yy);
-                const short *crow = cost.ptr<short>(upscale ? yy >> 1 : yy);
-                for (int dx = -R; dx <= R; ++dx) {
-                    const int xx = x + dx;
-                    if (xx < 0 || xx >= reachCols)
-                        continue;
-                    const int fx = upscale ? xx >> 1 : xx;
-                    int px = loadCell(frow + 3 * fx);
-                    int py = loadCell(frow + 3 * fx + 1);
-                    if (upscale) {
-                        px = 2 * px + (xx & 1);
-                        py = 2 * py + (yy & 1);
+                // Outside the mask without voteAll only the total weight
+                // decides: the pixel gets its source colour or keeps its own.
+                const bool totalOnly = !voteAll && ownMask[3 * x] != 255;
+                const int xxLo = std::max(x - R, 0), xxHi = std::min(x + R, reachCols - 1);
+                // Weights are never negative, so a total-only sum may stop
+                // as soon as it reaches 1.0.
+                double wsum = 0.0;
+                int count = 0;
+                uint32_t firstColour = 0;
+                bool unanimous = true;
+                for (int yy = yyLo; yy <= yyHi && !(totalOnly && wsum >= 1.0); ++yy) {
+                    const VoteCell *cellRow = cells.get() + size_t(upscale ? yy >> 1 : yy) * fieldCols;
+                    for (int xx = xxLo; xx <= xxHi; ++xx) {
+                        const VoteCell &cell = cellRow[upscale ? xx >> 1 : xx];
+                        const int vy = y + cell.oy, vx = x + cell.ox;
+                        if (unsigned(vy) >= unsigned(rows) || unsigned(vx) >= unsigned(cols))
+                            continue;
+                        if (mask.ptr<uchar>(vy)[3 * vx] == 255)
+                            continue;
+                        const double w = cell.weight;
+                        wsum += w;
+                        if (totalOnly)
+                            continue;
+                        const uint32_t colour = packColour(source.ptr<uchar>(vy) + 3 * vx);
+                        if (count == 0)
+                            firstColour = colour;
+                        unanimous &= colour == firstColour;
+                        voterList[count].colour = colour;
+                        voterList[count].weight = w;
+                        ++count;
                     }
-                    const int vy = py - dy, vx = px - dx;
-                    if (vy < 0 || vy >= rows || vx < 0 || vx >= cols)
-                        continue;
-                    if (mask.ptr<uchar>(vy)[3 * vx] == 255)
-                        continue;
-                    const double w = similarity[loadCell(crow + fx)];
-                    wsum += w;
-                    if (totalOnly)
-                        continue;
-                    const uchar *p = source.ptr<uchar>(vy) + 3 * vx;
-                    histograms.add(0, p[0], w);
-                    histograms.add(1, p[1], w);
-                    histograms.add(2, p[2], w);
                 }
-            }
-            if (wsum < 1.0) {
-                if (!totalOnly)
-                    for (int c = 0; c < 3; ++c)
-                        histograms.clear(c);
-                continue;
-            }
-            if (totalOnly) {
-                dst[3 * x] = src[3 * x];
-                dst[3 * x + 1] = src[3 * x + 1];
-                dst[3 * x + 2] = src[3 * x + 2];
-                continue;
-            }
-            for (int c = 0; c < 3; ++c) {
-                // One value only (the usual case): v * h / h is v.
-                const int single = histograms.only(c);
-                if (single >= 0) {
-                    dst[3 * x + c] = uchar(single);
-                    histograms.clear(c);
+                if (wsum < 1.0)
+                    continue;
+                if (totalOnly) {
+                    dst[3 * x] = src[3 * x];
+                    dst[3 * x + 1] = src[3 * x + 1];
+                    dst[3 * x + 2] = src[3 * x + 2];
                     continue;
                 }
-                const int v = histograms.trimmedMean(c, wsum);
-                if (v >= 0)
-                    dst[3 * x + c] = uchar(v);
+                // All voters agree (the usual case away from the hole's
+                // seams): every channel holds one value, and its trimmed
+                // mean v * h / h is v.
+                if (unanimous) {
+                    dst[3 * x] = uchar(firstColour);
+                    dst[3 * x + 1] = uchar(firstColour >> 8);
+                    dst[3 * x + 2] = uchar(firstColour >> 16);
+                    continue;
+                }
+                for (int k = 0; k < count; ++k) {
+                    const uint32_t colour = voterList[k].colour;
+                    const double w = voterList[k].weight;
+                    histograms.add(0, int(colour & 255), w);
+                    histograms.add(1, int((colour >> 8) & 255), w);
+                    histograms.add(2, int(colour >> 16), w);
+                }
+                for (int c = 0; c < 3; ++c) {
+                    // One value only: v * h / h is v.
+                    const int single = histograms.only(c);
+                    if (single >= 0) {
+                        dst[3 * x + c] = uchar(single);
+                        histograms.clear(c);
+                        continue;
+                    }
+                    const int v = histograms.trimmedMean(c, wsum);
+                    if (v >= 0)
+                        dst[3 * x + c] = uchar(v);
+                }
             }
         }
     }

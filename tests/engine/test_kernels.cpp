@@ -3,6 +3,7 @@
 
 #include "mypatchmatch.h"
 #include "reference.h"
+#include "enginecells.h"
 
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
@@ -274,6 +275,146 @@ TEST(VoteImage, EqualsReferenceOnRandomInputs)
         reference::voteImage(src, expected, field, mask, upscale, cost, 2, pm.m_similarity,
                              pm.m_voteAll);
         ASSERT_EQ(cv::norm(out, expected, cv::NORM_INF), 0.0) << "round " << round;
+    }
+}
+
+namespace {
+
+// Inputs where the vote's shortcuts fire: a picture of a few flat colours
+// (so neighbouring voters often agree), a field that is mostly the identity
+// or a small shift with some random vectors, mostly cheap costs, and an out
+// that already holds the source on most pixels.
+struct AgreeingVote
+{
+    cv::Mat src, mask, field, cost, out;
+};
+
+AgreeingVote agreeingVote(std::mt19937 &rng, int rows, int cols, bool upscale)
+{
+    AgreeingVote v;
+    const cv::Vec3b palette[3] = {{10, 20, 30}, {10, 20, 31}, {200, 20, 30}};
+    std::uniform_int_distribution<int> pick(0, 99), colour(0, 2);
+    v.src = cv::Mat(rows, cols, CV_8UC3);
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < cols; ++x)
+            v.src.at<cv::Vec3b>(y, x) = palette[(x / 5 + y / 7 + (pick(rng) < 5 ? colour(rng) : 0)) % 3];
+    v.mask = noMask(rows, cols);
+    v.mask(cv::Rect(cols / 3, rows / 3, cols / 3, rows / 3)).setTo(cv::Scalar(255, 0, 0));
+    const int fRows = upscale ? rows / 2 : rows, fCols = upscale ? cols / 2 : cols;
+    v.field = cv::Mat(fRows, fCols, CV_16SC3);
+    v.cost = cv::Mat(fRows, fCols, CV_16SC1);
+    std::uniform_int_distribution<int> px(-1, fCols), py(-1, fRows), shift(-1, 1);
+    std::uniform_int_distribution<int> lowCost(0, 3000), anyCost(0, 65535);
+    for (int y = 0; y < fRows; ++y)
+        for (int x = 0; x < fCols; ++x) {
+            const int p = pick(rng);
+            cv::Vec3s f(short(x), short(y), 0);
+            if (p < 15)
+                f = cv::Vec3s(short(px(rng)), short(py(rng)), 0);
+            else if (p < 35)
+                f = cv::Vec3s(short(x + shift(rng)), short(y + shift(rng)), 0);
+            v.field.at<cv::Vec3s>(y, x) = f;
+            const int q = pick(rng);
+            v.cost.at<short>(y, x) = short(q < 30 ? 0 : q < 90 ? lowCost(rng) : anyCost(rng));
+        }
+    v.out = v.src.clone();
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < cols; ++x)
+            if (pick(rng) < 30)
+                v.out.at<cv::Vec3b>(y, x) = palette[colour(rng)];
+    return v;
+}
+
+} // namespace
+
+TEST(VoteImage, EqualsReferenceWhereVotersAgree)
+{
+    std::mt19937 rng(19);
+    MyPatchMatch pm;
+    int unanimousPixels = 0;
+    for (int round = 0; round < 8; ++round) {
+        const bool upscale = round & 1;
+        pm.m_voteAll = (round & 2) != 0;
+        const int rows = 30 + round * 3, cols = 41 - round * 2;
+        AgreeingVote v = agreeingVote(rng, rows, cols, upscale);
+        if (round >= 4) {
+            // Few pixels take votes: a hole on the bottom-right edge and a
+            // handful of pixels elsewhere that differ from the source, so
+            // that only parts of the field are read.
+            v.mask = noMask(rows, cols);
+            v.mask(cv::Rect(cols - 4, rows - 3, 4, 3)).setTo(cv::Scalar(255, 0, 0));
+            v.out = v.src.clone();
+            std::uniform_int_distribution<int> py(0, rows - 1), px(0, cols - 1);
+            for (int k = 0; k < 6; ++k)
+                v.out.at<cv::Vec3b>(py(rng), px(rng)) = cv::Vec3b(1, 2, 3);
+        }
+        cv::Mat out = v.out.clone();
+        cv::Mat expected = v.out.clone();
+        pm.voteImage(v.src, out, v.field, v.mask, upscale, v.cost);
+        reference::voteImage(v.src, expected, v.field, v.mask, upscale, v.cost, 2, pm.m_similarity,
+                             pm.m_voteAll);
+        ASSERT_EQ(cv::norm(out, expected, cv::NORM_INF), 0.0) << "round " << round;
+        // The inputs do exercise the shortcut: many pixels take one colour
+        // that differs from what out held before.
+        for (int y = 0; y < rows; ++y)
+            for (int x = 0; x < cols; ++x)
+                unanimousPixels += expected.at<cv::Vec3b>(y, x) != v.out.at<cv::Vec3b>(y, x);
+    }
+    EXPECT_GT(unanimousPixels, 50);
+}
+
+TEST(VoteHole, EqualsReferenceOnMarkedPixelsAndLeavesTheRest)
+{
+    std::mt19937 rng(21);
+    MyPatchMatch pm;
+    for (int round = 0; round < 8; ++round) {
+        const bool upscale = round & 1;
+        pm.m_voteAll = (round & 2) != 0;
+        const int rows = 26 + round, cols = 35 - round;
+        AgreeingVote v = agreeingVote(rng, rows, cols, upscale);
+        if (round & 4) { // scattered marks and random votes as well
+            v.mask = randomMask(rng, rows, cols, 25);
+            v.out = randomImage(rng, rows, cols);
+        }
+        cv::Mat out = v.out.clone();
+        cv::Mat expected = v.out.clone();
+        pm.voteHole(v.src, out, v.field, v.mask, upscale, v.cost);
+        reference::voteImage(v.src, expected, v.field, v.mask, upscale, v.cost, 2, pm.m_similarity,
+                             pm.m_voteAll);
+        for (int y = 0; y < rows; ++y)
+            for (int x = 0; x < cols; ++x) {
+                const bool marked = v.mask.at<cv::Vec3b>(y, x)[0] == 255;
+                ASSERT_EQ(out.at<cv::Vec3b>(y, x),
+                          marked ? expected.at<cv::Vec3b>(y, x) : v.out.at<cv::Vec3b>(y, x))
+                    << "round " << round << " at " << y << "," << x;
+            }
+    }
+}
+
+// The random search takes its draws modulo 2 r through a multiply instead
+// of a division; the remainder must be the C remainder for every draw and
+// every divisor the radii can give (2 .. 131,070), and 1.
+TEST(RandomDraws, DivisorRemainderEqualsTheModulo)
+{
+    std::mt19937 rng(23);
+    std::uniform_int_distribution<uint32_t> draw(0, 0x7FFFFFFF);
+    for (uint32_t d = 1; d <= 131070; d += (d < 4096 ? 1 : 7)) {
+        const engine::Divisor divisor(d);
+        const uint32_t edges[] = {0u, 1u, d - 1, d, d + 1, 2 * d - 1, 0x7FFFFFFFu, 0x7FFFFFFFu - d};
+        for (uint32_t a : edges)
+            ASSERT_EQ(divisor.remainder(a), a % d) << a << " % " << d;
+        for (int k = 0; k < 8; ++k) {
+            const uint32_t a = draw(rng);
+            ASSERT_EQ(divisor.remainder(a), a % d) << a << " % " << d;
+        }
+    }
+    // All the radii of a search start from the field's longer side.
+    for (int r = 65535; r >= 1; r >>= 1) {
+        const engine::Divisor divisor(uint32_t(2 * r));
+        for (int k = 0; k < 1000; ++k) {
+            const uint32_t a = draw(rng);
+            ASSERT_EQ(divisor.remainder(a), a % uint32_t(2 * r));
+        }
     }
 }
 
