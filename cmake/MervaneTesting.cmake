@@ -30,6 +30,8 @@ function(mervane_qtest name)
   endif()
   add_executable(${name} ${T_SOURCES})
   target_link_libraries(${name} PRIVATE mervane_ui Qt5::Test)
+  # Helpers shared by the widget suites (photos, settings store, dialogs).
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests/common)
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${MERVANE_RUN_DIR})
   set_tests_properties(${name} PROPERTIES LABELS "${T_LABELS}"
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;MERVANE_SOURCE_DIR=${CMAKE_SOURCE_DIR};OMP_NUM_THREADS=2")

@@ -18,6 +18,7 @@
 #include "photoitem.h"
 #include "skin.h"
 #include "stampreference.h"
+#include "testphotos.h"
 
 namespace {
 
@@ -49,7 +50,7 @@ private:
 // texture around; a synthetic gradient if the picture is not installed.
 cv::Mat testPhoto(int cols, int rows)
 {
-    const cv::Mat full = cv::imread("/usr/lib/python3/dist-packages/skimage/data/astronaut.png", cv::IMREAD_COLOR);
+    const cv::Mat full = cv::imread(realPhoto("astronaut.png").toStdString(), cv::IMREAD_COLOR);
     if (!full.empty() && full.cols >= 200 + cols && full.rows >= 100 + rows)
         return full(cv::Rect(200, 100, cols, rows)).clone();
     cv::Mat m(rows, cols, CV_8UC3);

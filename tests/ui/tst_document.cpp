@@ -44,7 +44,7 @@ private slots:
 
     void colourPhotoLoadsWithItsLayers()
     {
-        const QString path = writePhoto(m_dir.path(), "colour.png", syntheticPhoto(390, 200));
+        const QString path = writeImage(m_dir.path(), "colour.png", patternPhoto(390, 200));
         PhotoItem *item = load(path);
         QCOMPARE(item->m_image.type(), CV_8UC3);
         QCOMPARE(item->m_imageCols, 390);
@@ -87,7 +87,7 @@ private slots:
         QCOMPARE(item->m_listItem->sizeHint(), QSize(0, 127));
         QCOMPARE(m_list->itemWidget(item->m_listItem), static_cast<QWidget *>(item->m_rowWidget));
         QCOMPARE(item->m_rowWidget->form()->label_name->text(), QString("colour.png"));
-        QCOMPARE(item->m_rowWidget->form()->label_img->pixmap()->size(), QSize(195, 100));
+        QCOMPARE(item->m_rowWidget->form()->label_img->pixmap(Qt::ReturnByValue).size(), QSize(195, 100));
         delete item->m_listItem;
         delete item;
     }
@@ -97,9 +97,9 @@ private slots:
         cv::Mat grey(30, 40, CV_8UC1, cv::Scalar(77));
         cv::Mat deep(30, 40, CV_16UC3, cv::Scalar(1000, 30000, 65535));
         cv::Mat rgba(30, 40, CV_8UC4, cv::Scalar(10, 20, 30, 0));
-        const QString paths[] = {writePhoto(m_dir.path(), "grey.png", grey),
-                                 writePhoto(m_dir.path(), "deep.png", deep),
-                                 writePhoto(m_dir.path(), "rgba.png", rgba)};
+        const QString paths[] = {writeImage(m_dir.path(), "grey.png", grey),
+                                 writeImage(m_dir.path(), "deep.png", deep),
+                                 writeImage(m_dir.path(), "rgba.png", rgba)};
         for (const QString &p : paths) {
             PhotoItem *item = load(p);
             QCOMPARE(item->m_image.type(), CV_8UC3);
@@ -121,7 +121,7 @@ private slots:
 
     void onePixelWidePhotoLoads()
     {
-        const QString path = writePhoto(m_dir.path(), "thin.png", syntheticPhoto(1, 50));
+        const QString path = writeImage(m_dir.path(), "thin.png", patternPhoto(1, 50));
         PhotoItem *item = load(path);
         QCOMPARE(item->m_imageCols, 1);
         QCOMPARE(item->m_inpaintMask.cols, 1);
@@ -156,7 +156,7 @@ private slots:
 
     void clearsWorkInPlace()
     {
-        const QString path = writePhoto(m_dir.path(), "clear.png", syntheticPhoto(20, 10));
+        const QString path = writeImage(m_dir.path(), "clear.png", patternPhoto(20, 10));
         PhotoItem *item = load(path);
         item->m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
         item->m_inpaintMaskBK.setTo(cv::Scalar(0, 255, 0, 128));
@@ -183,7 +183,7 @@ private slots:
     void rowDeleteMakesTheRowCurrentBeforeAsking()
     {
         m_list->clear();
-        const QString path = writePhoto(m_dir.path(), "row.png", syntheticPhoto(60, 40));
+        const QString path = writeImage(m_dir.path(), "row.png", patternPhoto(60, 40));
         PhotoItem *first = load(path);
         PhotoItem *second = load(path);
         m_list->setCurrentRow(1);
