@@ -41,8 +41,8 @@ endfunction()
 #       End to end: the script drives the real program on a virtual X
 #       display (xvfb-run) with xdotool. It is called with the program's path
 #       and ARGS, from the run directory, and sources tests/e2e/lib.sh
-#       ($MERVANE_E2E_LIB). Label: e2e. Its work folder, where the
-#       screenshots of a failed run stay, is build/e2e/NAME.
+#       ($MERVANE_E2E_LIB). Label: e2e. Its work folder is build/e2e/NAME;
+#       a failed run's screenshots stay in build/e2e/NAME-failed-<time>.
 #
 # The virtual displays share one lock: xvfb-run -a picks the first free
 # display number by looking for lock files, so two servers started at once

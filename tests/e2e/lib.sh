@@ -9,9 +9,10 @@
 # short sleeps inside the loops are only the polling interval.
 #
 # Work folder: $MERVANE_E2E_WORK (one per test, below the build tree). It is
-# emptied at the start and removed after a pass; after a failure it stays,
-# with the numbered screenshots of every step, one taken at the failure and
-# the program's log (MERVANE_E2E_KEEP=1 keeps it after a pass too).
+# emptied at the start and removed after a pass; after a failure it is kept
+# beside it as <work>-failed-<time>, with the numbered screenshots of every
+# step, one taken at the failure and the program's log (MERVANE_E2E_KEEP=1
+# keeps the work folder after a pass too).
 
 E2E_PID=
 E2E_STEP=0
@@ -36,7 +37,11 @@ e2e_finish()
         [ "${MERVANE_E2E_KEEP:-0}" = 1 ] || rm -rf "$E2E_DIR"
     else
         import -window root "$E2E_DIR/zz-at-failure.png" 2>/dev/null || true
-        echo "e2e: failed; screenshots and the program's log are kept in $E2E_DIR"
+        # Moved aside under a time stamp, so that a rerun, which starts from
+        # an empty work folder, does not wipe the evidence.
+        kept="$E2E_DIR-failed-$(date +%Y%m%dT%H%M%S)"
+        mv "$E2E_DIR" "$kept" 2>/dev/null || kept=$E2E_DIR
+        echo "e2e: failed; screenshots and the program's log are kept in $kept"
     fi
     exit "$rc"
 }
