@@ -319,13 +319,19 @@ QString canvasScrollBarSheet()
                           "QScrollBar::add-line,QScrollBar::sub-line{width:0px;height:0px;border:none;}");
 }
 
+// The round handle both sliders share, cut from the sheet.
+static QString sliderHandleImage()
+{
+    return QStringLiteral("border-image: url(%1)  %2;").arg(QLatin1String(kSheet), slices(sliderHandleCell()));
+}
+
 QString brushSliderSheet()
 {
     return QStringLiteral("QSlider::groove:vertical{background:#161616;width:4px;border-radius:2px;}"
                           "QSlider::add-page:vertical{background:#439cf4;width:4px;border-radius:2px;}"
                           "QSlider::sub-page:vertical{background:#161616;width:4px;border-radius:2px;}"
                           "QSlider::handle:vertical{%1height:17px;margin:0px -5px;}")
-        .arg(QStringLiteral("border-image: url(%1)  %2;").arg(QLatin1String(kSheet), slices(sliderHandleCell())));
+        .arg(sliderHandleImage());
 }
 
 QString stampSliderSheet()
@@ -334,7 +340,7 @@ QString stampSliderSheet()
                           "QSlider::sub-page:horizontal{background:#439cf4;height:4px;border-radius:2px;}"
                           "QSlider::add-page:horizontal{background:#161616;height:4px;border-radius:2px;}"
                           "QSlider::handle:horizontal{%1width:14px;margin:-5px 0px;}")
-        .arg(QStringLiteral("border-image: url(%1)  %2;").arg(QLatin1String(kSheet), slices(sliderHandleCell())));
+        .arg(sliderHandleImage());
 }
 
 QString menuSheet()

@@ -191,7 +191,11 @@ private:
     void hookUpEngine();
     void releaseEngine();
     bool prepareSeamlessJob();
-    void showJobLayers();
+    // The photo and both selection layers back on the screen.
+    void showImageAndLayers();
+    // After a committed change (photoitem_undo.cpp): no selection, no
+    // stroke or work box, the next job counted afresh.
+    void startAfresh();
 
     // Helpers of the selection tools.
     cv::Mat &activeLayer();

@@ -300,17 +300,7 @@ void PhotoItem::onQThreadFinished()
         m_undoStack->push(new Command(m_image(rect), m_imageBeforeJob(rect), QPointF(m_workMinX, m_workMinY),
                                       QPointF(m_workMaxX, m_workMaxY), text, this, rect));
 
-        m_firstProgress = 1;
-        m_donorUsed = 0;
-        m_saved = 0;
-        m_pressPos = QPointF(-1, -1);
-        resetStrokeBox();
-        m_workMinX = m_imageCols;
-        m_workMinY = m_imageRows;
-        m_workMaxX = -1.0;
-        m_workMaxY = -1.0;
-        clearInpaintMask();
-        clearInpaintMaskBK();
+        startAfresh();
     } else {
         // Back to the photo as it was; the job wrote in place (an erase job
         // blacked out its hole first). The selection stays, and the work
@@ -321,13 +311,13 @@ void PhotoItem::onQThreadFinished()
         if (m_tool == 12)
             clearInpaintMaskBK();
     }
-    showJobLayers();
+    showImageAndLayers();
 
     m_processDialog->close();
     emit sendThreadFinish();
 }
 
-void PhotoItem::showJobLayers()
+void PhotoItem::showImageAndLayers()
 {
     m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
     m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);

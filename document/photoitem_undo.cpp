@@ -38,17 +38,11 @@ void PhotoItem::setUndoPixmap(cv::Mat temp, QPointF min, QPointF max, cv::Rect r
     m_workMinY = min.y();
     m_workMaxX = max.x();
     m_workMaxY = max.y();
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
-    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
-    m_frontGreenWidget->setVisible(true);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    showImageAndLayers();
 }
 
-void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
+void PhotoItem::startAfresh()
 {
-    pasteAt(temp, m_image, rect);
-    // A push runs this at once, so it is also the reset after a job or a
-    // stamp stroke: selections and boxes start afresh.
     m_firstProgress = 1;
     m_donorUsed = 0;
     m_saved = 0;
@@ -60,6 +54,14 @@ void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
     m_workMaxY = -1.0;
     clearInpaintMask();
     clearInpaintMaskBK();
+}
+
+void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
+{
+    pasteAt(temp, m_image, rect);
+    // A push runs this at once, so it is also the reset after a job or a
+    // stamp stroke: selections and boxes start afresh.
+    startAfresh();
     m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
     // During stamp work the fence of the region stays on the screen.
     m_frontWidget->setImage(matToQImage(m_stampRegionActive ? m_strokeBaseRed : m_inpaintMask), m_frontWidget);

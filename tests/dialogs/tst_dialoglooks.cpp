@@ -5,6 +5,7 @@
 
 #include "globals.h"
 #include "processdialog.h"
+#include "referencepicture.h"
 #include "removedialog.h"
 #include "studydialog.h"
 
@@ -17,48 +18,12 @@
 
 namespace {
 
-QString referenceDir()
-{
-    return qEnvironmentVariable("MERVANE_SOURCE_DIR") + QStringLiteral("/tests/dialogs/reference");
-}
-
-// Share of pixels whose channels differ by more than 48 anywhere.
-double differingShare(const QImage &a, const QImage &b)
-{
-    if (a.size() != b.size())
-        return 1.0;
-    qint64 differing = 0;
-    for (int y = 0; y < a.height(); ++y) {
-        const QRgb *ra = reinterpret_cast<const QRgb *>(a.constScanLine(y));
-        const QRgb *rb = reinterpret_cast<const QRgb *>(b.constScanLine(y));
-        for (int x = 0; x < a.width(); ++x) {
-            const int d = qMax(qAbs(qRed(ra[x]) - qRed(rb[x])),
-                               qMax(qAbs(qGreen(ra[x]) - qGreen(rb[x])), qAbs(qBlue(ra[x]) - qBlue(rb[x]))));
-            if (d > 48)
-                ++differing;
-        }
-    }
-    return double(differing) / (qint64(a.width()) * a.height());
-}
-
 void compareWithReference(QWidget &widget, const QString &name)
 {
     widget.show();
     QCoreApplication::processEvents();
-    const QImage shot = widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
-    const QString path = referenceDir() + QLatin1Char('/') + name + QStringLiteral(".png");
-    if (qEnvironmentVariableIntValue("MERVANE_WRITE_REFERENCES")) {
-        QDir().mkpath(referenceDir());
-        QVERIFY(shot.save(path));
-        return;
-    }
-    const QImage reference = QImage(path).convertToFormat(QImage::Format_RGB32);
-    QVERIFY2(!reference.isNull(), qPrintable(path));
-    QCOMPARE(shot.size(), reference.size());
-    const double share = differingShare(shot, reference);
-    if (share > 0.01)
-        shot.save(QDir::temp().filePath(name + QStringLiteral("-actual.png")));
-    QVERIFY2(share <= 0.01, qPrintable(QStringLiteral("%1: %2% of the pixels differ").arg(name).arg(share * 100)));
+    const QString why = referenceMismatch(widget.grab().toImage(), QStringLiteral("dialogs"), name, 0.01);
+    QVERIFY2(why.isEmpty(), qPrintable(why));
 }
 
 } // namespace

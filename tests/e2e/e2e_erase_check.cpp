@@ -17,6 +17,7 @@
 //       nothing beyond the brush's reach from the stroke changed, and that
 //       inside the stroke's core (within <core> image pixels of the stroke)
 //       the photo changed and the object is gone (much darker).
+#include "screenmatch.h"
 #include "workbox.h"
 
 #include <opencv2/imgcodecs.hpp>
@@ -36,44 +37,10 @@ int locate(const char *shotPath, const char *photoPath)
     const cv::Mat photo = cv::imread(photoPath, cv::IMREAD_COLOR);
     if (shot.empty() || photo.empty())
         return 2;
-    // Coarse search at a quarter size over display scales 0.2 to 2.0, then
-    // refined at full size around the best scale.
-    const double f = 0.25;
-    cv::Mat small;
-    cv::resize(shot, small, cv::Size(), f, f, cv::INTER_AREA);
-    double best = -2, bestScale = 0;
-    for (double s = 0.2; s <= 2.0; s += 0.01) {
-        const int w = int(photo.cols * s * f), h = int(photo.rows * s * f);
-        if (w < 16 || h < 16 || w > small.cols || h > small.rows)
-            continue;
-        cv::Mat t, r;
-        cv::resize(photo, t, cv::Size(w, h), 0, 0, cv::INTER_AREA);
-        cv::matchTemplate(small, t, r, cv::TM_CCOEFF_NORMED);
-        double mx;
-        cv::minMaxLoc(r, nullptr, &mx);
-        if (mx > best) {
-            best = mx;
-            bestScale = s;
-        }
-    }
-    double fine = -2, fineScale = 0;
-    cv::Point at;
-    for (double s = bestScale - 0.015; s <= bestScale + 0.015; s += 0.001) {
-        const int w = int(std::lround(photo.cols * s)), h = int(std::lround(photo.rows * s));
-        if (w < 16 || h < 16 || w > shot.cols || h > shot.rows)
-            continue;
-        cv::Mat t, r;
-        cv::resize(photo, t, cv::Size(w, h), 0, 0, cv::INTER_AREA);
-        cv::matchTemplate(shot, t, r, cv::TM_CCOEFF_NORMED);
-        double mx;
-        cv::Point loc;
-        cv::minMaxLoc(r, nullptr, &mx, nullptr, &loc);
-        if (mx > fine) {
-            fine = mx;
-            fineScale = s;
-            at = loc;
-        }
-    }
+    // Coarse search at a quarter size over display scales 0.2 to 2.0.
+    const PhotoOnScreen found = findPhotoOnScreen(shot, photo, {0.25, 0.2, 2.0, 16, 0.015, 0.001});
+    const double fine = found.match, fineScale = found.scale;
+    const cv::Point at = found.box.tl();
     if (fine < 0.8) {
         std::fprintf(stderr, "photo not found on the screen (best match %.3f)\n", fine);
         return 1;

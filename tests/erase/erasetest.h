@@ -11,11 +11,7 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-// Photographs shipped by Debian's python3-skimage (installed by setup.sh).
-inline QString realPhoto(const char *name)
-{
-    return QStringLiteral("/usr/lib/python3/dist-packages/skimage/data/") + QLatin1String(name);
-}
+#include "testphotos.h"
 
 // Generous for a loaded 2-core machine; a job on these photos takes well
 // under a second when the machine is idle.

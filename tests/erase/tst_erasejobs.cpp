@@ -12,6 +12,7 @@
 #include <QTemporaryDir>
 #include <QUndoStack>
 #include <QtTest>
+#include <memory>
 
 #include "commands.h"
 #include "custombackwidget.h"
@@ -19,6 +20,7 @@
 #include "erasetest.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "photohost.h"
 #include "processdialog.h"
 #include "threadfromqthread.h"
 
@@ -34,10 +36,7 @@ class TestEraseJobs : public QObject
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    QWidget m_host;
-    CustomBackWidget *m_back = nullptr;
-    CustomWidget *m_mid = nullptr, *m_front = nullptr, *m_green = nullptr;
-    QListWidget *m_list = nullptr;
+    std::unique_ptr<PhotoHost> m_host; // built by initTestCase
     PhotoItem *m_item = nullptr;
     QString m_largePhoto;
     QString m_smallPhoto;
@@ -45,7 +44,7 @@ class TestEraseJobs : public QObject
     PhotoItem *load(const QString &path)
     {
         delete m_item;
-        m_item = new PhotoItem(m_back, m_mid, m_front, m_green, path, m_list, m_list->count());
+        m_item = m_host->load(path);
         return m_item;
     }
 
@@ -113,12 +112,7 @@ private slots:
     {
         QVERIFY(m_dir.isValid());
         QVERIFY2(QFile::exists(realPhoto("chelsea.png")), "python3-skimage photographs are missing");
-        m_back = new CustomBackWidget(&m_host);
-        m_mid = new CustomWidget(m_back);
-        m_front = new CustomWidget(m_mid);
-        m_green = new CustomWidget(m_front);
-        m_list = new QListWidget(&m_host);
-        m_host.resize(400, 300);
+        m_host = std::make_unique<PhotoHost>();
 
         // A large real photograph: the astronaut, enlarged to 2000 x 1600.
         cv::Mat astronaut = cv::imread(realPhoto("astronaut.png").toStdString(), cv::IMREAD_COLOR);
@@ -204,7 +198,7 @@ private slots:
         QCOMPARE(int(item->m_firstProgress), 1);
         QCOMPARE(item->m_pressPos, QPointF(-1, -1));
         // The canvas shows the result.
-        QCOMPARE(m_mid->pixmap().size(), QSize(600, 400));
+        QCOMPARE(m_host->mid->pixmap().size(), QSize(600, 400));
 
         const cv::Mat erased = item->m_image.clone();
         stack->undo();
@@ -379,7 +373,7 @@ private slots:
         QVERIFY(samePixels(item->m_inpaintMask, redBefore));
         QCOMPARE(item->getUndoStack()->count(), 0);
         QCOMPARE(cropOf(item), first);
-        QCOMPARE(m_front->overlayImage().constBits(), item->m_inpaintMask.data);
+        QCOMPARE(m_host->front->overlayImage().constBits(), item->m_inpaintMask.data);
 
         // Erase again: the box is enlarged once more.
         QVERIFY(startAndWaitForProgress(item));

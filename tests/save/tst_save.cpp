@@ -16,7 +16,7 @@
 #include "saveproposal.h"
 #include "skin.h"
 #include "ui_mainwindow.h"
-#include "../list/windowtest.h"
+#include "windowtest.h"
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include "photoitem.h"
 #include "processdialog.h"
 #include "qmenubutton.h"
+#include "referencepicture.h"
 #include "removedialog.h"
 #include "skin.h"
 #include "studydialog.h"
@@ -37,48 +38,12 @@
 
 namespace {
 
-QString referenceDir()
-{
-    return qEnvironmentVariable("MERVANE_SOURCE_DIR") + QStringLiteral("/tests/screens/reference");
-}
-
-// Share of pixels whose channels differ by more than 48 anywhere.
-double differingShare(const QImage &a, const QImage &b)
-{
-    qint64 differing = 0;
-    for (int y = 0; y < a.height(); ++y) {
-        const QRgb *ra = reinterpret_cast<const QRgb *>(a.constScanLine(y));
-        const QRgb *rb = reinterpret_cast<const QRgb *>(b.constScanLine(y));
-        for (int x = 0; x < a.width(); ++x) {
-            const int d = qMax(qAbs(qRed(ra[x]) - qRed(rb[x])),
-                               qMax(qAbs(qGreen(ra[x]) - qGreen(rb[x])), qAbs(qBlue(ra[x]) - qBlue(rb[x]))));
-            differing += d > 48 ? 1 : 0;
-        }
-    }
-    return double(differing) / (qint64(a.width()) * a.height());
-}
-
 bool compareWithReference(const QImage &picture, const QString &name)
 {
-    const QImage shot = picture.convertToFormat(QImage::Format_RGB32);
-    const QString path = referenceDir() + QLatin1Char('/') + name + QStringLiteral(".png");
-    if (qEnvironmentVariableIntValue("MERVANE_WRITE_REFERENCES")) {
-        QDir().mkpath(referenceDir());
-        return shot.save(path);
-    }
-    const QImage reference = QImage(path).convertToFormat(QImage::Format_RGB32);
-    if (reference.isNull()) {
-        qWarning("missing reference %s", qPrintable(path));
-        return false;
-    }
-    const double share = shot.size() == reference.size() ? differingShare(shot, reference) : 1.0;
-    if (share > 0.01) {
-        shot.save(QDir::temp().filePath(name + QStringLiteral("-actual.png")));
-        qWarning("%s: %.2f%% of the pixels differ (size %dx%d, reference %dx%d)", qPrintable(name), share * 100,
-                 shot.width(), shot.height(), reference.width(), reference.height());
-        return false;
-    }
-    return true;
+    const QString why = referenceMismatch(picture, QStringLiteral("screens"), name, 0.01);
+    if (!why.isEmpty())
+        qWarning("%s", qPrintable(why));
+    return why.isEmpty();
 }
 
 // The window with a dialog painted where it stands on the screen.

@@ -4,6 +4,7 @@
 // MERVANE_WRITE_REFERENCES=1 rewrites the reference.
 
 #include "globals.h"
+#include "referencepicture.h"
 #include "skin.h"
 
 #include <QDir>
@@ -145,28 +146,8 @@ private slots:
 
         board.show();
         QCoreApplication::processEvents();
-        const QImage shot = board.grab().toImage().convertToFormat(QImage::Format_RGB32);
-        const QString dir = qEnvironmentVariable("MERVANE_SOURCE_DIR") + QStringLiteral("/tests/skin/reference");
-        const QString path = dir + QStringLiteral("/board.png");
-        if (qEnvironmentVariableIntValue("MERVANE_WRITE_REFERENCES")) {
-            QDir().mkpath(dir);
-            QVERIFY(shot.save(path));
-            return;
-        }
-        const QImage reference = QImage(path).convertToFormat(QImage::Format_RGB32);
-        QVERIFY2(!reference.isNull(), qPrintable(path));
-        QCOMPARE(shot.size(), reference.size());
-        qint64 differing = 0;
-        for (int yy = 0; yy < shot.height(); ++yy)
-            for (int xx = 0; xx < shot.width(); ++xx) {
-                const QRgb a = shot.pixel(xx, yy), b = reference.pixel(xx, yy);
-                if (qMax(qAbs(qRed(a) - qRed(b)), qMax(qAbs(qGreen(a) - qGreen(b)), qAbs(qBlue(a) - qBlue(b)))) > 48)
-                    ++differing;
-            }
-        const double share = double(differing) / (shot.width() * shot.height());
-        if (share > 0.005)
-            shot.save(QDir::temp().filePath(QStringLiteral("board-actual.png")));
-        QVERIFY2(share <= 0.005, qPrintable(QStringLiteral("%1% of the board differs").arg(share * 100)));
+        const QString why = referenceMismatch(board.grab().toImage(), QStringLiteral("skin"), QStringLiteral("board"), 0.005);
+        QVERIFY2(why.isEmpty(), qPrintable(why));
     }
 };
 

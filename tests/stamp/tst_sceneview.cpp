@@ -9,12 +9,14 @@
 #include <QTemporaryDir>
 #include <QUndoStack>
 #include <QtTest>
+#include <memory>
 #include <opencv2/imgcodecs.hpp>
 
 #include "custombackwidget.h"
 #include "customwidget.h"
 #include "globals.h"
 #include "graphicsview.h"
+#include "photohost.h"
 #include "photoitem.h"
 #include "pixmapitem.h"
 #include "skin.h"
@@ -154,13 +156,9 @@ private slots:
         const QString path = dir.path() + QStringLiteral("/noise.png");
         QVERIFY(cv::imwrite(path.toStdString(), photo));
 
-        QWidget host;
-        auto *back = new CustomBackWidget(&host);
-        auto *mid = new CustomWidget(back);
-        auto *front = new CustomWidget(mid);
-        auto *green = new CustomWidget(front);
-        auto *list = new QListWidget(&host);
-        PhotoItem item(back, mid, front, green, path, list, 0);
+        PhotoHost host;
+        const std::unique_ptr<PhotoItem> owned(host.load(path));
+        PhotoItem &item = *owned;
 
         GraphicsView view;
         view.resize(300, 300);

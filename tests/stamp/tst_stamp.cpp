@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <QUndoStack>
 #include <QtTest>
+#include <memory>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -16,8 +17,10 @@
 #include "customwidget.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "photohost.h"
 #include "skin.h"
 #include "stampreference.h"
+#include "testphotos.h"
 
 namespace {
 
@@ -49,7 +52,7 @@ private:
 // texture around; a synthetic gradient if the picture is not installed.
 cv::Mat testPhoto(int cols, int rows)
 {
-    const cv::Mat full = cv::imread("/usr/lib/python3/dist-packages/skimage/data/astronaut.png", cv::IMREAD_COLOR);
+    const cv::Mat full = cv::imread(realPhoto("astronaut.png").toStdString(), cv::IMREAD_COLOR);
     if (!full.empty() && full.cols >= 200 + cols && full.rows >= 100 + rows)
         return full(cv::Rect(200, 100, cols, rows)).clone();
     cv::Mat m(rows, cols, CV_8UC3);
@@ -83,25 +86,22 @@ class TestStamp : public QObject
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    QWidget m_host;
-    CustomBackWidget *m_back = nullptr;
-    CustomWidget *m_mid = nullptr, *m_front = nullptr, *m_green = nullptr;
-    QListWidget *m_list = nullptr;
+    std::unique_ptr<PhotoHost> m_host; // built by initTestCase
     PhotoItem *m_item = nullptr;
     cv::Mat m_original;
 
     PhotoItem *load(const cv::Mat &photo)
     {
-        const QString path = m_dir.path() + QStringLiteral("/photo%1.png").arg(m_list->count());
+        const QString path = m_dir.path() + QStringLiteral("/photo%1.png").arg(m_host->list->count());
         cv::imwrite(path.toStdString(), photo);
-        return new PhotoItem(m_back, m_mid, m_front, m_green, path, m_list, m_list->count());
+        return m_host->load(path);
     }
 
     void useStamp(PhotoItem *item, int size = 20)
     {
         item->recvSelectType(8, size, 0);
-        m_front->recvSelectType(8, size, 0);
-        m_green->recvSelectType(8, size, 0);
+        m_host->front->recvSelectType(8, size, 0);
+        m_host->green->recvSelectType(8, size, 0);
     }
 
     bool boxesEmpty(const PhotoItem *item) const
@@ -141,13 +141,8 @@ private slots:
     {
         Skin::init();
         QVERIFY(m_dir.isValid());
-        m_back = new CustomBackWidget(&m_host);
-        m_mid = new CustomWidget(m_back);
-        m_front = new CustomWidget(m_mid);
-        m_green = new CustomWidget(m_front);
-        m_list = new QListWidget(&m_host);
-        m_host.resize(400, 300);
-        m_back->resize(300, 300);
+        m_host = std::make_unique<PhotoHost>();
+        m_host->back->resize(300, 300);
         m_original = testPhoto(96, 72);
     }
 
@@ -360,7 +355,7 @@ private slots:
         QVERIFY(sameBytes(m_item->m_image, m_original));
         QCOMPARE(m_item->getUndoStack()->count(), 0);
         QCOMPARE(m_item->m_saved, quint8(1));
-        QCOMPARE(m_green->paintMode, 0); // no preview without a source
+        QCOMPARE(m_host->green->paintMode, 0); // no preview without a source
         // Every further press warns again until a source is set.
         m_item->recvLeftPressPoint(QPointF(41, 31));
         QCOMPARE(answerer.titles.size(), 2);
@@ -469,7 +464,7 @@ private slots:
         QVERIFY(inside > 60);
         QVERIFY(outside > 30);
         // The fence stays on the front canvas during stamp work.
-        QCOMPARE(m_front->overlayImage().constBits(), m_item->m_strokeBaseRed.data);
+        QCOMPARE(m_host->front->overlayImage().constBits(), m_item->m_strokeBaseRed.data);
     }
 
     void regionDrawnWithTheLassoFencesTheStamp()
@@ -582,10 +577,10 @@ private slots:
 
         stack->undo();
         QVERIFY(sameBytes(m_item->m_image, m_original));
-        QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(m_original)));
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_original)));
         stack->redo();
         QVERIFY(sameBytes(m_item->m_image, after));
-        QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(after)));
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(after)));
         stack->undo();
         stack->undo();
         QVERIFY(sameBytes(m_item->m_image, m_original));
@@ -662,19 +657,19 @@ private slots:
         m_item->recvLeftALTPressPoint(QPointF(15, 15));
         m_item->recvReleasePoint(QPointF(15, 15));
         m_item->recvLeftPressPoint(QPointF(60, 40));
-        QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
         for (int k = 1; k <= 10; ++k) {
             // Runs off the bottom right edge on purpose.
             m_item->recvLeftMovePoint(QPointF(60 + 4 * k, 40 + 3.3 * k));
             m_item->recvLeftMoveNoPoint(QPointF(60 + 4 * k, 40 + 3.3 * k));
-            QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+            QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
             // The preview on the canvas is the one of the image as painted.
-            QCOMPARE(m_green->paintMode, 1);
+            QCOMPARE(m_host->green->paintMode, 1);
             const cv::Mat shown = m_item->m_strokeBaseGreen(cv::Rect(0, 0, 24, 24)).clone();
             QVERIFY(sameBytes(m_item->stampPreview(QPointF(60 + 4 * k, 40 + 3.3 * k)), shown));
         }
         m_item->recvReleasePoint(QPointF(95, 71));
-        QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
     }
 
     void beforeAndAfterViewIsReplacedByThePhoto()
@@ -682,13 +677,13 @@ private slots:
         // While the "before" file shows, a dab puts the edited photo back on the canvas.
         useStamp(m_item);
         m_item->recvSrcRoi();
-        QVERIFY(!m_mid->overlayImage().isNull());
+        QVERIFY(!m_host->mid->overlayImage().isNull());
         m_item->recvLeftALTPressPoint(QPointF(15, 15));
         m_item->recvReleasePoint(QPointF(15, 15));
         m_item->recvSrcRoi();
         m_item->recvLeftPressPoint(QPointF(50, 40));
-        QVERIFY(m_mid->overlayImage().isNull());
-        QCOMPARE(asRgb32(m_mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+        QVERIFY(m_host->mid->overlayImage().isNull());
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
         m_item->recvReleasePoint(QPointF(50, 40));
     }
 
@@ -729,13 +724,13 @@ private slots:
     {
         useStamp(m_item);
         m_item->recvLeftMoveNoPoint(QPointF(50, 40));
-        QCOMPARE(m_green->paintMode, 0);
+        QCOMPARE(m_host->green->paintMode, 0);
         m_item->recvLeftALTPressPoint(QPointF(20.7, 15.2));
         m_item->recvReleasePoint(QPointF(20.7, 15.2));
         // Before the first press the preview is built at the source: its
         // pixels are those around the source.
         m_item->recvLeftMoveNoPoint(QPointF(50.5, 40.5));
-        QCOMPARE(m_green->paintMode, 1);
+        QCOMPARE(m_host->green->paintMode, 1);
         const cv::Mat scratch = m_item->m_strokeBaseGreen;
         QCOMPARE(scratch.at<cv::Vec4b>(10, 10)[2], m_original.at<cv::Vec3b>(15, 20)[2]);
         QCOMPARE(scratch.at<cv::Vec4b>(10, 10)[0], m_original.at<cv::Vec3b>(15, 20)[0]);

@@ -6,6 +6,8 @@
 // The photo is found by template matching over a range of scales (coarse,
 // then refined at full size); the canvas is measured from the runs of the
 // work-area colour around the photo on its middle row and column.
+#include "screenmatch.h"
+
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -64,42 +66,9 @@ int main(int argc, char **argv)
     }
 
     // Coarse search at 1/8 size over display scales 0.3 to 3.0.
-    const double f = 1.0 / 8.0;
-    cv::Mat small;
-    cv::resize(shot, small, cv::Size(), f, f, cv::INTER_AREA);
-    double bestScore = -2, bestScale = 0;
-    for (double s = 0.3; s <= 3.0; s += 0.01) {
-        const int w = int(photo.cols * s * f), h = int(photo.rows * s * f);
-        if (w < 8 || h < 8 || w > small.cols || h > small.rows)
-            continue;
-        cv::Mat t, r;
-        cv::resize(photo, t, cv::Size(w, h), 0, 0, cv::INTER_AREA);
-        cv::matchTemplate(small, t, r, cv::TM_CCOEFF_NORMED);
-        double mx;
-        cv::minMaxLoc(r, nullptr, &mx);
-        if (mx > bestScore) {
-            bestScore = mx;
-            bestScale = s;
-        }
-    }
-    // Refine at full size around the best scale.
-    double score = -2;
-    cv::Rect found;
-    for (double s = bestScale - 0.02; s <= bestScale + 0.02; s += 0.002) {
-        const int w = int(photo.cols * s), h = int(photo.rows * s);
-        if (w < 8 || h < 8 || w > shot.cols || h > shot.rows)
-            continue;
-        cv::Mat t, r;
-        cv::resize(photo, t, cv::Size(w, h), 0, 0, cv::INTER_AREA);
-        cv::matchTemplate(shot, t, r, cv::TM_CCOEFF_NORMED);
-        double mx;
-        cv::Point at;
-        cv::minMaxLoc(r, nullptr, &mx, nullptr, &at);
-        if (mx > score) {
-            score = mx;
-            found = cv::Rect(at, cv::Size(w, h));
-        }
-    }
+    const PhotoOnScreen match = findPhotoOnScreen(shot, photo, {1.0 / 8.0, 0.3, 3.0, 8, 0.02, 0.002});
+    const cv::Rect found = match.box;
+    const double score = match.match;
     std::printf("photo found at %d,%d size %dx%d (scale %.3f, match %.3f)\n", found.x, found.y, found.width,
                 found.height, double(found.width) / photo.cols, score);
     if (score < 0.9) {

@@ -11,6 +11,8 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "testphotos.h"
+
 // Answers the next modal message box with Ok and records its text, so that
 // code under test that warns the user does not block the test.
 class ModalCloser : public QObject
@@ -35,23 +37,6 @@ private:
         QTimer::singleShot(5, this, [this] { poll(); });
     }
 };
-
-// A small colour photo with some structure, written as PNG.
-inline cv::Mat syntheticPhoto(int cols, int rows)
-{
-    cv::Mat m(rows, cols, CV_8UC3);
-    for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < cols; ++x)
-            m.at<cv::Vec3b>(y, x) = cv::Vec3b(uchar(x * 7), uchar(y * 5), uchar((x + y) * 3));
-    return m;
-}
-
-inline QString writePhoto(const QString &dir, const QString &name, const cv::Mat &m)
-{
-    const QString path = dir + "/" + name;
-    cv::imwrite(path.toStdString(), m);
-    return path;
-}
 
 // Keeps the test runs away from the user's own settings.
 inline void isolateSettings()

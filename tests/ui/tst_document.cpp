@@ -6,12 +6,14 @@
 #include <QTemporaryDir>
 #include <QUndoStack>
 #include <QtTest>
+#include <memory>
 
 #include "custombackwidget.h"
 #include "customitem.h"
 #include "customwidget.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "photohost.h"
 #include "testutil.h"
 #include "ui_customitem.h"
 
@@ -20,31 +22,23 @@ class TestDocument : public QObject
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    CustomBackWidget *m_back = nullptr;
-    CustomWidget *m_mid = nullptr, *m_front = nullptr, *m_green = nullptr;
-    QListWidget *m_list = nullptr;
-    QWidget m_host;
+    std::unique_ptr<PhotoHost> m_host; // built by initTestCase
 
     PhotoItem *load(const QString &path)
     {
-        return new PhotoItem(m_back, m_mid, m_front, m_green, path, m_list, m_list->count());
+        return m_host->load(path);
     }
 
 private slots:
     void initTestCase()
     {
         QVERIFY(m_dir.isValid());
-        m_back = new CustomBackWidget(&m_host);
-        m_mid = new CustomWidget(m_back);
-        m_front = new CustomWidget(m_mid);
-        m_green = new CustomWidget(m_front);
-        m_list = new QListWidget(&m_host);
-        m_host.resize(400, 300);
+        m_host = std::make_unique<PhotoHost>();
     }
 
     void colourPhotoLoadsWithItsLayers()
     {
-        const QString path = writePhoto(m_dir.path(), "colour.png", syntheticPhoto(390, 200));
+        const QString path = writeImage(m_dir.path(), "colour.png", patternPhoto(390, 200));
         PhotoItem *item = load(path);
         QCOMPARE(item->m_image.type(), CV_8UC3);
         QCOMPARE(item->m_imageCols, 390);
@@ -78,16 +72,16 @@ private slots:
         QCOMPARE(item->m_scale, 1.0);
         QCOMPARE(item->getUndoStack()->count(), 0);
         // The canvases show the photo and wrap the layers.
-        QCOMPARE(m_mid->pixmap().size(), QSize(390, 200));
-        QCOMPARE(m_front->overlayImage().constBits(), item->m_inpaintMask.data);
-        QCOMPARE(m_green->overlayImage().constBits(), item->m_inpaintMaskBK.data);
+        QCOMPARE(m_host->mid->pixmap().size(), QSize(390, 200));
+        QCOMPARE(m_host->front->overlayImage().constBits(), item->m_inpaintMask.data);
+        QCOMPARE(m_host->green->overlayImage().constBits(), item->m_inpaintMaskBK.data);
         // Row of the list: thumbnail 195 wide, h = 200 / (390 / 195) = 100.
-        QCOMPARE(m_list->count(), 1);
-        QCOMPARE(m_list->item(0), item->m_listItem);
+        QCOMPARE(m_host->list->count(), 1);
+        QCOMPARE(m_host->list->item(0), item->m_listItem);
         QCOMPARE(item->m_listItem->sizeHint(), QSize(0, 127));
-        QCOMPARE(m_list->itemWidget(item->m_listItem), static_cast<QWidget *>(item->m_rowWidget));
+        QCOMPARE(m_host->list->itemWidget(item->m_listItem), static_cast<QWidget *>(item->m_rowWidget));
         QCOMPARE(item->m_rowWidget->form()->label_name->text(), QString("colour.png"));
-        QCOMPARE(item->m_rowWidget->form()->label_img->pixmap()->size(), QSize(195, 100));
+        QCOMPARE(item->m_rowWidget->form()->label_img->pixmap(Qt::ReturnByValue).size(), QSize(195, 100));
         delete item->m_listItem;
         delete item;
     }
@@ -97,9 +91,9 @@ private slots:
         cv::Mat grey(30, 40, CV_8UC1, cv::Scalar(77));
         cv::Mat deep(30, 40, CV_16UC3, cv::Scalar(1000, 30000, 65535));
         cv::Mat rgba(30, 40, CV_8UC4, cv::Scalar(10, 20, 30, 0));
-        const QString paths[] = {writePhoto(m_dir.path(), "grey.png", grey),
-                                 writePhoto(m_dir.path(), "deep.png", deep),
-                                 writePhoto(m_dir.path(), "rgba.png", rgba)};
+        const QString paths[] = {writeImage(m_dir.path(), "grey.png", grey),
+                                 writeImage(m_dir.path(), "deep.png", deep),
+                                 writeImage(m_dir.path(), "rgba.png", rgba)};
         for (const QString &p : paths) {
             PhotoItem *item = load(p);
             QCOMPARE(item->m_image.type(), CV_8UC3);
@@ -121,7 +115,7 @@ private slots:
 
     void onePixelWidePhotoLoads()
     {
-        const QString path = writePhoto(m_dir.path(), "thin.png", syntheticPhoto(1, 50));
+        const QString path = writeImage(m_dir.path(), "thin.png", patternPhoto(1, 50));
         PhotoItem *item = load(path);
         QCOMPARE(item->m_imageCols, 1);
         QCOMPARE(item->m_inpaintMask.cols, 1);
@@ -156,7 +150,7 @@ private slots:
 
     void clearsWorkInPlace()
     {
-        const QString path = writePhoto(m_dir.path(), "clear.png", syntheticPhoto(20, 10));
+        const QString path = writeImage(m_dir.path(), "clear.png", patternPhoto(20, 10));
         PhotoItem *item = load(path);
         item->m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
         item->m_inpaintMaskBK.setTo(cv::Scalar(0, 255, 0, 128));
@@ -182,19 +176,19 @@ private slots:
 
     void rowDeleteMakesTheRowCurrentBeforeAsking()
     {
-        m_list->clear();
-        const QString path = writePhoto(m_dir.path(), "row.png", syntheticPhoto(60, 40));
+        m_host->list->clear();
+        const QString path = writeImage(m_dir.path(), "row.png", patternPhoto(60, 40));
         PhotoItem *first = load(path);
         PhotoItem *second = load(path);
-        m_list->setCurrentRow(1);
+        m_host->list->setCurrentRow(1);
         int rowAtSignal = -1;
-        connect(first, &PhotoItem::sendDeleteItem, this, [&] { rowAtSignal = m_list->currentRow(); });
+        connect(first, &PhotoItem::sendDeleteItem, this, [&] { rowAtSignal = m_host->list->currentRow(); });
         // Through the row's own delete button, as the user does it.
         first->m_rowWidget->form()->pushButton->click();
         QCOMPARE(rowAtSignal, 0);
         delete first;
         delete second;
-        m_list->clear();
+        m_host->list->clear();
     }
 
     void rowButtonShowsOnHoverOnly()

@@ -36,7 +36,7 @@ class TestMainWindow : public QObject
 
     QString photo(const QString &name, int cols, int rows)
     {
-        return writePhoto(m_dir.path(), name, syntheticPhoto(cols, rows));
+        return writeImage(m_dir.path(), name, patternPhoto(cols, rows));
     }
 
 private slots:
@@ -223,7 +223,7 @@ private slots:
         QTest::addColumn<QByteArray>("content");
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("garbage") << QByteArray("this is not an image at all");
-        cv::Mat m = syntheticPhoto(64, 64);
+        cv::Mat m = patternPhoto(64, 64);
         std::vector<uchar> png;
         cv::imencode(".png", m, png);
         QTest::newRow("truncated png") << QByteArray(reinterpret_cast<const char *>(png.data()), int(png.size() / 3));
@@ -252,7 +252,7 @@ private slots:
         QFile out(path);
         QVERIFY(out.open(QIODevice::WriteOnly));
         std::vector<uchar> png;
-        cv::imencode(".png", syntheticPhoto(30, 20), png);
+        cv::imencode(".png", patternPhoto(30, 20), png);
         out.write(reinterpret_cast<const char *>(png.data()), qint64(png.size()));
         out.close();
         m_w->openPhoto(path);
@@ -263,14 +263,14 @@ private slots:
 
     void sideAboveSixteenBitsIsRefused()
     {
-        const QString path = writePhoto(m_dir.path(), "wide.png", cv::Mat(1, 65536, CV_8UC3, cv::Scalar(1, 2, 3)));
+        const QString path = writeImage(m_dir.path(), "wide.png", cv::Mat(1, 65536, CV_8UC3, cv::Scalar(1, 2, 3)));
         ModalCloser closer;
         closer.arm();
         m_w->openPhoto(path);
         QCOMPARE(closer.seen, 1);
         QCOMPARE(closer.text, QString("Cannot read file %1").arg(path));
         QVERIFY(m_w->photoItems().isEmpty());
-        const QString edge = writePhoto(m_dir.path(), "edge.png", cv::Mat(1, 65535, CV_8UC3, cv::Scalar(1, 2, 3)));
+        const QString edge = writeImage(m_dir.path(), "edge.png", cv::Mat(1, 65535, CV_8UC3, cv::Scalar(1, 2, 3)));
         m_w->openPhoto(edge);
         QCOMPARE(m_w->photoItems().size(), 1);
     }

@@ -28,7 +28,7 @@ class TestSelection : public QObject
     PhotoItem *openPhoto(int cols, int rows, int canvasW = 200, int canvasH = 150)
     {
         ui->widget_back->setFixedSize(canvasW, canvasH);
-        m_w->openPhoto(writePhoto(m_dir.path(), QString("s%1x%2.png").arg(cols).arg(rows), syntheticPhoto(cols, rows)));
+        m_w->openPhoto(writeImage(m_dir.path(), QString("s%1x%2.png").arg(cols).arg(rows), patternPhoto(cols, rows)));
         return m_w->photoItems().last();
     }
 

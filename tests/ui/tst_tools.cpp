@@ -29,7 +29,7 @@ class TestTools : public QObject
     PhotoItem *openPhoto(int cols = 200, int rows = 150)
     {
         ui->widget_back->setFixedSize(200, 150);
-        m_w->openPhoto(writePhoto(m_dir.path(), QString("p%1x%2.png").arg(cols).arg(rows), syntheticPhoto(cols, rows)));
+        m_w->openPhoto(writeImage(m_dir.path(), QString("p%1x%2.png").arg(cols).arg(rows), patternPhoto(cols, rows)));
         return m_w->photoItems().last();
     }
 

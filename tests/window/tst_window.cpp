@@ -22,7 +22,7 @@
 #include "removedialog.h"
 #include "skin.h"
 #include "ui_mainwindow.h"
-#include "../list/windowtest.h"
+#include "windowtest.h"
 
 class TestWindow : public QObject
 {

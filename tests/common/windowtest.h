@@ -25,6 +25,7 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include "removedialog.h"
+#include "testphotos.h"
 
 // Points the per-user store at a fresh folder; call before QApplication
 // exists (the store's location is fixed at first use). The tutorial counts
@@ -49,25 +50,6 @@ inline void usePrivateSettingsStore(const QString &folder)
         QTEST_SET_MAIN_SOURCE_PATH                                                                           \
         return QTest::qExec(&tc, argc, argv);                                                                \
     }
-
-// A small colour photo with structure in every channel.
-inline cv::Mat patternPhoto(int cols, int rows, int seed = 0)
-{
-    cv::Mat m(rows, cols, CV_8UC3);
-    for (int y = 0; y < rows; ++y) {
-        cv::Vec3b *p = m.ptr<cv::Vec3b>(y);
-        for (int x = 0; x < cols; ++x)
-            p[x] = cv::Vec3b(uchar(x * 7 + seed), uchar(y * 5 + 3 * seed), uchar((x + y) * 3 + 11 * seed));
-    }
-    return m;
-}
-
-inline QString writeImage(const QString &dir, const QString &name, const cv::Mat &m)
-{
-    const QString path = dir + "/" + name;
-    cv::imwrite(path.toStdString(), m);
-    return path;
-}
 
 // Answers modal dialogs in the order they appear: each handler receives the
 // active modal widget and must close it. Polls from the event loop that the
