@@ -8,6 +8,24 @@
 #include <memory>
 #include <new>
 
+namespace {
+
+// Paints black every pixel of `image` whose byte in the row-major `map`
+// (one byte per pixel, image-sized) is positive.
+void blackOutMarked(cv::Mat &image, const unsigned char *map)
+{
+    const int cols = image.cols;
+    for (int y = 0; y < image.rows; ++y) {
+        uchar *p = image.ptr<uchar>(y);
+        const unsigned char *e = map + size_t(y) * cols;
+        for (int x = 0; x < cols; ++x)
+            if (e[x] > 0)
+                p[3 * x] = p[3 * x + 1] = p[3 * x + 2] = 0;
+    }
+}
+
+} // namespace
+
 ThreadFromQThread::ThreadFromQThread(QObject *parent)
     : QThread(parent)
 {
@@ -108,13 +126,7 @@ void ThreadFromQThread::runJob()
             pm.growEraseMap(rows, cols);
             // The hole is black from here on, and stays black if the run is
             // cancelled.
-            for (int y = 0; y < rows; ++y) {
-                uchar *p = m_workImage.ptr<uchar>(y);
-                const unsigned char *e = pm.m_eraseMap + size_t(y) * cols;
-                for (int x = 0; x < cols; ++x)
-                    if (e[x] > 0)
-                        p[3 * x] = p[3 * x + 1] = p[3 * x + 2] = 0;
-            }
+            blackOutMarked(m_workImage, pm.m_eraseMap);
             cv::Mat inputCopy = m_workImage.clone();
             cv::Mat outputHeader = m_workImage;
             if (pm.m_runEnabled == 1)
@@ -136,13 +148,7 @@ void ThreadFromQThread::runJob()
             // m_eraseMap is empty now, so nothing is blacked out: in a donor
             // erase the hole keeps its colours and the masks alone keep them
             // from being used.
-            for (int y = 0; y < rows; ++y) {
-                uchar *p = m_workImage.ptr<uchar>(y);
-                const unsigned char *e = pm.m_eraseMap + size_t(y) * cols;
-                for (int x = 0; x < cols; ++x)
-                    if (e[x] > 0)
-                        p[3 * x] = p[3 * x + 1] = p[3 * x + 2] = 0;
-            }
+            blackOutMarked(m_workImage, pm.m_eraseMap);
             cv::Mat inputCopy = m_workImage.clone();
             cv::Mat outputHeader = m_workImage;
             if (pm.m_runEnabled == 1)
