@@ -11,6 +11,12 @@ libgtest-dev
 xvfb xauth xdotool x11-utils imagemagick
 fonts-lato fonts-dejavu-core
 python3-skimage poppler-utils
+libjpeg62-turbo-dev libpng-dev libtiff-dev libwebp-dev
+libexiv2-dev exiv2 liblcms2-dev libheif-dev libheif-examples
+libimage-exiftool-perl icc-profiles-free
+desktop-file-utils appstream dpkg-dev file
+clang libomp-14-dev
+openbox
 "
 
 missing=""
