@@ -1,5 +1,6 @@
 #include "mypatchmatch.h"
 #include "enginecells.h"
+#include "levelrules.h"
 
 #include <QDebug>
 
@@ -90,22 +91,21 @@ void MyPatchMatch::growEraseMap(int rows, int cols)
     }
 }
 
-bool MyPatchMatch::stampSelection(const cv::Mat &selection, int channel, unsigned char *target)
+bool engine::stampSelectionMap(const cv::Mat &selection, int channel, int radius,
+                               unsigned char *target)
 {
     if (selection.empty() || !target || channel >= selection.channels())
         return false;
     const int rows = selection.rows;
     const int cols = selection.cols;
     const int cn = selection.channels();
-    const int r = m_dilateRadius;
+    const int r = radius;
     bool stamped = false;
     for (int y = 0; y < rows; ++y) {
         const uchar *row = selection.ptr<uchar>(y);
         for (int x = 0; x < cols; ++x) {
             if (row[x * cn + channel] <= 254)
                 continue;
-            m_rows = rows;
-            m_cols = cols;
             stamped = true;
             // Strict disc test: with r = 2 this is the 3 x 3 square.
             for (int dy = -r; dy <= r; ++dy) {
@@ -122,6 +122,15 @@ bool MyPatchMatch::stampSelection(const cv::Mat &selection, int channel, unsigne
         }
     }
     return stamped;
+}
+
+bool MyPatchMatch::stampSelection(const cv::Mat &selection, int channel, unsigned char *target)
+{
+    if (!engine::stampSelectionMap(selection, channel, m_dilateRadius, target))
+        return false;
+    m_rows = selection.rows;
+    m_cols = selection.cols;
+    return true;
 }
 
 void MyPatchMatch::splitHoleFromDonor(unsigned char *holeMap, int size)

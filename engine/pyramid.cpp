@@ -2,6 +2,7 @@
 // stop rules of the build.
 
 #include "mypatchmatch.h"
+#include "levelrules.h"
 
 #include <algorithm>
 
@@ -33,9 +34,11 @@ void MyPatchMatch::halveImageMasked(cv::Mat &image, const cv::Mat &mask, cv::Mat
     for (int y = 0; y < rows; ++y) {
         uchar *out = half.ptr<uchar>(y);
         uchar *outMask = halfMask.ptr<uchar>(y);
-        const int kLo = std::max(0, 2 - 2 * y), kHi = std::min(5, R - 1 - (2 * y - 2));
+        const int kLo = engine::halfBlockFirst(y) - (2 * y - 2);
+        const int kHi = engine::halfBlockLast(y, R) - (2 * y - 2);
         for (int x = 0; x < cols; ++x) {
-            const int jLo = std::max(0, 2 - 2 * x), jHi = std::min(5, C - 1 - (2 * x - 2));
+            const int jLo = engine::halfBlockFirst(x) - (2 * x - 2);
+            const int jHi = engine::halfBlockLast(x, C) - (2 * x - 2);
             int total = 0, excluded = 0, weightSum = 0;
             int sum0 = 0, sum1 = 0, sum2 = 0;
             for (int k = kLo; k <= kHi; ++k) {
@@ -60,7 +63,7 @@ void MyPatchMatch::halveImageMasked(cv::Mat &image, const cv::Mat &mask, cv::Mat
                 out[3 * x + 1] = uchar(int(sum1 / double(weightSum) + 0.5));
                 out[3 * x + 2] = uchar(int(sum2 / double(weightSum) + 0.5));
             }
-            outMask[3 * x] = double(excluded) > 0.75 * total ? 255 : 0;
+            outMask[3 * x] = engine::halfSizeMarked(excluded, total) ? 255 : 0;
         }
     }
     image = half;
@@ -72,7 +75,7 @@ void MyPatchMatch::buildErasePyramid(cv::Mat &workingImage, cv::Mat *levelImages
     // The count test comes before each halving, so the stack ends one level
     // past the last level that still held a marked pixel.
     levels = 0;
-    if (workingImage.rows <= 2 || workingImage.cols <= 2)
+    if (engine::pyramidSizeStop(workingImage.rows, workingImage.cols))
         return;
     for (int l = 0;; ++l) {
         if (countMasked(levelMasks[l]) == 0)
@@ -89,7 +92,7 @@ void MyPatchMatch::buildErasePyramid(cv::Mat &workingImage, cv::Mat *levelImages
         if (levelDonors)
             halveImageMasked(scratch, levelDonors[l], levelDonors[l + 1]);
         levelImages[l + 1] = workingImage;
-        if (workingImage.rows <= 2 || workingImage.cols <= 2)
+        if (engine::pyramidSizeStop(workingImage.rows, workingImage.cols))
             return;
         if (levels == kLevelSlots)
             return;

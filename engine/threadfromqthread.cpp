@@ -89,18 +89,52 @@ void ThreadFromQThread::run()
     // afresh.
     m_patchMatch.m_cancel.store(false, std::memory_order_relaxed);
     m_patchMatch.m_runEnabled = 1;
-    // An OpenCV error (a seamless paste placed off the image, an allocation
-    // that fails) must not take the program down: the job then ends as if
-    // cancelled and the photo restores its image.
+    m_failed = false;
+    m_failure.clear();
+    // Nothing may leave a thread's run(): an exception there ends the
+    // program. A job that throws is recorded as failed, and the caller
+    // refuses to commit it.
     try {
         runJob();
-    } catch (const cv::Exception &e) {
-        qWarning() << "engine job failed:" << e.what();
     } catch (const std::bad_alloc &) {
-        qWarning() << "engine job failed: out of memory";
+        m_failed = true;
+        m_failure = QStringLiteral("out of memory");
+    } catch (const cv::Exception &e) {
+        m_failed = true;
+        m_failure = QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg).simplified();
+    } catch (const std::exception &e) {
+        m_failed = true;
+        m_failure = QString::fromLocal8Bit(e.what()).simplified();
+    } catch (...) {
+        m_failed = true;
+    }
+    if (m_failed) {
+        if (m_failure.isEmpty())
+            m_failure = QStringLiteral("unknown error");
+        qWarning() << "engine job failed:" << m_failure;
+        restoreAfterFailure();
     }
     emit finished_thread();
     qDebug() << "run .............................end";
+}
+
+void ThreadFromQThread::restoreAfterFailure()
+{
+    // An erase job may have blacked out its hole before it failed; its
+    // m_sourceImage is the copy of the crop taken when the job was set, so
+    // put that back. The copy needs no allocation (same size and type).
+    // Other jobs keep no copy of their own: their caller restores.
+    m_patchMatch.m_eraseMode = 0;
+    if (m_jobType != 1)
+        return;
+    if (m_sourceImage.empty() || m_sourceImage.size() != m_workImage.size()
+        || m_sourceImage.type() != m_workImage.type() || m_sourceImage.data == m_workImage.data)
+        return;
+    try {
+        m_sourceImage.copyTo(m_workImage);
+    } catch (...) {
+        // Left to the caller's own copy.
+    }
 }
 
 void ThreadFromQThread::runJob()

@@ -1,6 +1,7 @@
 #ifndef MERVANE_THREADFROMQTHREAD_H
 #define MERVANE_THREADFROMQTHREAD_H
 
+#include <QString>
 #include <QThread>
 #include <opencv2/core.hpp>
 
@@ -37,10 +38,20 @@ public:
     // Asks the engine to stop at its next check (emits sendCancelstatus).
     void cancelWork();
 
-    // One job: clears the cancel flag, runs runJob(), emits finished_thread.
-    // Public so that a job can also be run synchronously on the calling
-    // thread (command-line tool, tests); the window uses start().
+    // One job: clears the cancel flag and the failure, runs runJob(), emits
+    // finished_thread. Public so that a job can also be run synchronously on
+    // the calling thread (command-line tool, tests); the window uses start().
+    // Nothing thrown by the job leaves run(): an exception (out of memory,
+    // an OpenCV error, anything else) makes the job failed, and an erase
+    // job's work image then gets back the pixels it had when the job was set.
     void run() override;
+
+    // Whether the last job failed, and why, in one line ("out of memory",
+    // "OpenCV error: ..."). Reset when a job starts; read them after
+    // finished_thread (or after run() returns). A cancelled job has not
+    // failed. A failed job's result must not be committed.
+    bool failed() const { return m_failed; }
+    QString failure() const { return m_failure; }
     // The body of one job: stamps the selections into byte maps and calls
     // the driver that the job type asks for.
     void runJob();
@@ -71,6 +82,14 @@ public slots:
     void receiveWorkImg(cv::Mat mask);
     void receiveProcess(long sum);
     void receiveFinish();
+
+private:
+    void restoreAfterFailure();
+
+    // Outcome of the last run(); written on the worker before
+    // finished_thread, read by the caller after it.
+    bool m_failed = false;
+    QString m_failure;
 };
 
 #endif // MERVANE_THREADFROMQTHREAD_H

@@ -5,6 +5,8 @@
 #include "mypatchmatch.h"
 #include "enginecells.h"
 
+#include <omp.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <memory>
@@ -243,13 +245,15 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
     // so the rows can be voted in parallel with the same result as one
     // pass. Rows through the hole cost far more than the others: hand them
     // out in small chunks.
+    // The voters of the current pixel, in the order a histogram would
+    // receive them: one list per thread, allocated here, because an
+    // allocation that fails inside a parallel region cannot be caught.
+    const size_t listSize = size_t(side) * side;
+    std::vector<Voter> voters(listSize * size_t(std::max(omp_get_max_threads(), 1)));
 #pragma omp parallel
     {
         VoteHistograms histograms;
-        // The voters of the current pixel, in the order a histogram would
-        // receive them; allocated once per thread.
-        std::vector<Voter> voters(size_t(side) * side);
-        Voter *voterList = voters.data();
+        Voter *voterList = voters.data() + listSize * size_t(omp_get_thread_num());
 #pragma omp for schedule(dynamic, 4)
         for (int y = 0; y < rows; ++y) {
             const uchar *ownMask = mask.ptr<uchar>(y);

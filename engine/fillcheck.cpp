@@ -1,0 +1,178 @@
+#include "fillcheck.h"
+#include "levelrules.h"
+#include "mypatchmatch.h"
+
+#include <climits>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Stamp radius of the job driver (MyPatchMatch::m_dilateRadius, never
+// changed); the job driver's growth step has radius 0 and adds nothing.
+constexpr int kStampRadius = 2;
+
+struct Level
+{
+    int rows = 0;
+    int cols = 0;
+    std::vector<unsigned char> marks;
+};
+
+int countMarks(const std::vector<unsigned char> &marks)
+{
+    int n = 0;
+    for (unsigned char m : marks)
+        n += m != 0;
+    return n;
+}
+
+// The half-size level of `level` by the engine's mark rule; `placeholders`
+// receives the number of half-size pixels whose block is all marked (black
+// in the engine's half-size picture).
+Level halve(const Level &level, int *placeholders)
+{
+    Level half;
+    half.rows = level.rows / 2;
+    half.cols = level.cols / 2;
+    half.marks.assign(size_t(half.rows) * half.cols, 0);
+    std::vector<int> columnCount(size_t(level.cols), 0);
+    int black = 0;
+    for (int y = 0; y < half.rows; ++y) {
+        const int r0 = engine::halfBlockFirst(y), r1 = engine::halfBlockLast(y, level.rows);
+        std::fill(columnCount.begin(), columnCount.end(), 0);
+        for (int r = r0; r <= r1; ++r) {
+            const unsigned char *m = level.marks.data() + size_t(r) * level.cols;
+            for (int c = 0; c < level.cols; ++c)
+                columnCount[c] += m[c] != 0;
+        }
+        unsigned char *out = half.marks.data() + size_t(y) * half.cols;
+        for (int x = 0; x < half.cols; ++x) {
+            const int c0 = engine::halfBlockFirst(x), c1 = engine::halfBlockLast(x, level.cols);
+            int excluded = 0;
+            for (int c = c0; c <= c1; ++c)
+                excluded += columnCount[c];
+            const int total = (r1 - r0 + 1) * (c1 - c0 + 1);
+            out[x] = engine::halfSizeMarked(excluded, total) ? 1 : 0;
+            black += excluded == total;
+        }
+    }
+    if (placeholders)
+        *placeholders = black;
+    return half;
+}
+
+std::string sizeText(int cols, int rows)
+{
+    return std::to_string(cols) + " x " + std::to_string(rows) + " pixels";
+}
+
+bool isSelectionLayer(const cv::Mat &layer, int channel)
+{
+    return layer.depth() == CV_8U && layer.channels() > channel;
+}
+
+} // namespace
+
+ErasePyramidOutlook eraseOutlook(const unsigned char *hole, const unsigned char *donor, int rows,
+                                 int cols)
+{
+    // The engine's buildErasePyramid, step by step, on the masks alone.
+    ErasePyramidOutlook outlook;
+    Level holeLevel{rows, cols, std::vector<unsigned char>(hole, hole + size_t(rows) * cols)};
+    Level donorLevel;
+    if (donor)
+        donorLevel = Level{rows, cols, std::vector<unsigned char>(donor, donor + size_t(rows) * cols)};
+    outlook.holePixels.push_back(countMarks(holeLevel.marks));
+    if (donor)
+        outlook.donorPixels.push_back(countMarks(donorLevel.marks));
+    // Level 0 is the photo itself: its hole pixels are the placeholders
+    // when no level is built.
+    outlook.coarsestPlaceholders = outlook.holePixels.back();
+    if (engine::pyramidSizeStop(rows, cols)) {
+        outlook.stop = ErasePyramidOutlook::Stop::SizeLimit;
+        return outlook;
+    }
+    for (;;) {
+        if (outlook.holePixels.back() == 0) {
+            outlook.stop = ErasePyramidOutlook::Stop::HoleGone;
+            outlook.coarsestPlaceholders = 0;
+            return outlook;
+        }
+        if (donor && outlook.donorPixels.back() == 0) {
+            outlook.stop = ErasePyramidOutlook::Stop::DonorGone;
+            return outlook;
+        }
+        ++outlook.levels;
+        holeLevel = halve(holeLevel, &outlook.coarsestPlaceholders);
+        outlook.holePixels.push_back(countMarks(holeLevel.marks));
+        if (donor) {
+            donorLevel = halve(donorLevel, nullptr);
+            outlook.donorPixels.push_back(countMarks(donorLevel.marks));
+        }
+        if (engine::pyramidSizeStop(holeLevel.rows, holeLevel.cols)) {
+            outlook.stop = ErasePyramidOutlook::Stop::SizeLimit;
+            return outlook;
+        }
+        if (outlook.levels == MyPatchMatch::kLevelSlots) {
+            outlook.stop = ErasePyramidOutlook::Stop::LevelLimit;
+            return outlook;
+        }
+    }
+}
+
+std::string eraseRefusal(const cv::Mat &image, const cv::Mat &red, const cv::Mat &green,
+                         bool useDonor)
+{
+    // What the job driver would trip over, or silently skip.
+    if (image.empty() || image.type() != CV_8UC3)
+        return "nothing to erase: the photo is empty or not an 8-bit colour picture";
+    if (red.size() != image.size() || !isSelectionLayer(red, 2))
+        return "the mask does not match the photo";
+    if (useDonor && (green.size() != image.size() || !isSelectionLayer(green, 1)))
+        return "the donor area does not match the photo";
+    const int rows = image.rows, cols = image.cols;
+    // Field positions are 16-bit and byte maps are indexed with 32 bits.
+    if (rows > 65535 || cols > 65535 || int64_t(rows) * cols > int64_t(INT_MAX))
+        return "the area to erase is too large: " + sizeText(cols, rows)
+               + ", the engine takes at most 65535 on a side";
+
+    const size_t size = size_t(rows) * cols;
+    std::vector<unsigned char> hole(size, 0);
+    if (!engine::stampSelectionMap(red, 2, kStampRadius, hole.data()))
+        return "nothing to erase: the mask is empty";
+    if (rows < kMinimumEraseSide || cols < kMinimumEraseSide)
+        return "the photo is too small to erase from: " + sizeText(cols, rows) + ", at least "
+               + std::to_string(kMinimumEraseSide) + " x " + std::to_string(kMinimumEraseSide)
+               + " are needed";
+
+    std::vector<unsigned char> donor;
+    if (useDonor) {
+        // The job driver's split: green that the stamped red covers belongs
+        // to the hole only.
+        donor.assign(size, 0);
+        if (!engine::stampSelectionMap(green, 1, kStampRadius, donor.data()))
+            return "nothing to fill from: the donor area is empty";
+        bool donorLeft = false;
+        for (size_t i = 0; i < size; ++i) {
+            if (hole[i])
+                donor[i] = 0;
+            donorLeft |= donor[i] != 0;
+        }
+        if (!donorLeft)
+            return "nothing to fill from: the mask covers the whole donor area";
+    }
+
+    const ErasePyramidOutlook outlook =
+        eraseOutlook(hole.data(), useDonor ? donor.data() : nullptr, rows, cols);
+    if (outlook.coarsestPlaceholders == 0)
+        return {};
+    if (outlook.holePixels.front() == int(size))
+        return "nothing around the selection to fill from: the mask covers the whole photo";
+    if (outlook.stop == ErasePyramidOutlook::Stop::DonorGone)
+        return "the donor area is too small to fill this selection from: paint a larger donor "
+               "area, or clear it to fill from the whole photo";
+    return "nothing around the selection to fill from: the mask leaves too little of the photo "
+           "around it";
+}
