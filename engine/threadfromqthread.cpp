@@ -100,8 +100,11 @@ void ThreadFromQThread::run()
         m_failed = true;
         m_failure = QStringLiteral("out of memory");
     } catch (const cv::Exception &e) {
+        // OpenCV reports its own failed allocations as an error code.
         m_failed = true;
-        m_failure = QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg).simplified();
+        m_failure = e.code == cv::Error::StsNoMem
+                        ? QStringLiteral("out of memory")
+                        : QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg).simplified();
     } catch (const std::exception &e) {
         m_failed = true;
         m_failure = QString::fromLocal8Bit(e.what()).simplified();
