@@ -2,6 +2,7 @@
 #include "levelrules.h"
 #include "mypatchmatch.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <string>
@@ -20,39 +21,41 @@ struct Level
     std::vector<unsigned char> marks;
 };
 
-int countMarks(const std::vector<unsigned char> &marks)
+int countMarks(const unsigned char *marks, size_t size)
 {
     int n = 0;
-    for (unsigned char m : marks)
-        n += m != 0;
+    for (size_t i = 0; i < size; ++i)
+        n += marks[i] != 0;
     return n;
 }
 
-// The half-size level of `level` by the engine's mark rule; `placeholders`
-// receives the number of half-size pixels whose block is all marked (black
-// in the engine's half-size picture).
-Level halve(const Level &level, int *placeholders)
+// The half-size level of the rows x cols byte map `marks` by the engine's
+// mark rule; `placeholders` receives the number of half-size pixels whose
+// block is all marked (black in the engine's half-size picture).
+Level halve(const unsigned char *marks, int rows, int cols, int *placeholders)
 {
     Level half;
-    half.rows = level.rows / 2;
-    half.cols = level.cols / 2;
+    half.rows = rows / 2;
+    half.cols = cols / 2;
     half.marks.assign(size_t(half.rows) * half.cols, 0);
-    std::vector<int> columnCount(size_t(level.cols), 0);
+    // Marked pixels per column over the block's rows, as prefix sums along
+    // the row: a block's count is one difference.
+    std::vector<int> columnCount(size_t(cols), 0), prefix(size_t(cols) + 1, 0);
     int black = 0;
     for (int y = 0; y < half.rows; ++y) {
-        const int r0 = engine::halfBlockFirst(y), r1 = engine::halfBlockLast(y, level.rows);
+        const int r0 = engine::halfBlockFirst(y), r1 = engine::halfBlockLast(y, rows);
         std::fill(columnCount.begin(), columnCount.end(), 0);
         for (int r = r0; r <= r1; ++r) {
-            const unsigned char *m = level.marks.data() + size_t(r) * level.cols;
-            for (int c = 0; c < level.cols; ++c)
+            const unsigned char *m = marks + size_t(r) * cols;
+            for (int c = 0; c < cols; ++c)
                 columnCount[c] += m[c] != 0;
         }
+        for (int c = 0; c < cols; ++c)
+            prefix[c + 1] = prefix[c] + columnCount[c];
         unsigned char *out = half.marks.data() + size_t(y) * half.cols;
         for (int x = 0; x < half.cols; ++x) {
-            const int c0 = engine::halfBlockFirst(x), c1 = engine::halfBlockLast(x, level.cols);
-            int excluded = 0;
-            for (int c = c0; c <= c1; ++c)
-                excluded += columnCount[c];
+            const int c0 = engine::halfBlockFirst(x), c1 = engine::halfBlockLast(x, cols);
+            const int excluded = prefix[c1 + 1] - prefix[c0];
             const int total = (r1 - r0 + 1) * (c1 - c0 + 1);
             out[x] = engine::halfSizeMarked(excluded, total) ? 1 : 0;
             black += excluded == total;
@@ -80,13 +83,10 @@ ErasePyramidOutlook eraseOutlook(const unsigned char *hole, const unsigned char 
 {
     // The engine's buildErasePyramid, step by step, on the masks alone.
     ErasePyramidOutlook outlook;
-    Level holeLevel{rows, cols, std::vector<unsigned char>(hole, hole + size_t(rows) * cols)};
-    Level donorLevel;
+    const size_t size = size_t(std::max(rows, 0)) * std::max(cols, 0);
+    outlook.holePixels.push_back(countMarks(hole, size));
     if (donor)
-        donorLevel = Level{rows, cols, std::vector<unsigned char>(donor, donor + size_t(rows) * cols)};
-    outlook.holePixels.push_back(countMarks(holeLevel.marks));
-    if (donor)
-        outlook.donorPixels.push_back(countMarks(donorLevel.marks));
+        outlook.donorPixels.push_back(countMarks(donor, size));
     // Level 0 is the photo itself: its hole pixels are the placeholders
     // when no level is built.
     outlook.coarsestPlaceholders = outlook.holePixels.back();
@@ -94,6 +94,10 @@ ErasePyramidOutlook eraseOutlook(const unsigned char *hole, const unsigned char 
         outlook.stop = ErasePyramidOutlook::Stop::SizeLimit;
         return outlook;
     }
+    // Level 0 is read where it lies; the levels above are built here.
+    Level holeLevel, donorLevel;
+    const unsigned char *holeMarks = hole, *donorMarks = donor;
+    int levelRows = rows, levelCols = cols;
     for (;;) {
         if (outlook.holePixels.back() == 0) {
             outlook.stop = ErasePyramidOutlook::Stop::HoleGone;
@@ -105,13 +109,17 @@ ErasePyramidOutlook eraseOutlook(const unsigned char *hole, const unsigned char 
             return outlook;
         }
         ++outlook.levels;
-        holeLevel = halve(holeLevel, &outlook.coarsestPlaceholders);
-        outlook.holePixels.push_back(countMarks(holeLevel.marks));
+        holeLevel = halve(holeMarks, levelRows, levelCols, &outlook.coarsestPlaceholders);
+        outlook.holePixels.push_back(countMarks(holeLevel.marks.data(), holeLevel.marks.size()));
         if (donor) {
-            donorLevel = halve(donorLevel, nullptr);
-            outlook.donorPixels.push_back(countMarks(donorLevel.marks));
+            donorLevel = halve(donorMarks, levelRows, levelCols, nullptr);
+            outlook.donorPixels.push_back(countMarks(donorLevel.marks.data(), donorLevel.marks.size()));
+            donorMarks = donorLevel.marks.data();
         }
-        if (engine::pyramidSizeStop(holeLevel.rows, holeLevel.cols)) {
+        holeMarks = holeLevel.marks.data();
+        levelRows = holeLevel.rows;
+        levelCols = holeLevel.cols;
+        if (engine::pyramidSizeStop(levelRows, levelCols)) {
             outlook.stop = ErasePyramidOutlook::Stop::SizeLimit;
             return outlook;
         }

@@ -302,6 +302,38 @@ TEST(FillCheck, DonorNearlyCoveredByTheMaskBoundary)
 
 // --- The rule against the engine --------------------------------------------
 
+TEST(FillCheck, StampMatchesThePlainDisc)
+{
+    // The stamp is computed row by row from distances; it must set exactly
+    // the bytes of the disc stamped around every selected pixel.
+    std::mt19937 rng(3);
+    for (int run = 0; run < 200; ++run) {
+        const int rows = 1 + int(rng() % 30), cols = 1 + int(rng() % 30), radius = int(rng() % 5);
+        const int channel = 1 + int(rng() % 2);
+        cv::Mat selection(rows, cols, CV_8UC4, cv::Scalar::all(0));
+        const int density = 1 + int(rng() % 20);
+        for (int y = 0; y < rows; ++y)
+            for (int x = 0; x < cols; ++x)
+                if (int(rng() % 100) < density)
+                    selection.at<cv::Vec4b>(y, x)[channel] = uchar(rng() % 2 ? 255 : 254 + rng() % 2);
+        std::vector<unsigned char> plain(size_t(rows) * cols, 0), fast(size_t(rows) * cols, 0);
+        bool any = false;
+        for (int y = 0; y < rows; ++y)
+            for (int x = 0; x < cols; ++x) {
+                if (selection.at<cv::Vec4b>(y, x)[channel] <= 254)
+                    continue;
+                any = true;
+                for (int dy = -radius; dy <= radius; ++dy)
+                    for (int dx = -radius; dx <= radius; ++dx)
+                        if (y + dy >= 0 && y + dy < rows && x + dx >= 0 && x + dx < cols
+                            && dx * dx + dy * dy < radius * radius)
+                            plain[size_t(y + dy) * cols + x + dx] = 1;
+            }
+        EXPECT_EQ(engine::stampSelectionMap(selection, channel, radius, fast.data()), any);
+        ASSERT_EQ(plain, fast) << rows << "x" << cols << " radius " << radius;
+    }
+}
+
 TEST(FillCheck, OutlookFollowsTheEnginesPyramid)
 {
     // The masks the check follows are the ones the engine builds, level by
