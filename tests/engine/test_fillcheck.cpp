@@ -2,13 +2,12 @@
 // job is refused with its reason; the job just on the other side is run
 // through the real job thread and its hole must come out filled.
 //
-// Test photos have no dark pixel (every channel at least kFloor), so a hole
-// pixel with any channel under kFloor after the job carries the engine's
-// black placeholder, whole or blended. In donor erases the engine keeps the
+// Test photos have no dark pixel (holecheck.h). In donor erases the engine keeps the
 // hole's own colours until it fills them, so there the object to erase is
 // painted black first.
 
 #include "fillcheck.h"
+#include "holecheck.h"
 #include "levelrules.h"
 #include "threadfromqthread.h"
 
@@ -20,7 +19,7 @@
 
 namespace {
 
-constexpr int kFloor = 20;
+using holecheck::kFloor;
 const cv::Scalar kRed(0, 0, 255, 128);
 const cv::Scalar kGreen(0, 255, 0, 128);
 
@@ -45,34 +44,18 @@ cv::Mat layer(cv::Size size, const cv::Rect &r = cv::Rect(), const cv::Scalar &c
     return m;
 }
 
-// The pixels the engine is asked to fill: the red selection as stamped.
-cv::Mat holeOf(const cv::Mat &red)
-{
-    cv::Mat hole(red.size(), CV_8UC1, cv::Scalar(0));
-    engine::stampSelectionMap(red, 2, 2, hole.data);
-    return hole;
-}
-
 // Runs the erase through the job thread as the window does and returns the
 // number of hole pixels left dark (any channel under kFloor).
 int darkHolePixelsAfterJob(cv::Mat image, const cv::Mat &red, const cv::Mat &green, bool useDonor)
 {
-    const cv::Mat hole = holeOf(red);
+    const cv::Mat hole = holecheck::holeOf(red);
     if (useDonor)
         image.setTo(cv::Scalar::all(0), hole);
     ThreadFromQThread thread;
     thread.setEraseJob(image, image, red, green, useDonor, 1);
     thread.run();
     EXPECT_FALSE(thread.failed()) << thread.failure().toStdString();
-    int dark = 0;
-    for (int y = 0; y < image.rows; ++y)
-        for (int x = 0; x < image.cols; ++x) {
-            if (!hole.at<uchar>(y, x))
-                continue;
-            const cv::Vec3b p = image.at<cv::Vec3b>(y, x);
-            dark += p[0] < kFloor || p[1] < kFloor || p[2] < kFloor;
-        }
-    return dark;
+    return holecheck::darkPixels(image, hole);
 }
 
 // The refusal of a plain erase of `selection` in a photo of rows x cols.

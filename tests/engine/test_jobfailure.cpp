@@ -151,24 +151,6 @@ void limitedHeadroom()
 
 // --- Failures caught at the job ------------------------------------------------
 
-TEST(JobFailure, OpenCvErrorIsRecordedAndTheDestinationKept)
-{
-    ThreadFromQThread thread;
-    cv::Mat destination(30, 30, CV_8UC3, cv::Scalar(40, 40, 40));
-    const cv::Mat before = destination.clone();
-    thread.setSeamlessJob(cv::Mat(20, 20, CV_8UC3, cv::Scalar::all(9)), destination, cv::Point(-100, 500),
-                          cv::Mat(20, 20, CV_8UC1, cv::Scalar(255)));
-    thread.setJobType(3);
-    int finished = 0;
-    QObject::connect(&thread, &ThreadFromQThread::finished_thread, [&] { ++finished; });
-    thread.run();
-    EXPECT_EQ(finished, 1);
-    EXPECT_TRUE(thread.failed());
-    EXPECT_EQ(thread.failure().left(13), "OpenCV error:");
-    EXPECT_EQ(thread.failure().count('\n'), 0);
-    EXPECT_EQ(cv::norm(destination, before, cv::NORM_INF), 0.0);
-}
-
 TEST(JobFailure, AnyExceptionFailsTheJobAndRestoresTheCrop)
 {
     // A receiver of the progress that throws, connected directly, stands

@@ -219,6 +219,10 @@ TEST(Job, SeamlessPasteOffTheImageDoesNotCrash)
     thread.run();
     EXPECT_EQ(finished, 1);
     EXPECT_EQ(cv::norm(destination, before, cv::NORM_INF), 0.0);
+    // The OpenCV error is caught at the job and recorded, in one line.
+    EXPECT_TRUE(thread.failed());
+    EXPECT_EQ(thread.failure().left(13), "OpenCV error:");
+    EXPECT_EQ(thread.failure().count('\n'), 0);
 }
 
 TEST(Job, CloneJobSettlesTheMovedPiece)

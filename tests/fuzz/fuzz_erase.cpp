@@ -4,16 +4,14 @@
 // job on its thread. Every run must end either with a reason or with a hole
 // free of black; none may crash, fail or hang.
 //
-// The photos have no dark pixel (every channel at least kFloor), so a hole
-// pixel with a channel under kFloor carries the engine's black placeholder.
-// In donor erases the engine keeps the hole's colours until it fills them,
+// The photos have no dark pixel (holecheck.h). In donor erases the engine keeps the hole's colours until it fills them,
 // so there the object is painted black before the job.
 //
 // MERVANE_FUZZ_RUNS and MERVANE_FUZZ_SEED override the count and the seed.
 
 #include "fillcheck.h"
+#include "holecheck.h"
 #include "jobmemory.h"
-#include "levelrules.h"
 #include "threadfromqthread.h"
 #include "workbox.h"
 
@@ -26,7 +24,7 @@
 
 namespace {
 
-constexpr int kFloor = 20;
+using holecheck::kFloor;
 constexpr int kMaxSide = 64;
 const cv::Scalar kRed(0, 0, 255, 128);
 const cv::Scalar kGreen(0, 255, 0, 128);
@@ -186,8 +184,7 @@ TEST(Fuzz, EveryEraseIsRefusedWithAReasonOrFilled)
             continue;
         }
 
-        cv::Mat hole(view.size(), CV_8UC1, cv::Scalar(0));
-        engine::stampSelectionMap(red, 2, 2, hole.data);
+        const cv::Mat hole = holecheck::holeOf(red);
         ASSERT_GT(cv::countNonZero(hole), 0) << "accepted without a hole";
         if (c.useDonor)
             view.setTo(cv::Scalar::all(0), hole);
@@ -198,15 +195,7 @@ TEST(Fuzz, EveryEraseIsRefusedWithAReasonOrFilled)
         ASSERT_TRUE(thread.wait(60000)) << "the job hangs";
         ASSERT_FALSE(thread.failed()) << thread.failure().toStdString();
 
-        int dark = 0;
-        for (int y = 0; y < view.rows; ++y)
-            for (int x = 0; x < view.cols; ++x) {
-                if (!hole.at<uchar>(y, x))
-                    continue;
-                const cv::Vec3b p = view.at<cv::Vec3b>(y, x);
-                dark += p[0] < kFloor || p[1] < kFloor || p[2] < kFloor;
-            }
-        EXPECT_EQ(dark, 0) << "hole left dark";
+        EXPECT_EQ(holecheck::darkPixels(view, hole), 0) << "hole left dark";
         ++filled;
     }
     // Both outcomes must be common, or the pass proves little.
