@@ -120,18 +120,18 @@ bool engine::stampSelectionMap(const cv::Mat &selection, int channel, int radius
     bool stamped = false;
     for (int y = 0; y < rows; ++y) {
         const uchar *row = selection.ptr<uchar>(y);
-        bool any = false;
-        int last = -kFar;
-        for (int x = 0; x < cols; ++x) {
-            if (row[x * cn + channel] > 254) {
-                last = x;
-                any = true;
-            }
-            left[x] = x - last;
-        }
-        if (!any)
+        int first = 0;
+        while (first < cols && row[first * cn + channel] <= 254)
+            ++first;
+        if (first == cols)
             continue;
         stamped = true;
+        int last = -kFar;
+        for (int x = 0; x < cols; ++x) {
+            if (x >= first && row[x * cn + channel] > 254)
+                last = x;
+            left[x] = x - last;
+        }
         last = 2 * kFar;
         for (int x = cols - 1; x >= 0; --x) {
             if (left[x] == 0)
