@@ -10,10 +10,6 @@
 
 namespace {
 
-// Stamp radius of the job driver (MyPatchMatch::m_dilateRadius, never
-// changed); the job driver's growth step has radius 0 and adds nothing.
-constexpr int kStampRadius = 2;
-
 struct Level
 {
     int rows = 0;
@@ -148,7 +144,7 @@ std::string eraseRefusal(const cv::Mat &image, const cv::Mat &red, const cv::Mat
 
     const size_t size = size_t(rows) * cols;
     std::vector<unsigned char> hole(size, 0);
-    if (!engine::stampSelectionMap(red, 2, kStampRadius, hole.data()))
+    if (!engine::stampSelectionMap(red, 2, engine::kStampRadius, hole.data()))
         return "nothing to erase: the mask is empty";
     if (rows < kMinimumEraseSide || cols < kMinimumEraseSide)
         return "the photo is too small to erase from: " + sizeText(cols, rows) + ", at least "
@@ -160,7 +156,7 @@ std::string eraseRefusal(const cv::Mat &image, const cv::Mat &red, const cv::Mat
         // The job driver's split: green that the stamped red covers belongs
         // to the hole only.
         donor.assign(size, 0);
-        if (!engine::stampSelectionMap(green, 1, kStampRadius, donor.data()))
+        if (!engine::stampSelectionMap(green, 1, engine::kStampRadius, donor.data()))
             return "nothing to fill from: the donor area is empty";
         bool donorLeft = false;
         for (size_t i = 0; i < size; ++i) {

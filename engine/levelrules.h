@@ -9,6 +9,11 @@
 
 namespace engine {
 
+// Radius of the disc the job driver stamps every selected pixel with
+// (MyPatchMatch::m_dilateRadius); with the strict test below, radius 2 is
+// the 3 x 3 square. The job driver's growth step after it has radius 0.
+constexpr int kStampRadius = 2;
+
 // A pixel of the half-size level stays marked when more than three quarters
 // of the pixels of its 6 x 6 block that lie inside the image are marked.
 inline bool halfSizeMarked(int excluded, int total)

@@ -4,6 +4,8 @@
 #include <QObject>
 #include <opencv2/core.hpp>
 
+#include "levelrules.h"
+
 #include <atomic>
 #include <cstdint>
 
@@ -127,7 +129,7 @@ public:
     unsigned char *m_cloneMap = nullptr;
     cv::Mat m_donorLevelMask;
     double *m_similarity = nullptr;
-    int32_t m_dilateRadius = 2;
+    int32_t m_dilateRadius = engine::kStampRadius;
     int32_t m_patchRadius = 2;
     int32_t m_donorBoxRowMax = 0;
     int32_t m_donorBoxRowMin = 0;

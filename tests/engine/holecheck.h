@@ -20,7 +20,7 @@ constexpr int kFloor = 20;
 inline cv::Mat holeOf(const cv::Mat &red)
 {
     cv::Mat hole(red.size(), CV_8UC1, cv::Scalar(0));
-    engine::stampSelectionMap(red, 2, 2, hole.data);
+    engine::stampSelectionMap(red, 2, engine::kStampRadius, hole.data);
     return hole;
 }
 
