@@ -52,6 +52,7 @@ public:
     // failed. A failed job's result must not be committed.
     bool failed() const { return m_failed; }
     QString failure() const { return m_failure; }
+
     // The body of one job: stamps the selections into byte maps and calls
     // the driver that the job type asks for.
     void runJob();
