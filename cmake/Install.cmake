@@ -78,16 +78,17 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_VENDOR "Mervane developers")
 set(CPACK_PACKAGE_CONTACT "Mervane developers <support@mervane.app>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "photo editor that erases unwanted objects")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"photo editor that erases unwanted objects
- Mervane takes unwanted objects out of photographs: paint a red mask over
- what must go, optionally a green area to take the fill from, and press
- Erase; a multi-scale patch-match engine fills the hole from the photo
- itself. It also has a sampling stamp, a smart clone tool, per-photo undo
- with a history list, before/after, zoom, saving and printing.
- .
- The package also holds mervane-erase, the same eraser on the command line
- for scripts and batches.")
+# The summary is the package's first line; CPack indents the rest and marks
+# the empty line as a paragraph break.
+set(CPACK_PACKAGE_DESCRIPTION
+"Mervane takes unwanted objects out of photographs: paint a red mask over
+what must go, optionally a green area to take the fill from, and press
+Erase; a multi-scale patch-match engine fills the hole from the photo
+itself. It also has a sampling stamp, a smart clone tool, per-photo undo
+with a history list, before/after, zoom, saving and printing.
+
+The package also holds mervane-erase, the same eraser on the command line,
+for scripts and batches of photos.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
