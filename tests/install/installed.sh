@@ -50,17 +50,15 @@ inst_check_answers()
 
 # inst_start_with_photo <root> <folder> <relative photo>: starts the
 # installed program from <folder> with the photo's relative path, as a
-# file manager or a shell would, and waits for the window. Sets WID, WX,
-# WY, WW, WH like e2e_start.
+# file manager or a shell would, and waits for the window (e2e_start, on a
+# small launcher that changes into the folder). Sets WID, WX, WY, WW, WH.
 inst_start_with_photo()
 {
-    (cd "$2" && exec "$1/usr/bin/mervane" "$3") > "$E2E_DIR/mervane.log" 2>&1 &
-    E2E_PID=$!
-    WID=$(e2e_wait_window '^Mervane$' 30) || e2e_fail "the installed program showed no window"
-    E2E_GEOMETRY=
-    e2e_wait 10 e2e_geometry_settled "$WID" || e2e_fail "the window kept moving"
-    eval "$(xdotool getwindowgeometry --shell "$WID")"
-    WX=$X; WY=$Y; WW=$WIDTH; WH=$HEIGHT
+    mkdir -p "$E2E_DIR/launch"
+    printf '#!/bin/sh\ncd "%s" && exec "%s" "%s"\n' "$2" "$1/usr/bin/mervane" "$3" > "$E2E_DIR/launch/start"
+    chmod +x "$E2E_DIR/launch/start"
+    E2E_BIN=$E2E_DIR/launch/start
+    e2e_start
 }
 
 # inst_shows_photo <checker> <photo>: the window shows the photo, fitted and
