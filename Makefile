@@ -4,7 +4,7 @@ BUILD      ?= build
 JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
 
-.PHONY: all setup build run test test-main test-asan test-tsan bench clean
+.PHONY: all setup build run test test-main test-asan test-tsan bench package install clean
 
 all: build
 
@@ -38,6 +38,15 @@ test-tsan: setup
 	cmake --build build-tsan -j $(JOBS)
 	cd build-tsan && TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/scripts/tsan.supp" \
 	      ctest --output-on-failure -j $(JOBS) -L tsan
+
+# make package: build/package/mervane_<version>_amd64.deb (see README).
+package: build
+	cmake --build $(BUILD) --target package
+
+# make install [DESTDIR=...] [PREFIX=/usr/local]
+PREFIX ?= /usr/local
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 bench: build
 	cd $(BUILD) && ./bench/mervane-bench

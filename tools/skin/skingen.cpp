@@ -8,6 +8,7 @@
 // dialogs/skin.cpp; moving a cell here means moving it there too.
 
 #include <QDir>
+#include <QFile>
 #include <QFont>
 #include <QGuiApplication>
 #include <QImage>
@@ -904,6 +905,23 @@ QImage stripLeft()
     return img;
 }
 
+// The program's icon on a 32 x 32 design grid: an amber tile with white
+// hills and a dashed selection ring, the skin's accent and its selection
+// look. appIcon paints it; appIconSvg writes the same figures as SVG for the
+// desktop's scalable icon.
+namespace icon {
+const QColor kTop(0xf7, 0xb0, 0x2e);
+const QColor kBottom(0xe0, 0x8a, 0x04);
+const QRectF kTile(1, 1, 30, 30);
+const qreal kTileRadius = 7;
+const QPointF kHills[] = {{5, 25}, {12, 16}, {17, 21}, {20, 18}, {27, 25}};
+const int kHillsAlpha = 235;
+const QPointF kRingCentre(21.5, 10);
+const qreal kRingRadius = 4.5;
+const qreal kRingWidth = 1.5;
+const qreal kDash = 1.6, kGap = 1.2; // in pen widths, as QPen counts them
+} // namespace icon
+
 QImage appIcon(int n)
 {
     QImage img = newImage(n, n);
@@ -911,25 +929,63 @@ QImage appIcon(int n)
     p.setRenderHint(QPainter::Antialiasing);
     p.scale(n / 32.0, n / 32.0);
     QLinearGradient g(0, 0, 0, 32);
-    g.setColorAt(0, QColor(0xf7, 0xb0, 0x2e));
-    g.setColorAt(1, QColor(0xe0, 0x8a, 0x04));
+    g.setColorAt(0, icon::kTop);
+    g.setColorAt(1, icon::kBottom);
     p.setPen(Qt::NoPen);
     p.setBrush(g);
-    p.drawRoundedRect(QRectF(1, 1, 30, 30), 7, 7);
+    p.drawRoundedRect(icon::kTile, icon::kTileRadius, icon::kTileRadius);
     QPainterPath hills;
-    hills.moveTo(5, 25);
-    hills.lineTo(12, 16);
-    hills.lineTo(17, 21);
-    hills.lineTo(20, 18);
-    hills.lineTo(27, 25);
+    hills.moveTo(icon::kHills[0]);
+    for (const QPointF &pt : icon::kHills)
+        hills.lineTo(pt);
     hills.closeSubpath();
-    fillPath(p, hills, QColor(255, 255, 255, 235));
-    p.setPen(QPen(Qt::white, 1.6, Qt::CustomDashLine));
-    QPen dp(Qt::white, 1.5, Qt::CustomDashLine, Qt::FlatCap);
-    dp.setDashPattern({1.6, 1.2});
+    fillPath(p, hills, QColor(255, 255, 255, icon::kHillsAlpha));
+    QPen dp(Qt::white, icon::kRingWidth, Qt::CustomDashLine, Qt::FlatCap);
+    dp.setDashPattern({icon::kDash, icon::kGap});
     p.setPen(dp);
-    p.drawEllipse(QPointF(21.5, 10), 4.5, 4.5);
+    p.drawEllipse(icon::kRingCentre, icon::kRingRadius, icon::kRingRadius);
     return img;
+}
+
+QByteArray appIconSvg()
+{
+    using namespace icon;
+    QString hills;
+    for (const QPointF &pt : kHills)
+        hills += QString("%1%2,%3").arg(hills.isEmpty() ? "M" : " L").arg(pt.x()).arg(pt.y());
+    QString svg;
+    svg += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    svg += "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"32\" height=\"32\" viewBox=\"0 0 32 32\">\n";
+    svg += QString("  <defs><linearGradient id=\"tile\" x1=\"0\" y1=\"0\" x2=\"0\" y2=\"32\" "
+                   "gradientUnits=\"userSpaceOnUse\"><stop offset=\"0\" stop-color=\"%1\"/>"
+                   "<stop offset=\"1\" stop-color=\"%2\"/></linearGradient></defs>\n")
+               .arg(kTop.name(), kBottom.name());
+    svg += QString("  <rect x=\"%1\" y=\"%2\" width=\"%3\" height=\"%4\" rx=\"%5\" fill=\"url(#tile)\"/>\n")
+               .arg(kTile.x()).arg(kTile.y()).arg(kTile.width()).arg(kTile.height()).arg(kTileRadius);
+    svg += QString("  <path d=\"%1 Z\" fill=\"#ffffff\" fill-opacity=\"%2\"/>\n")
+               .arg(hills).arg(kHillsAlpha / 255.0, 0, 'f', 3);
+    svg += QString("  <circle cx=\"%1\" cy=\"%2\" r=\"%3\" fill=\"none\" stroke=\"#ffffff\" stroke-width=\"%4\" "
+                   "stroke-dasharray=\"%5 %6\"/>\n")
+               .arg(kRingCentre.x()).arg(kRingCentre.y()).arg(kRingRadius).arg(kRingWidth)
+               .arg(kDash * kRingWidth).arg(kGap * kRingWidth);
+    svg += "</svg>\n";
+    return svg.toUtf8();
+}
+
+// The desktop's icon theme folders: PNG sizes and the scalable SVG.
+bool writeDesktopIcons(const QDir &root)
+{
+    const QString name = "app.mervane.Mervane";
+    bool ok = true;
+    for (int n : {16, 22, 24, 32, 48, 64, 128, 256, 512}) {
+        const QString dir = QString("icons/hicolor/%1x%1/apps").arg(n);
+        root.mkpath(dir);
+        ok &= save(appIcon(n), root.filePath(dir + "/" + name + ".png"));
+    }
+    root.mkpath("icons/hicolor/scalable/apps");
+    QFile svg(root.filePath("icons/hicolor/scalable/apps/" + name + ".svg"));
+    ok &= svg.open(QIODevice::WriteOnly | QIODevice::Truncate) && svg.write(appIconSvg()) > 0;
+    return ok;
 }
 
 QImage dot()
@@ -985,6 +1041,7 @@ int main(int argc, char **argv)
     ok &= save(stripTop(), im + "top20181.png");
     ok &= save(stripLeft(), im + "left20183.png");
     ok &= save(appIcon(32), im + "32.png");
+    ok &= writeDesktopIcons(root);
     ok &= save(dot(), im + "circle.png");
     ok &= save(chequer(QColor(0xff, 0xff, 0xff), QColor(0xcc, 0xcc, 0xcc), 8), im + "backg.png");
 
