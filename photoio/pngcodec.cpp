@@ -154,13 +154,16 @@ Encoded encodePng(const cv::Mat &image, const EncodeOptions &options)
         return result;
     }
     png_set_write_fn(png, &result.bytes, writeToMemory, flushMemory);
+    // OpenCV's choice: a level asked for is used with zlib's default
+    // strategy; without one, the fastest level, the SUB filter and RLE.
     if (options.pngCompression >= 0) {
         png_set_compression_level(png, std::min(options.pngCompression, 9));
+        png_set_compression_strategy(png, Z_DEFAULT_STRATEGY);
     } else {
         png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
         png_set_compression_level(png, Z_BEST_SPEED);
+        png_set_compression_strategy(png, Z_RLE);
     }
-    png_set_compression_strategy(png, Z_RLE);
     png_set_IHDR(png, info, png_uint_32(image.cols), png_uint_32(image.rows),
                  image.depth() == CV_8U ? 8 : 16,
                  channels == 1 ? PNG_COLOR_TYPE_GRAY : channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGBA,

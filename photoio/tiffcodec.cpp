@@ -182,7 +182,7 @@ Encoded encodeTiff(const cv::Mat &image)
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
     TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
     if (channels == 4) {
-        const uint16_t alpha = EXTRASAMPLE_UNASSALPHA;
+        const uint16_t alpha = EXTRASAMPLE_ASSOCALPHA; // as OpenCV writes it
         TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &alpha);
     }
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tiff, 0));
