@@ -48,6 +48,8 @@ Problem erasePhoto(const EraseItem &item, ProgressDisplay &display, bool quiet)
         display.note(item.name + ": " + job.narrowed);
     if (Problem p = runJob(item, job, [&](int percent) { display.update(percent); }))
         return p;
+    if (Problem p = checkResult(item, job))
+        return p;
     if (Problem p = writeResult(item, job))
         return p;
     display.endPhoto();

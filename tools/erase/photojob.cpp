@@ -151,6 +151,27 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
     return {};
 }
 
+Problem checkResult(const EraseItem &, const PreparedJob &job)
+{
+    // The engine's hole is the mask grown by its 3 x 3 stamp.
+    cv::Mat hole;
+    cv::extractChannel(job.red(job.crop), hole, 3);
+    cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+    const cv::Mat result = job.photo(job.crop);
+    bool blackInHole = false, blackAround = false;
+    for (int y = 0; y < result.rows && !(blackInHole && blackAround); ++y) {
+        const cv::Vec3b *p = result.ptr<cv::Vec3b>(y);
+        const uchar *h = hole.ptr<uchar>(y);
+        for (int x = 0; x < result.cols; ++x) {
+            const bool black = p[x][0] == 0 && p[x][1] == 0 && p[x][2] == 0;
+            (h[x] ? blackInHole : blackAround) |= black;
+        }
+    }
+    if (blackInHole && !blackAround)
+        return failed("the erase left the hole unfilled (nothing around it to fill from): nothing written");
+    return {};
+}
+
 Problem writeResult(const EraseItem &item, const PreparedJob &job)
 {
     const photoio::Encoded encoded = photoio::encode(job.photo, toLocal(QFileInfo(item.output).suffix()));

@@ -43,6 +43,9 @@ Problem checkEncoder(const EraseItem &item, const PreparedJob &job);
 Problem refuseBeforeJob(const EraseItem &item, const PreparedJob &job);
 // Runs the erase on this thread; `progress` gets percentages.
 Problem runJob(const EraseItem &item, PreparedJob &job, const std::function<void(int)> &progress);
+// The last guard before writing: a hole left black (the engine found nothing
+// to copy) where the photo around it has no black pixel is a failed job.
+Problem checkResult(const EraseItem &item, const PreparedJob &job);
 // Encodes and writes the result through the checked write.
 Problem writeResult(const EraseItem &item, const PreparedJob &job);
 
