@@ -3,6 +3,7 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <cstdio>
 
@@ -117,7 +118,10 @@ ParseOutcome parseArguments(const QStringList &arguments, EraseRequest &request,
     if (!parser.parse(arguments))
         return fail(message, parser.errorText());
     if (parser.isSet("help")) {
-        std::fputs(qPrintable(parser.helpText()), stdout);
+        // The usage line names the program, not the path it was started by.
+        QString help = parser.helpText();
+        help.replace(QRegularExpression("^Usage: \\S+"), "Usage: mervane-erase");
+        std::fputs(qPrintable(help), stdout);
         return ParseOutcome::Exit;
     }
     if (parser.isSet("version")) {

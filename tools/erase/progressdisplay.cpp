@@ -86,7 +86,7 @@ void ProgressDisplay::error(const QString &message)
     }
     std::fprintf(stderr, "mervane-erase: %s\n", qPrintable(message));
     std::fflush(stderr);
-    if (m_barShown)
+    if (m_barShown && m_percent >= 0)
         draw();
 }
 
