@@ -21,6 +21,7 @@
 #include <opencv2/core/utils/logger.hpp>
 
 #include <cstdio>
+#include <new>
 
 namespace {
 
@@ -33,7 +34,7 @@ void toolMessages(QtMsgType type, const QMessageLogContext &, const QString &mes
 }
 
 // Checks, loads, erases and writes one photo.
-Problem erasePhoto(const EraseItem &item, ProgressDisplay &display, bool quiet)
+Problem erasePhotoSteps(const EraseItem &item, ProgressDisplay &display, bool quiet)
 {
     PreparedJob job;
     if (Problem p = checkTarget(item))
@@ -54,6 +55,18 @@ Problem erasePhoto(const EraseItem &item, ProgressDisplay &display, bool quiet)
         return p;
     display.endPhoto();
     return {};
+}
+
+// Memory can run out at any step; the photo then fails and nothing of it is
+// written.
+Problem erasePhoto(const EraseItem &item, ProgressDisplay &display, bool quiet)
+{
+    try {
+        return erasePhotoSteps(item, display, quiet);
+    } catch (const std::bad_alloc &) {
+    } catch (const cv::Exception &) {
+    }
+    return {ExitCode::Failed, "not enough memory for this photo: nothing written"};
 }
 
 // The whole batch must be possible before the first photo is touched.

@@ -413,7 +413,12 @@ TEST_F(Cli, OpenMPStartsPassiveWithoutARestart)
     env.insert("SHLVL", "1");
     env.insert("OMP_DISPLAY_ENV", "verbose");
     const ToolRun r = runTool({"--version"}, env);
-    EXPECT_TRUE(r.err.contains("GOMP_SPINCOUNT = '0'")) << r.err.toStdString();
+    // libgomp shows the spin count it derived (0 when passive); another
+    // OpenMP runtime at least shows the policy.
+    if (r.err.contains("GOMP_SPINCOUNT"))
+        EXPECT_TRUE(r.err.contains("GOMP_SPINCOUNT = '0'")) << r.err.toStdString();
+    else
+        EXPECT_TRUE(r.err.contains("PASSIVE")) << r.err.toStdString();
     // The borrowed variable is back in place for the program.
     EXPECT_EQ(r.status, Done);
     env.insert("OMP_WAIT_POLICY", "ACTIVE");
