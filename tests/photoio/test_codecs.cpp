@@ -467,3 +467,32 @@ TEST_F(Codecs, EncoderAvailabilityIsCheckedUpFront)
     EXPECT_FALSE(photoio::encode(photo, "exr").ok());
     EXPECT_FALSE(photoio::encode(cv::Mat(), "png").ok());
 }
+
+TEST_F(Codecs, CorruptBytesNeverCrash)
+{
+    // Random damage to files of every common format: each decode ends with
+    // pixels of a sane size or an error, and a damaged flag never comes with
+    // an empty reason.
+    cv::RNG rng(1213);
+    const char *exts[] = {".jpg", ".png", ".tif", ".webp"};
+    for (int run = 0; run < 400; ++run) {
+        const cv::Mat &photo = s_photos[size_t(run) % s_photos.size()];
+        std::vector<uint8_t> bytes = cvEncode(exts[run % 4], photo(cv::Rect(0, 0, std::min(photo.cols, 40),
+                                                                             std::min(photo.rows, 30))));
+        const int flips = 1 + rng.uniform(0, 8);
+        for (int k = 0; k < flips; ++k)
+            bytes[size_t(rng.uniform(0, int(bytes.size())))] = uint8_t(rng.uniform(0, 256));
+        if (run % 3 == 0)
+            bytes.resize(size_t(rng.uniform(0, int(bytes.size()))));
+        const photoio::Decoded d = photoio::decodeBytes(bytes);
+        SCOPED_TRACE(run);
+        if (d.readable()) {
+            EXPECT_EQ(d.pixels.type(), CV_8UC3);
+            EXPECT_LE(d.pixels.total(), size_t(1) << 28);
+        } else {
+            EXPECT_FALSE(d.error.empty());
+        }
+        if (d.report.damaged)
+            EXPECT_FALSE(d.report.damage.empty());
+    }
+}
