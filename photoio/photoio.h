@@ -109,7 +109,8 @@ std::string checkTarget(const std::string &path);
 // renamed over `path`. On any failure the temporary is removed, `path` is as
 // it was, and the reason is returned; on success the result is empty.
 // While a temporary exists, SIGINT and SIGTERM remove it before the process
-// ends (see installWriteSignalGuard()).
+// ends (see installWriteSignalGuard(); the guard follows one write at a time,
+// the latest started).
 std::string writeFileChecked(const std::string &path, const std::vector<uint8_t> &bytes);
 
 // Makes SIGINT and SIGTERM remove the temporary of a write in progress and
