@@ -1,212 +1,155 @@
-// mervane-erase PHOTO MASK OUTPUT [--donor DONOR] [--quiet]
+// mervane-erase: the command-line eraser, on the same job path as the
+// window's Erase command. `mervane-erase --help` says how to call it and
+// what its exit codes mean.
 //
-// Erases from PHOTO every pixel that is not black in MASK, filling it from the
-// photo itself, and writes OUTPUT. DONOR, if given, marks (non-black) where
-// the fill may come from. The crop, the job and the progress are those of
-// the window's Erase command.
+// The steps of a run: parse the command line; for each photo check the
+// target, load and check the inputs, refuse what the engine cannot fill,
+// run the job and write the result. A photo that fails at any step leaves
+// no file behind; in a batch the others go on.
 
-#include "progress.h"
-#include "threadfromqthread.h"
+#include "arguments.h"
+#include "photojob.h"
+#include "progressdisplay.h"
+
+#include "photoio.h"
 #include "waitpolicy.h"
-#include "workbox.h"
 
 #include <QCoreApplication>
-#include <QFile>
-#include <QFileInfo>
 #include <QDir>
-#include <QString>
+#include <QFileInfo>
+#include <QSet>
 #include <opencv2/core/utils/logger.hpp>
-#include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include <cstdio>
-#include <cstdlib>
-#include <string>
+#include <new>
 
 namespace {
 
-constexpr int kMaxSide = 65535;
-
-int fail(const std::string &message)
-{
-    std::fprintf(stderr, "mervane-erase: %s\n", message.c_str());
-    return 1;
-}
-
-void usage()
-{
-    std::fprintf(stderr, "usage: mervane-erase PHOTO MASK OUTPUT [--donor DONOR] [--quiet]\n");
-}
-
 // Developer log lines of the engine stay out of the tool's output.
-void quietHandler(QtMsgType type, const QMessageLogContext &, const QString &message)
+void toolMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
     if (type == QtDebugMsg || type == QtInfoMsg)
         return;
-    std::fprintf(stderr, "mervane-erase: %s\n", message.toLocal8Bit().constData());
+    std::fprintf(stderr, "mervane-erase: %s\n", qPrintable(message));
 }
 
-bool readImage(const std::string &path, const char *what, cv::Mat &image, std::string &error)
+// Checks, loads, erases and writes one photo.
+Problem erasePhotoSteps(const EraseItem &item, ProgressDisplay &display, bool quiet)
+{
+    PreparedJob job;
+    if (Problem p = checkTarget(item))
+        return p;
+    if (Problem p = loadInputs(item, job))
+        return p;
+    if (Problem p = checkEncoder(item, job))
+        return p;
+    if (Problem p = refuseBeforeJob(item, job))
+        return p;
+    if (!job.narrowed.isEmpty() && !quiet)
+        display.note(item.name + ": " + job.narrowed);
+    if (Problem p = runJob(item, job, [&](int percent) { display.update(percent); }))
+        return p;
+    if (Problem p = checkResult(item, job))
+        return p;
+    if (Problem p = writeResult(item, job))
+        return p;
+    display.endPhoto();
+    return {};
+}
+
+// Memory can run out at any step; the photo then fails and nothing of it is
+// written.
+Problem erasePhoto(const EraseItem &item, ProgressDisplay &display, bool quiet)
 {
     try {
-        image = cv::imread(path, cv::IMREAD_COLOR);
+        return erasePhotoSteps(item, display, quiet);
+    } catch (const std::bad_alloc &) {
     } catch (const cv::Exception &) {
-        image.release();
     }
-    if (image.empty()) {
-        error = std::string("cannot read ") + what + " '" + path + "'";
-        return false;
-    }
-    return true;
+    return {ExitCode::Failed, "not enough memory for this photo: nothing written"};
 }
 
-// A selection layer as the window paints it: (0,0,255,128) for red,
-// (0,255,0,128) for green, wherever the given image is not black.
-cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect *box)
+// The whole batch must be possible before the first photo is touched.
+Problem checkBatchFolders(const EraseRequest &request)
 {
-    cv::Mat any;
-    cv::Mat channels[3];
-    cv::split(marks, channels);
-    any = (channels[0] > 0) | (channels[1] > 0) | (channels[2] > 0);
-    cv::Mat layer(marks.size(), CV_8UC4, cv::Scalar::all(0));
-    layer.setTo(colour, any);
-    if (box)
-        *box = cv::boundingRect(any);
-    return layer;
+    if (!QFileInfo(request.masksFolder).isDir())
+        return {ExitCode::Refused, "masks folder '" + request.masksFolder + "' does not exist"};
+    const QFileInfo output(request.outputFolder);
+    if (!output.isDir() || !output.isWritable())
+        return {ExitCode::Refused, "output folder '" + request.outputFolder + "' is not a writable folder"};
+    return {};
+}
+
+// Two photos of one batch must not write the same file.
+Problem checkDuplicate(const EraseItem &item, QSet<QString> &outputs)
+{
+    const QString output = QFileInfo(item.output).absoluteFilePath();
+    if (outputs.contains(output))
+        return {ExitCode::Refused, "another photo of this batch is written to '" + item.output + "'"};
+    outputs.insert(output);
+    return {};
+}
+
+// 0 when all were written, 4 when some were, else the first failure's code.
+ExitCode batchExitCode(int written, int total, ExitCode firstFailure)
+{
+    if (written == total)
+        return ExitCode::Done;
+    return written > 0 ? ExitCode::PartlyFailed : firstFailure;
+}
+
+ExitCode runRequest(const EraseRequest &request)
+{
+    ProgressDisplay display(ProgressDisplay::modeForStdout(request.quiet), int(request.items.size()),
+                            request.batch);
+    if (request.batch) {
+        if (Problem p = checkBatchFolders(request)) {
+            display.error(p.message);
+            return p.code;
+        }
+    }
+    QSet<QString> outputs;
+    int written = 0;
+    ExitCode firstFailure = ExitCode::Done;
+    for (size_t i = 0; i < request.items.size(); ++i) {
+        const EraseItem &item = request.items[i];
+        display.startPhoto(int(i), item.name);
+        Problem p = checkDuplicate(item, outputs);
+        if (!p)
+            p = erasePhoto(item, display, request.quiet);
+        if (p) {
+            display.error(request.batch ? item.name + ": " + p.message : p.message);
+            if (firstFailure == ExitCode::Done)
+                firstFailure = p.code;
+        } else {
+            ++written;
+        }
+    }
+    display.finish();
+    return batchExitCode(written, int(request.items.size()), firstFailure);
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    restartWithPassiveWaitPolicy(argv);
-    qInstallMessageHandler(quietHandler);
-    // One line per error on stderr: OpenCV's own warnings stay silent.
+    ensurePassiveWaitPolicy();
+    photoio::installWriteSignalGuard();
+    qInstallMessageHandler(toolMessages);
+    // One line per error: OpenCV's own warnings stay silent.
     cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
     QCoreApplication app(argc, argv);
 
-    std::string paths[3];
-    std::string donorPath;
-    bool quiet = false;
-    int positional = 0;
-    for (int i = 1; i < argc; ++i) {
-        const std::string arg = argv[i];
-        if (arg == "--quiet") {
-            quiet = true;
-        } else if (arg == "--donor") {
-            if (i + 1 >= argc) {
-                usage();
-                return fail("--donor needs a file");
-            }
-            donorPath = argv[++i];
-        } else if (arg == "-h" || arg == "--help") {
-            usage();
-            return 0;
-        } else if (arg.size() > 1 && arg[0] == '-' ) {
-            usage();
-            return fail("unknown option '" + arg + "'");
-        } else if (positional < 3) {
-            paths[positional++] = arg;
-        } else {
-            usage();
-            return fail("too many arguments");
-        }
+    EraseRequest request;
+    QString message;
+    switch (parseArguments(QCoreApplication::arguments(), request, message)) {
+    case ParseOutcome::Exit:
+        return int(ExitCode::Done);
+    case ParseOutcome::UsageError:
+        std::fprintf(stderr, "mervane-erase: %s\n", qPrintable(message));
+        return int(ExitCode::Usage);
+    case ParseOutcome::Run:
+        break;
     }
-    if (positional < 3) {
-        usage();
-        return fail("PHOTO, MASK and OUTPUT are required");
-    }
-    const std::string &photoPath = paths[0], &maskPath = paths[1], &outputPath = paths[2];
-
-    // Refuse an output we cannot write before any work is done.
-    if (!cv::haveImageWriter(outputPath))
-        return fail("cannot write '" + outputPath + "': unknown image format");
-    const QFileInfo outInfo(QString::fromLocal8Bit(outputPath.c_str()));
-    const QFileInfo outDir(outInfo.absolutePath());
-    if (!outDir.isDir() || !outDir.isWritable() || (outInfo.exists() && !outInfo.isWritable()))
-        return fail("cannot write '" + outputPath + "': not writable");
-
-    std::string error;
-    cv::Mat photo, maskImage, donorImage;
-    if (!readImage(photoPath, "photo", photo, error) || !readImage(maskPath, "mask", maskImage, error))
-        return fail(error);
-    if (photo.cols > kMaxSide || photo.rows > kMaxSide)
-        return fail("photo '" + photoPath + "' is too large (a side is over 65535 pixels)");
-    if (maskImage.size() != photo.size())
-        return fail("mask size differs from the photo's");
-    const bool useDonor = !donorPath.empty();
-    if (useDonor) {
-        if (!readImage(donorPath, "donor", donorImage, error))
-            return fail(error);
-        if (donorImage.size() != photo.size())
-            return fail("donor size differs from the photo's");
-    }
-
-    cv::Rect maskBox, donorBox;
-    cv::Mat red = selectionLayer(maskImage, cv::Scalar(0, 0, 255, 128), &maskBox);
-    if (maskBox.area() == 0)
-        return fail("mask is empty: nothing to erase");
-    cv::Mat green = useDonor ? selectionLayer(donorImage, cv::Scalar(0, 255, 0, 128), &donorBox)
-                             : cv::Mat(photo.size(), CV_8UC4, cv::Scalar::all(0));
-
-    // The work box covers all the painting, as in the window, and is grown
-    // by the window's rule.
-    cv::Rect painted = useDonor && donorBox.area() > 0 ? (maskBox | donorBox) : maskBox;
-    WorkBox box;
-    box.minX = painted.x;
-    box.minY = painted.y;
-    box.maxX = painted.x + painted.width;
-    box.maxY = painted.y + painted.height;
-    box = enlargeWorkBox(box, photo.cols, photo.rows);
-    const cv::Rect crop(cv::Point(int(box.minX), int(box.minY)),
-                        cv::Point(int(box.maxX), int(box.maxY)));
-
-    cv::Mat view = photo(crop);
-    ThreadFromQThread thread;
-    thread.setEraseJob(view, view, red(crop), green(crop), useDonor, 1);
-
-    long base = 0;
-    int shown = -1;
-    QObject::connect(&thread, &ThreadFromQThread::progressSum, &app, [&](long sum) {
-        if (base == 0)
-            base = sum;
-        const int percent = progressPercent(sum, base);
-        if (!quiet && percent != shown) {
-            std::printf("%d%%\n", percent);
-            std::fflush(stdout);
-        }
-        shown = percent;
-    });
-    QObject::connect(&thread, &ThreadFromQThread::finished_thread, &app, &QCoreApplication::quit,
-                     Qt::QueuedConnection);
-    thread.start(QThread::InheritPriority);
-    app.exec();
-    thread.wait();
-    if (!quiet) {
-        std::printf("100%%\n");
-        std::fflush(stdout);
-    }
-
-    // Write beside the output and rename, so a failed write never leaves a
-    // partial OUTPUT behind.
-    const QString finalPath = outInfo.absoluteFilePath();
-    const QString partialPath = outInfo.absolutePath() + "/." + outInfo.completeBaseName()
-                                + ".partial." + outInfo.suffix();
-    bool written = false;
-    try {
-        written = cv::imwrite(partialPath.toLocal8Bit().constData(), photo);
-    } catch (const cv::Exception &) {
-        written = false;
-    }
-    if (!written) {
-        QFile::remove(partialPath);
-        return fail("cannot write '" + outputPath + "'");
-    }
-    // rename() replaces an existing OUTPUT atomically.
-    if (std::rename(partialPath.toLocal8Bit().constData(),
-                    finalPath.toLocal8Bit().constData()) != 0) {
-        QFile::remove(partialPath);
-        return fail("cannot write '" + outputPath + "'");
-    }
-    return 0;
+    return int(runRequest(request));
 }

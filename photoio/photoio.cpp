@@ -1,0 +1,191 @@
+// Choosing a codec, describing what decoding narrowed, and encoding.
+
+#include "codecs.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace photoio {
+namespace {
+
+bool startsWith(const std::vector<uint8_t> &bytes, const char *magic, size_t length, size_t at = 0)
+{
+    return bytes.size() >= at + length && std::memcmp(bytes.data() + at, magic, length) == 0;
+}
+
+Codec codecOfBytes(const std::vector<uint8_t> &bytes)
+{
+    if (startsWith(bytes, "\xFF\xD8\xFF", 3))
+        return Codec::Jpeg;
+    if (startsWith(bytes, "\x89PNG\r\n\x1A\n", 8))
+        return Codec::Png;
+    if (startsWith(bytes, "II*\0", 4) || startsWith(bytes, "MM\0*", 4))
+        return Codec::Tiff;
+    if (startsWith(bytes, "RIFF", 4) && startsWith(bytes, "WEBP", 4, 8))
+        return Codec::Webp;
+    return Codec::Other;
+}
+
+std::string lowerSuffix(const std::string &suffix)
+{
+    std::string s = !suffix.empty() && suffix[0] == '.' ? suffix.substr(1) : suffix;
+    std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    return s;
+}
+
+// The largest side each of our encoders can write.
+int maxSide(Codec codec)
+{
+    switch (codec) {
+    case Codec::Jpeg: return 65500;
+    case Codec::Webp: return 16383;
+    default: return 1 << 30;
+    }
+}
+
+bool nativeTypeOk(Codec codec, const cv::Mat &image)
+{
+    const int channels = image.channels();
+    if (channels != 1 && channels != 3 && channels != 4)
+        return false;
+    const bool wide = codec == Codec::Png || codec == Codec::Tiff;
+    return image.depth() == CV_8U || (wide && image.depth() == CV_16U);
+}
+
+} // namespace
+
+Decoded decodeBytes(const std::vector<uint8_t> &bytes)
+{
+    if (bytes.empty()) {
+        Decoded empty;
+        empty.error = "empty file";
+        return empty;
+    }
+    try {
+        switch (codecOfBytes(bytes)) {
+        case Codec::Jpeg: return detail::decodeJpeg(bytes.data(), bytes.size());
+        case Codec::Png: return detail::decodePng(bytes.data(), bytes.size());
+        case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
+        case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size());
+        case Codec::Other: break;
+        }
+        return detail::decodeWithOpenCV(bytes);
+    } catch (const std::bad_alloc &) {
+        Decoded failed;
+        failed.error = "not enough memory to decode";
+        return failed;
+    } catch (const cv::Exception &) {
+        Decoded failed;
+        failed.error = "not enough memory to decode";
+        return failed;
+    }
+}
+
+Decoded decodeFile(const std::string &path)
+{
+    Decoded result;
+    std::FILE *file = std::fopen(path.c_str(), "rb");
+    if (!file) {
+        result.error = std::string("cannot open (") + std::strerror(errno) + ")";
+        return result;
+    }
+    std::vector<uint8_t> bytes;
+    uint8_t buffer[1 << 16];
+    size_t n = 0;
+    try {
+        while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0)
+            bytes.insert(bytes.end(), buffer, buffer + n);
+    } catch (const std::bad_alloc &) {
+        std::fclose(file);
+        result.error = "not enough memory to read the file";
+        return result;
+    }
+    const bool failed = std::ferror(file) != 0;
+    const int savedErrno = errno;
+    std::fclose(file);
+    if (failed) {
+        result.error = std::string("cannot read (") + std::strerror(savedErrno) + ")";
+        return result;
+    }
+    return decodeBytes(bytes);
+}
+
+std::string narrowingNote(const DecodeReport &report)
+{
+    std::string note;
+    if (report.bitsPerSample > 8)
+        note = std::to_string(report.bitsPerSample) + "-bit samples narrowed to 8 bits";
+    if (report.hasAlpha)
+        note += std::string(note.empty() ? "" : ", ") + "alpha channel dropped";
+    if (report.codec == Codec::Jpeg && report.channels == 4)
+        note += std::string(note.empty() ? "" : ", ") + "CMYK converted to RGB";
+    return note;
+}
+
+Codec codecForSuffix(const std::string &suffix)
+{
+    const std::string s = lowerSuffix(suffix);
+    if (s == "jpg" || s == "jpeg" || s == "jpe")
+        return Codec::Jpeg;
+    if (s == "png")
+        return Codec::Png;
+    if (s == "tif" || s == "tiff")
+        return Codec::Tiff;
+    if (s == "webp")
+        return Codec::Webp;
+    return Codec::Other;
+}
+
+std::string checkEncodable(const std::string &suffix, const cv::Mat &image)
+{
+    const std::string s = lowerSuffix(suffix);
+    if (s.empty())
+        return "the name has no suffix to choose a file type by";
+    const Codec codec = codecForSuffix(s);
+    if (codec != Codec::Other) {
+        if (!nativeTypeOk(codec, image))
+            return "no ." + s + " encoder for this kind of pixels";
+        if (std::max(image.cols, image.rows) > maxSide(codec))
+            return "." + s + " files are limited to " + std::to_string(maxSide(codec)) + " pixels a side";
+        return {};
+    }
+    if (!detail::opencvHasWriter(s))
+        return "no encoder for ." + s + " files";
+    // Some of OpenCV's encoders take only some pixel types: try a tiny one.
+    const cv::Mat probe(2, 2, image.type(), cv::Scalar::all(0));
+    if (!detail::encodeWithOpenCV(probe, s, EncodeOptions()).ok())
+        return "the ." + s + " encoder cannot write this kind of pixels";
+    return {};
+}
+
+Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOptions &options)
+{
+    try {
+        const std::string s = lowerSuffix(suffix);
+        const std::string refusal = image.empty() ? std::string("empty image") : checkEncodable(s, image);
+        if (!refusal.empty()) {
+            Encoded refused;
+            refused.error = refusal;
+            return refused;
+        }
+        switch (codecForSuffix(s)) {
+        case Codec::Jpeg: return detail::encodeJpeg(image, options);
+        case Codec::Png: return detail::encodePng(image, options);
+        case Codec::Tiff: return detail::encodeTiff(image);
+        case Codec::Webp: return detail::encodeWebp(image, options);
+        case Codec::Other: break;
+        }
+        return detail::encodeWithOpenCV(image, s, options);
+    } catch (const std::bad_alloc &) {
+        Encoded failed;
+        failed.error = "not enough memory to encode";
+        return failed;
+    }
+}
+
+bool opencvCodecsLoaded() { return detail::opencvCodecsLoadedNow(); }
+
+} // namespace photoio

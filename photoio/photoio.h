@@ -1,0 +1,133 @@
+#ifndef MERVANE_PHOTOIO_H
+#define MERVANE_PHOTOIO_H
+
+// Reading and writing photos, without widgets.
+//
+// The common formats (JPEG, PNG, TIFF, WebP) go straight to libjpeg-turbo,
+// libpng, libtiff and libwebp; every other format goes to OpenCV's image
+// codecs, which are loaded only when such a file is met (the library pulls in
+// well over a hundred shared libraries, whose loading costs a command-line
+// run several times its work). Decoded pixels are those cv::imread gives in
+// colour mode: CV_8UC3, blue-green-red, EXIF orientation applied for JPEG.
+//
+// Decoding never throws: it returns the pixels with what the decoder said
+// (damaged or not, what was narrowed). Encoding returns the bytes or an
+// error; writeFileChecked() is the one way a file is written.
+
+#include <opencv2/core.hpp>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace photoio {
+
+enum class Codec
+{
+    Jpeg,
+    Png,
+    Tiff,
+    Webp,
+    Other, // OpenCV's image codecs, loaded on first use
+};
+
+// What the decoder reported about one file.
+struct DecodeReport
+{
+    Codec codec = Codec::Other;
+    // The decoder met corruption (libjpeg's "Premature end of JPEG file", a
+    // libpng or libtiff error, a truncated WebP). The pixels, if any, are what
+    // could be read; the rest is the decoder's filler.
+    bool damaged = false;
+    std::string damage; // the decoder's own words, first message only
+    // The file as stored, before narrowing to 8-bit BGR.
+    int bitsPerSample = 8;
+    int channels = 3; // 1 grey, 2 grey + alpha, 3 colour, 4 colour + alpha (or CMYK)
+    bool hasAlpha = false;
+    int exifOrientation = 1; // 1 = as stored; 2..8 were applied to the pixels
+};
+
+struct Decoded
+{
+    cv::Mat pixels; // CV_8UC3 BGR; empty if nothing could be read
+    DecodeReport report;
+    std::string error; // why pixels is empty ("not an image", "cannot open ...")
+
+    bool readable() const { return !pixels.empty(); }
+};
+
+// Reads and decodes a whole file. The codec is chosen from the file's first
+// bytes, not from its name.
+Decoded decodeFile(const std::string &path);
+Decoded decodeBytes(const std::vector<uint8_t> &bytes);
+
+// One line saying what decoding to 8-bit BGR dropped ("16-bit samples
+// narrowed to 8 bits, alpha channel dropped"), or empty when nothing was.
+std::string narrowingNote(const DecodeReport &report);
+
+// --- Encoding ----------------------------------------------------------------
+
+// Options as cv::imwrite takes them; the defaults give the same bytes as
+// cv::imencode with no parameters.
+struct EncodeOptions
+{
+    int jpegQuality = 95;      // 1..100
+    int pngCompression = -1;   // 0..9; -1 = fastest level with the SUB filter
+    int webpQuality = 101;     // 1..100 lossy; above 100 lossless
+};
+
+struct Encoded
+{
+    std::vector<uint8_t> bytes;
+    std::string error; // empty on success
+
+    bool ok() const { return error.empty(); }
+};
+
+// The codec that writes files with this suffix (case ignored, with or
+// without the dot); Codec::Other for everything OpenCV may know.
+Codec codecForSuffix(const std::string &suffix);
+
+// Empty if `image` (its depth and channels) can be written as `suffix`,
+// else the reason ("no encoder for '.xyz'").
+std::string checkEncodable(const std::string &suffix, const cv::Mat &image);
+
+// Encodes `image` (CV_8UC1, CV_8UC3 BGR or CV_8UC4 BGRA; other depths only
+// through OpenCV) in the format of `suffix`.
+Encoded encode(const cv::Mat &image, const std::string &suffix,
+               const EncodeOptions &options = EncodeOptions());
+
+// --- Writing -----------------------------------------------------------------
+
+// Empty if a file may be written at `path`: its folder exists and is
+// writable, and `path` is not a directory (nor an existing file we may not
+// replace). Else the reason, one line.
+std::string checkTarget(const std::string &path);
+
+// Writes `bytes` to `path` all or nothing: a uniquely named temporary in the
+// same folder, written in full, flushed and synced, its size checked, then
+// renamed over `path`. On any failure the temporary is removed, `path` is as
+// it was, and the reason is returned; on success the result is empty.
+// While a temporary exists, SIGINT and SIGTERM remove it before the process
+// ends (see installWriteSignalGuard(); the guard follows one write at a time,
+// the latest started).
+std::string writeFileChecked(const std::string &path, const std::vector<uint8_t> &bytes);
+
+// Makes SIGINT and SIGTERM remove the temporary of a write in progress and
+// then end the process as the signal would; makes SIGPIPE harmless (writes
+// to a closed pipe fail with EPIPE instead of killing the process). Call
+// once, early, from a program's main.
+void installWriteSignalGuard();
+
+// The write function writeFileChecked() uses, replaceable by tests to
+// simulate a full disk. Same contract as POSIX write().
+using WriteFunction = long (*)(int fd, const void *data, unsigned long size);
+void setWriteFunctionForTesting(WriteFunction function); // nullptr restores
+
+// True once OpenCV's image codecs have been loaded into this process (for
+// tests and benchmarks that check the common formats do without them).
+bool opencvCodecsLoaded();
+
+} // namespace photoio
+
+#endif // MERVANE_PHOTOIO_H

@@ -1,0 +1,184 @@
+#include "photojob.h"
+
+#include "photoio.h"
+#include "progress.h"
+#include "threadfromqthread.h"
+#include "workbox.h"
+
+#include <QFileInfo>
+#include <opencv2/imgproc.hpp>
+
+#include <new>
+
+namespace {
+
+constexpr int kMaxSide = 65535;
+
+Problem refused(const QString &message) { return {ExitCode::Refused, message}; }
+Problem failed(const QString &message) { return {ExitCode::Failed, message}; }
+
+QString fromStd(const std::string &text) { return QString::fromStdString(text); }
+std::string toLocal(const QString &path) { return path.toLocal8Bit().toStdString(); }
+
+// Reads one input; on refusal says which one ("mask 'm.png': damaged file").
+Problem readInput(const QString &what, const QString &path, photoio::Decoded &decoded)
+{
+    decoded = photoio::decodeFile(toLocal(path));
+    const QString subject = what + " '" + path + "': ";
+    if (decoded.report.damaged)
+        return refused(subject + "damaged file (" + fromStd(decoded.report.damage) + ")");
+    if (!decoded.readable())
+        return refused(subject + fromStd(decoded.error));
+    return {};
+}
+
+// A selection layer as the window paints it, wherever `marks` is not black.
+cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect &box)
+{
+    cv::Mat any(marks.size(), CV_8UC1);
+    for (int y = 0; y < marks.rows; ++y) {
+        const uchar *m = marks.ptr<uchar>(y);
+        uchar *a = any.ptr<uchar>(y);
+        for (int x = 0; x < marks.cols; ++x)
+            a[x] = (m[3 * x] | m[3 * x + 1] | m[3 * x + 2]) ? 255 : 0;
+    }
+    cv::Mat layer(marks.size(), CV_8UC4, cv::Scalar::all(0));
+    layer.setTo(colour, any);
+    box = cv::boundingRect(any);
+    return layer;
+}
+
+// The window's work box around everything painted.
+cv::Rect workCrop(const cv::Rect &painted, const cv::Size &size)
+{
+    WorkBox box;
+    box.minX = painted.x;
+    box.minY = painted.y;
+    box.maxX = painted.x + painted.width;
+    box.maxY = painted.y + painted.height;
+    box = enlargeWorkBox(box, size.width, size.height);
+    return cv::Rect(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
+}
+
+// The job thread reports a failure as a warning ("engine job failed: ...");
+// while a job runs, warnings are collected here instead of printed.
+QString g_jobFailure;
+
+void collectFailure(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if ((type == QtWarningMsg || type == QtCriticalMsg) && g_jobFailure.isEmpty()) {
+        g_jobFailure = message;
+        g_jobFailure.remove(QStringLiteral("engine job failed: "));
+    }
+}
+
+} // namespace
+
+Problem checkTarget(const EraseItem &item)
+{
+    const std::string why = photoio::checkTarget(toLocal(item.output));
+    if (!why.empty())
+        return refused("cannot write '" + item.output + "': " + fromStd(why));
+    return {};
+}
+
+Problem loadInputs(const EraseItem &item, PreparedJob &job)
+{
+    photoio::Decoded photo, mask, donor;
+    if (Problem p = readInput("photo", item.photo, photo))
+        return p;
+    if (photo.pixels.cols > kMaxSide || photo.pixels.rows > kMaxSide)
+        return refused("photo '" + item.photo + "' is too large (a side is over 65535 pixels)");
+    if (Problem p = readInput("mask", item.mask, mask))
+        return p;
+    if (mask.pixels.size() != photo.pixels.size())
+        return refused("mask '" + item.mask + "' is not the photo's size");
+    job.useDonor = !item.donor.isEmpty();
+    if (job.useDonor) {
+        if (Problem p = readInput("donor", item.donor, donor))
+            return p;
+        if (donor.pixels.size() != photo.pixels.size())
+            return refused("donor '" + item.donor + "' is not the photo's size");
+    }
+    cv::Rect maskBox, donorBox;
+    job.red = selectionLayer(mask.pixels, cv::Scalar(0, 0, 255, 128), maskBox);
+    if (maskBox.area() == 0)
+        return refused("mask '" + item.mask + "' is empty: nothing to erase");
+    job.green = job.useDonor ? selectionLayer(donor.pixels, cv::Scalar(0, 255, 0, 128), donorBox)
+                             : cv::Mat(photo.pixels.size(), CV_8UC4, cv::Scalar::all(0));
+    job.photo = photo.pixels;
+    job.crop = workCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
+    job.narrowed = fromStd(photoio::narrowingNote(photo.report));
+    return {};
+}
+
+Problem checkEncoder(const EraseItem &item, const PreparedJob &job)
+{
+    const std::string why = photoio::checkEncodable(toLocal(QFileInfo(item.output).suffix()), job.photo);
+    if (!why.empty())
+        return refused("cannot write '" + item.output + "': " + fromStd(why));
+    return {};
+}
+
+Problem refuseBeforeJob(const EraseItem &, const PreparedJob &)
+{
+    return {};
+}
+
+Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int)> &progress)
+{
+    try {
+        cv::Mat view = job.photo(job.crop);
+        ThreadFromQThread thread;
+        thread.setEraseJob(view, view, job.red(job.crop), job.green(job.crop), job.useDonor, 1);
+        long base = 0;
+        QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long sum) {
+            if (base == 0)
+                base = sum;
+            progress(progressPercent(sum, base));
+        });
+        g_jobFailure.clear();
+        const QtMessageHandler previous = qInstallMessageHandler(collectFailure);
+        thread.run(); // on this thread: progress arrives directly
+        qInstallMessageHandler(previous);
+    } catch (const std::bad_alloc &) {
+        g_jobFailure = "out of memory";
+    } catch (const cv::Exception &e) {
+        g_jobFailure = QString::fromUtf8(e.what()).simplified();
+    }
+    if (!g_jobFailure.isEmpty())
+        return failed("the erase failed (" + g_jobFailure + "): nothing written");
+    return {};
+}
+
+Problem checkResult(const EraseItem &, const PreparedJob &job)
+{
+    // The engine's hole is the mask grown by its 3 x 3 stamp.
+    cv::Mat hole;
+    cv::extractChannel(job.red(job.crop), hole, 3);
+    cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+    const cv::Mat result = job.photo(job.crop);
+    bool blackInHole = false, blackAround = false;
+    for (int y = 0; y < result.rows && !(blackInHole && blackAround); ++y) {
+        const cv::Vec3b *p = result.ptr<cv::Vec3b>(y);
+        const uchar *h = hole.ptr<uchar>(y);
+        for (int x = 0; x < result.cols; ++x) {
+            const bool black = p[x][0] == 0 && p[x][1] == 0 && p[x][2] == 0;
+            (h[x] ? blackInHole : blackAround) |= black;
+        }
+    }
+    if (blackInHole && !blackAround)
+        return failed("the erase left the hole unfilled (nothing around it to fill from): nothing written");
+    return {};
+}
+
+Problem writeResult(const EraseItem &item, const PreparedJob &job)
+{
+    const photoio::Encoded encoded = photoio::encode(job.photo, toLocal(QFileInfo(item.output).suffix()));
+    std::string why = encoded.error;
+    if (why.empty())
+        why = photoio::writeFileChecked(toLocal(item.output), encoded.bytes);
+    if (!why.empty())
+        return failed("cannot write '" + item.output + "': " + fromStd(why));
+    return {};
+}
