@@ -28,7 +28,9 @@ namespace {
 // Developer log lines of the engine stay out of the tool's output.
 void toolMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
-    if (type == QtDebugMsg || type == QtInfoMsg)
+    // The engine logs a failed job as a warning as well as recording it; the
+    // tool reports the recorded failure in its own single line.
+    if (type == QtDebugMsg || type == QtInfoMsg || type == QtWarningMsg)
         return;
     std::fprintf(stderr, "mervane-erase: %s\n", qPrintable(message));
 }

@@ -446,16 +446,40 @@ TEST_F(Cli, OnePixelWidePhoto)
     cv::imwrite(thinMask.toStdString(), m);
     const QString output = path("thin-out.png");
     const ToolRun r = runTool({thin, thinMask, output, "--quiet"});
-    // Either a real fill or a refusal; never a black hole reported as done.
-    if (r.status == Done) {
-        const cv::Mat result = cv::imread(output.toStdString());
-        ASSERT_EQ(result.size(), cv::Size(1, 50));
-        for (int y = 20; y < 25; ++y)
-            EXPECT_FALSE(isBlack(result.at<cv::Vec3b>(y, 0))) << "black hole at row " << y;
-    } else {
-        // Refused up front, or caught by the tool's last check on the result.
-        expectCleanFailure(r, output, r.status == Failed ? Failed : Refused, "nothing");
-    }
+    // The engine has no whole patch to copy from: refused up front, nothing written.
+    expectCleanFailure(r, output, Refused, "too small");
+}
+
+// Nothing left around the selection: refused before any work, with the reason.
+TEST_F(Cli, MaskCoveringThePhotoIsRefused)
+{
+    const QString photo = path("flat.png"), whole = path("whole.png"), border = path("border.png");
+    cv::imwrite(photo.toStdString(), cv::Mat(60, 80, CV_8UC3, cv::Scalar(40, 90, 160)));
+    cv::imwrite(whole.toStdString(), cv::Mat(60, 80, CV_8UC3, cv::Scalar::all(255)));
+    cv::Mat m(60, 80, CV_8UC3, cv::Scalar::all(0));
+    m(cv::Rect(1, 1, 78, 58)).setTo(cv::Scalar::all(255)); // all but a 1-pixel border
+    cv::imwrite(border.toStdString(), m);
+    const QString output = path("covered-out.png");
+    expectCleanFailure(runTool({photo, whole, output, "--quiet"}), output, Refused,
+                       "nothing around the selection to fill from");
+    expectCleanFailure(runTool({photo, border, output, "--quiet"}), output, Refused,
+                       "nothing around the selection to fill from");
+}
+
+// A donor area the mask covers leaves nothing to copy from.
+TEST_F(Cli, DonorCoveredByTheMaskIsRefused)
+{
+    const QString photo = path("flat2.png"), mask = path("m2.png"), donor = path("d2.png");
+    cv::imwrite(photo.toStdString(), cv::Mat(60, 80, CV_8UC3, cv::Scalar(40, 90, 160)));
+    cv::Mat m(60, 80, CV_8UC3, cv::Scalar::all(0));
+    m(cv::Rect(20, 20, 30, 20)).setTo(cv::Scalar::all(255));
+    cv::imwrite(mask.toStdString(), m);
+    cv::Mat d(60, 80, CV_8UC3, cv::Scalar::all(0));
+    d(cv::Rect(25, 25, 10, 10)).setTo(cv::Scalar::all(255)); // inside the mask
+    cv::imwrite(donor.toStdString(), d);
+    const QString output = path("donor-out.png");
+    expectCleanFailure(runTool({photo, mask, output, "--donor", donor, "--quiet"}), output, Refused,
+                       "donor");
 }
 
 TEST_F(Cli, RandomSmallPhotosEndCleanly)

@@ -1,5 +1,7 @@
 #include "photojob.h"
 
+#include "fillcheck.h"
+#include "jobmemory.h"
 #include "photoio.h"
 #include "progress.h"
 #include "threadfromqthread.h"
@@ -60,18 +62,6 @@ cv::Rect workCrop(const cv::Rect &painted, const cv::Size &size)
     return cv::Rect(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
 }
 
-// The job thread reports a failure as a warning ("engine job failed: ...");
-// while a job runs, warnings are collected here instead of printed.
-QString g_jobFailure;
-
-void collectFailure(QtMsgType type, const QMessageLogContext &, const QString &message)
-{
-    if ((type == QtWarningMsg || type == QtCriticalMsg) && g_jobFailure.isEmpty()) {
-        g_jobFailure = message;
-        g_jobFailure.remove(QStringLiteral("engine job failed: "));
-    }
-}
-
 } // namespace
 
 Problem checkTarget(const EraseItem &item)
@@ -120,13 +110,20 @@ Problem checkEncoder(const EraseItem &item, const PreparedJob &job)
     return {};
 }
 
-Problem refuseBeforeJob(const EraseItem &, const PreparedJob &)
+Problem refuseBeforeJob(const EraseItem &, const PreparedJob &job)
 {
+    std::string why = eraseRefusal(job.photo(job.crop), job.red(job.crop), job.green(job.crop),
+                                   job.useDonor);
+    if (why.empty())
+        why = memoryRefusal(job.crop.size(), job.useDonor);
+    if (!why.empty())
+        return refused(fromStd(why));
     return {};
 }
 
 Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int)> &progress)
 {
+    QString failure;
     try {
         cv::Mat view = job.photo(job.crop);
         ThreadFromQThread thread;
@@ -137,17 +134,16 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
                 base = sum;
             progress(progressPercent(sum, base));
         });
-        g_jobFailure.clear();
-        const QtMessageHandler previous = qInstallMessageHandler(collectFailure);
         thread.run(); // on this thread: progress arrives directly
-        qInstallMessageHandler(previous);
+        if (thread.failed())
+            failure = thread.failure();
     } catch (const std::bad_alloc &) {
-        g_jobFailure = "out of memory";
+        failure = "out of memory"; // setting up the job, before the thread's own guard
     } catch (const cv::Exception &e) {
-        g_jobFailure = QString::fromUtf8(e.what()).simplified();
+        failure = QString::fromUtf8(e.what()).simplified();
     }
-    if (!g_jobFailure.isEmpty())
-        return failed("the erase failed (" + g_jobFailure + "): nothing written");
+    if (!failure.isEmpty())
+        return failed("the erase failed (" + failure + "): nothing written");
     return {};
 }
 
