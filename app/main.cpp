@@ -39,9 +39,9 @@ bool answeredOption(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
+    ensurePassiveWaitPolicy();
     if (answeredOption(argc, argv))
         return 0;
-    restartWithPassiveWaitPolicy(argv);
     qDebug() << "===========";
     QApplication app(argc, argv);
     qDebug() << "start ...............";

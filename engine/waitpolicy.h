@@ -21,8 +21,4 @@
 // program, and returns the policy the runtime started with ("" if default).
 const char *ensurePassiveWaitPolicy();
 
-// The former entry point, which restarted the program; now the same as
-// ensurePassiveWaitPolicy() (no restart).
-inline void restartWithPassiveWaitPolicy(char *[]) { ensurePassiveWaitPolicy(); }
-
 #endif // MERVANE_WAITPOLICY_H
