@@ -4,9 +4,11 @@
 #
 # A test script sources this file ($MERVANE_E2E_LIB, set by the CMake helper
 # mervane_e2e_test) and calls e2e_begin with the program's path first. Every
-# wait here is for a condition (a window shows, a dialog closes, a file is
-# written, the screen shows what it should) with a deadline in seconds; the
-# short sleeps inside the loops are only the polling interval.
+# wait here is for a condition the program exposes (a window shows, a dialog
+# has the keyboard or closes, a file is written, the screen shows what it
+# should) with a deadline in seconds; the short sleeps inside the loops are
+# only the polling interval. No step relies on a key doing its work by a
+# certain time, nor on a key that a popup may take (see e2e_answer_file).
 #
 # Work folder: $MERVANE_E2E_WORK (one per test, below the build tree). It is
 # emptied at the start and removed after a pass; after a failure it is kept
@@ -52,7 +54,12 @@ e2e_begin()
 {
     E2E_BIN=$1
     E2E_DIR=${MERVANE_E2E_WORK:?MERVANE_E2E_WORK is not set (register the test with mervane_e2e_test)}
-    [ -n "${DISPLAY:-}" ] || { echo "no X display (run under xvfb-run)"; exit 1; }
+    [ -n "${DISPLAY:-}" ] || { echo "no X display (run under tests/e2e/xvfb.sh)"; exit 1; }
+    # The program runs on the X display, with Qt's own dialogs, whatever the
+    # caller exported (a widget test run sets the offscreen platform).
+    export QT_QPA_PLATFORM=xcb
+    unset QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE QT_SCALE_FACTOR QT_SCREEN_SCALE_FACTORS
+    export QT_AUTO_SCREEN_SCALE_FACTOR=0
     rm -rf "$E2E_DIR"
     mkdir -p "$E2E_DIR"
     export XDG_CONFIG_HOME="$E2E_DIR/config"
@@ -175,7 +182,7 @@ e2e_click() { xdotool mousemove "$1" "$2" click 1; }
 e2e_park_pointer() { xdotool mousemove 5 5; }
 
 # e2e_open_photo <path>: "Select Photo" on the welcome page, then the path
-# typed into the open dialog as a user would; returns once the dialog closed.
+# given to the open dialog (e2e_answer_file); returns once the dialog closed.
 # The button's centre: the welcome page lies between the tool column
 # (81 + 34) and the right panel (266), under the header (48), with its two
 # 119-wide columns spread evenly and the 110 button above its label.
@@ -187,18 +194,37 @@ e2e_open_photo()
       printf "%d %d\n", px + sp + 12 + 59.5 * s, py + vs + 12 + 55 * s }')
     e2e_click "$2" "$3"
     dlg=$(e2e_wait_window '^Open Image$' 30) || e2e_fail "the open dialog did not appear"
-    e2e_type_into "$dlg" "$1"
-    e2e_wait 30 e2e_no_window '^Open Image$' || e2e_fail "the open dialog did not close"
+    e2e_answer_file "$dlg" '^Open Image$' "$1"
 }
 
-# e2e_type_into <window> <text>: once the window has the keyboard, replaces
-# the text of its focused line and presses Return.
-e2e_type_into()
+# e2e_answer_file <dialog window> <its title pattern> <path>: answers a file
+# dialog with an absolute path and waits until it closed.
+#
+# The path is typed in double quotes, the dialog's own notation for a list
+# of names. The name field's completer reads a path from its first character
+# on; one that starts with a quote names nothing, so no completion list ever
+# pops up over the field. An open list would take the Return key for itself
+# (it closes, the dialog stays), and whether it is open when Return comes
+# depends on how fast the dialog has read the folder: that was a flaky test.
+# The dialog itself takes the quoted name as the file.
+e2e_answer_file()
 {
-    e2e_wait 10 e2e_has_focus "$1" || e2e_log "note: the dialog did not report the focus"
+    e2e_focus "$1" || e2e_fail "the file dialog did not get the keyboard"
+    # Select the proposed name, so that the typed path replaces it.
     xdotool key ctrl+a
-    xdotool type --delay 10 "$2"
+    xdotool type --delay 10 "\"$3\""
     xdotool key Return
+    e2e_wait 30 e2e_no_window "$2" || e2e_fail "the file dialog did not close"
+}
+
+# e2e_focus <window>: waits until the window has the keyboard, asking for
+# it once more midway (there is no window manager to hand it over), so that
+# no key lands in another window.
+e2e_focus()
+{
+    e2e_wait 5 e2e_has_focus "$1" && return 0
+    xdotool windowfocus "$1" 2>/dev/null || true
+    e2e_wait 10 e2e_has_focus "$1"
 }
 
 # Where the photo stands on the screen: its top-left corner and its display
