@@ -31,6 +31,8 @@ e2e_fail()
 e2e_finish()
 {
     rc=$?
+    # The screen at the failure, while the program still shows it.
+    [ "$rc" -eq 0 ] || import -window root "$E2E_DIR/zz-at-failure.png" 2>/dev/null || true
     if [ -n "$E2E_PID" ]; then
         kill "$E2E_PID" 2>/dev/null || true
         wait "$E2E_PID" 2>/dev/null || true
@@ -38,7 +40,6 @@ e2e_finish()
     if [ "$rc" -eq 0 ]; then
         [ "${MERVANE_E2E_KEEP:-0}" = 1 ] || rm -rf "$E2E_DIR"
     else
-        import -window root "$E2E_DIR/zz-at-failure.png" 2>/dev/null || true
         # Moved aside under a time stamp, so that a rerun, which starts from
         # an empty work folder, does not wipe the evidence.
         kept="$E2E_DIR-failed-$(date +%Y%m%dT%H%M%S)"
@@ -97,7 +98,16 @@ e2e_wait()
 e2e_windows() { xdotool search --onlyvisible --name "$1" 2>/dev/null || true; }
 
 e2e_has_window() { [ -n "$(e2e_windows "$1")" ]; }
-e2e_no_window() { [ -z "$(e2e_windows "$1")" ]; }
+
+# e2e_window_gone <id>: the window is unmapped or destroyed. Asked of the
+# window itself: a search by name that finds nothing is no proof, since a
+# search walks the window tree while the program changes it and may miss a
+# window that is there.
+e2e_window_gone()
+{
+    state=$(xwininfo -id "$1" 2>/dev/null | sed -n 's/^ *Map State: //p')
+    [ "$state" != IsViewable ]
+}
 
 # e2e_wait_window <pattern> <seconds>: prints the id of the window once shown.
 e2e_wait_window()
@@ -194,10 +204,10 @@ e2e_open_photo()
       printf "%d %d\n", px + sp + 12 + 59.5 * s, py + vs + 12 + 55 * s }')
     e2e_click "$2" "$3"
     dlg=$(e2e_wait_window '^Open Image$' 30) || e2e_fail "the open dialog did not appear"
-    e2e_answer_file "$dlg" '^Open Image$' "$1"
+    e2e_answer_file "$dlg" "$1"
 }
 
-# e2e_answer_file <dialog window> <its title pattern> <path>: answers a file
+# e2e_answer_file <dialog window> <path>: answers a file
 # dialog with an absolute path and waits until it closed.
 #
 # The path is typed in double quotes, the dialog's own notation for a list
@@ -212,9 +222,9 @@ e2e_answer_file()
     e2e_focus "$1" || e2e_fail "the file dialog did not get the keyboard"
     # Select the proposed name, so that the typed path replaces it.
     xdotool key ctrl+a
-    xdotool type --delay 10 "\"$3\""
+    xdotool type --delay 10 "\"$2\""
     xdotool key Return
-    e2e_wait 30 e2e_no_window "$2" || e2e_fail "the file dialog did not close"
+    e2e_wait 30 e2e_window_gone "$1" || e2e_fail "the file dialog did not close"
 }
 
 # e2e_focus <window>: waits until the window has the keyboard, asking for
@@ -323,9 +333,24 @@ e2e_find_erase()
 }
 
 # e2e_command_button <design pixels>: the centre of a button of the command
-# row, that many design pixels left of the Erase button's centre (save 250,
-# undo 380), printed "x y".
+# row, that many design pixels left of the Erase button's centre (fit 460,
+# undo 380, save 250), printed "x y".
 e2e_command_button()
 {
     awk -v ex="$EX" -v ey="$EY" -v ew="$EW" -v d="$1" 'BEGIN { printf "%d %d\n", ex - d * ew / 142.0 + 0.5, ey }'
+}
+
+# e2e_fit_photo <erase checker>: once a photo is open and the screen has
+# settled, presses the command row's "fit" button, so that the photo stands
+# fitted and centred in the canvas as it is now. The first fit after opening
+# is computed while the window still lays out its canvas; on a loaded
+# machine it can be a few pixels too large (e2e_open_photo checks that fit
+# itself). The tests that only need the photo on the screen fit it again,
+# as a user would.
+e2e_fit_photo()
+{
+    e2e_wait_still opened-raw 30 || e2e_fail "the screen did not settle after opening the photo"
+    e2e_find_erase "$1" "$E2E_LAST" || e2e_fail "the Erase button was not found after opening"
+    e2e_click $(e2e_command_button 460)
+    e2e_park_pointer
 }
