@@ -6,6 +6,7 @@
 #include "enginecells.h"
 
 #include <gtest/gtest.h>
+#include <omp.h>
 #include <opencv2/core.hpp>
 
 #include <random>
@@ -180,6 +181,21 @@ cv::Mat identityField(int rows, int cols)
 }
 
 } // namespace
+
+// Every pass runs the engine's parallel regions on two threads (the test
+// helper sets OMP_NUM_THREADS=2), the ThreadSanitizer pass included: a pass
+// that quietly ran them on one thread would check no race between them.
+TEST(Threads, ParallelRegionsRunOnTwoThreads)
+{
+    ASSERT_GE(omp_get_max_threads(), 2);
+    int team = 0;
+#pragma omp parallel
+    {
+#pragma omp single
+        team = omp_get_num_threads();
+    }
+    EXPECT_GE(team, 2);
+}
 
 TEST(VoteImage, IdentityFieldReturnsTheSource)
 {
