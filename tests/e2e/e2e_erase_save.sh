@@ -67,10 +67,10 @@ e2e_shot erased
 #    command row (a shortcut would need the keyboard focus, which no window
 #    manager hands back to the main window on this bare display).
 e2e_click $(e2e_command_button 250)
-DLG=$(e2e_wait_window '^Save File$' 30) || e2e_fail "the save dialog did not appear"
+e2e_wait 30 e2e_has_window '^Save File$' || e2e_fail "the save dialog did not appear"
 e2e_shot save-dialog
 # Replace the proposed name with the target.
-e2e_answer_file "$DLG" "$SAVED"
+e2e_answer_file '^Save File$' "$SAVED"
 e2e_wait_file "$SAVED" 30 || e2e_fail "no file was saved at $SAVED"
 e2e_shot saved
 

@@ -203,12 +203,12 @@ e2e_open_photo()
       sp = (pw - 2 * 119 * s - 48) / 3; vs = (ph - 125 * s - 36) / 2;
       printf "%d %d\n", px + sp + 12 + 59.5 * s, py + vs + 12 + 55 * s }')
     e2e_click "$2" "$3"
-    dlg=$(e2e_wait_window '^Open Image$' 30) || e2e_fail "the open dialog did not appear"
-    e2e_answer_file "$dlg" "$1"
+    e2e_wait 30 e2e_has_window '^Open Image$' || e2e_fail "the open dialog did not appear"
+    e2e_answer_file '^Open Image$' "$1"
 }
 
-# e2e_answer_file <dialog window> <path>: answers a file
-# dialog with an absolute path and waits until it closed.
+# e2e_answer_file <title pattern> <path>: answers the file dialog with that
+# title with an absolute path, and waits until no such dialog is left.
 #
 # The path is typed in double quotes, the dialog's own notation for a list
 # of names. The name field's completer reads a path from its first character
@@ -217,24 +217,53 @@ e2e_open_photo()
 # (it closes, the dialog stays), and whether it is open when Return comes
 # depends on how fast the dialog has read the folder: that was a flaky test.
 # The dialog itself takes the quoted name as the file.
+#
+# Every step waits for what the screen's windows say: keys are sent only to
+# a dialog that is shown and has the keyboard, and the dialog counts as
+# closed only when neither a search by its title nor the last dialog window
+# itself shows it any more. Should a dialog still have the keyboard a while
+# after it was answered (its window was made anew, or a key went astray on a
+# loaded machine), it is answered again: the answer replaces the whole text,
+# so a second one changes nothing but the outcome.
 e2e_answer_file()
 {
-    e2e_focus "$1" || e2e_fail "the file dialog did not get the keyboard"
+    E2E_ANSWERED=
+    E2E_ANSWERED_AT=0
+    E2E_DIALOG=
+    e2e_wait 60 e2e_file_dialog_done "$1" "$2" || e2e_fail "the file dialog did not take $2 and close"
+}
+e2e_file_dialog_done()
+{
+    id=$(e2e_windows "$1" | head -1)
+    if [ -z "$id" ]; then
+        [ -n "$E2E_DIALOG" ] || return 1 # not shown yet
+        e2e_window_gone "$E2E_DIALOG" || return 1
+        # A search that walks the window tree while it changes may miss a
+        # window; absence counts when it holds for half a second.
+        for _ in 1 2 3 4 5; do
+            sleep 0.1
+            [ -z "$(e2e_windows "$1")" ] || return 1
+        done
+        return 0
+    fi
+    E2E_DIALOG=$id
+    now=$(date +%s)
+    if ! e2e_has_focus "$id"; then
+        # No window manager hands the keyboard over: ask for it.
+        xdotool windowfocus "$id" 2>/dev/null || true
+        return 1
+    fi
+    if [ "$id" = "$E2E_ANSWERED" ] && [ $((now - E2E_ANSWERED_AT)) -lt 5 ]; then
+        return 1 # answered; give it time to close
+    fi
+    [ -z "$E2E_ANSWERED" ] || e2e_log "the file dialog ($id) is still open; answering it again"
+    E2E_ANSWERED=$id
+    E2E_ANSWERED_AT=$now
     # Select the proposed name, so that the typed path replaces it.
     xdotool key ctrl+a
     xdotool type --delay 10 "\"$2\""
     xdotool key Return
-    e2e_wait 30 e2e_window_gone "$1" || e2e_fail "the file dialog did not close"
-}
-
-# e2e_focus <window>: waits until the window has the keyboard, asking for
-# it once more midway (there is no window manager to hand it over), so that
-# no key lands in another window.
-e2e_focus()
-{
-    e2e_wait 5 e2e_has_focus "$1" && return 0
-    xdotool windowfocus "$1" 2>/dev/null || true
-    e2e_wait 10 e2e_has_focus "$1"
+    return 1
 }
 
 # Where the photo stands on the screen: its top-left corner and its display
