@@ -10,6 +10,7 @@
 #include <opencv2/core.hpp>
 
 #include <random>
+#include <string>
 
 namespace {
 
@@ -310,6 +311,24 @@ TEST(VoteImage, UpscaleServesAnOddFinerSize)
     EXPECT_EQ(out.at<cv::Vec3b>(10, 12), src.at<cv::Vec3b>(10, 12));
 }
 
+namespace {
+
+// The engine's vote over a copy of `out` against the literal reference on
+// the same inputs: "" when they agree (see reference::voteMismatch).
+std::string voteAgainstReference(MyPatchMatch &pm, const cv::Mat &src, const cv::Mat &out,
+                                 const cv::Mat &field, const cv::Mat &mask, bool upscale,
+                                 const cv::Mat &cost)
+{
+    cv::Mat engine = out.clone(), expected = out.clone();
+    cv::Mat lifted(out.size(), CV_8UC3, cv::Scalar::all(0));
+    pm.voteImage(src, engine, field, mask, upscale, cost);
+    reference::voteImage(src, expected, field, mask, upscale, cost, 2, pm.m_similarity,
+                         pm.m_voteAll, &lifted);
+    return reference::voteMismatch(engine, expected, lifted);
+}
+
+} // namespace
+
 // The clone synthesis halves with rounding up, so at the step up a field of
 // h by w serves a finer level of 2h - 1 by 2w - 1 where the finer size is
 // odd: the voters that would stand on the missing row and column are
@@ -334,13 +353,8 @@ TEST(VoteImage, UpscaleServesTheCloneSizeOneShortOfDouble)
                 field.at<cv::Vec3s>(y, x) = cv::Vec3s(short(px(rng)), short(py(rng)), 0);
                 cost.at<short>(y, x) = short(lowCost(rng));
             }
-        cv::Mat out = randomImage(rng, rows, cols);
-        cv::Mat expected = out.clone();
-        cv::Mat lifted(rows, cols, CV_8UC3, cv::Scalar::all(0));
-        pm.voteImage(src, out, field, mask, true, cost);
-        reference::voteImage(src, expected, field, mask, true, cost, 2, pm.m_similarity,
-                             pm.m_voteAll, &lifted);
-        ASSERT_EQ(reference::voteMismatch(out, expected, lifted), "") << "round " << round;
+        const cv::Mat out = randomImage(rng, rows, cols);
+        ASSERT_EQ(voteAgainstReference(pm, src, out, field, mask, true, cost), "") << "round " << round;
     }
 }
 
@@ -364,13 +378,8 @@ TEST(VoteImage, EqualsReferenceOnRandomInputs)
                 const int c = pick(rng) < 2 ? 0 : pick(rng) < 7 ? lowCost(rng) : anyCost(rng);
                 cost.at<short>(y, x) = short(c);
             }
-        cv::Mat out = randomImage(rng, rows, cols);
-        cv::Mat expected = out.clone();
-        cv::Mat lifted(rows, cols, CV_8UC3, cv::Scalar::all(0));
-        pm.voteImage(src, out, field, mask, upscale, cost);
-        reference::voteImage(src, expected, field, mask, upscale, cost, 2, pm.m_similarity,
-                             pm.m_voteAll, &lifted);
-        ASSERT_EQ(reference::voteMismatch(out, expected, lifted), "") << "round " << round;
+        const cv::Mat out = randomImage(rng, rows, cols);
+        ASSERT_EQ(voteAgainstReference(pm, src, out, field, mask, upscale, cost), "") << "round " << round;
     }
 }
 
