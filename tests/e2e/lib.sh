@@ -1,5 +1,5 @@
 # Shared harness of the end-to-end tests: the real program on a virtual X
-# display (started by xvfb-run for the test), driven by xdotool as a user
+# display of its own (started by tests/e2e/xvfb.sh), driven by xdotool as a user
 # would, judged on screenshots.
 #
 # A test script sources this file ($MERVANE_E2E_LIB, set by the CMake helper
