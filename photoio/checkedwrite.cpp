@@ -153,6 +153,9 @@ std::string writeFileChecked(const std::string &path, const std::vector<uint8_t>
 void installWriteSignalGuard()
 {
     std::signal(SIGPIPE, SIG_IGN);
+    // Past a file-size limit the write fails with EFBIG, which the checked
+    // write reports, instead of the signal ending the process mid-file.
+    std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGINT, removeTemporaryAndDie);
     std::signal(SIGTERM, removeTemporaryAndDie);
 }

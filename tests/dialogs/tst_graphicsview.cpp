@@ -120,8 +120,8 @@ private slots:
         QTest::keyPress(&view, Qt::Key_Alt, Qt::AltModifier);
         sendMouse(view, QEvent::MouseButtonPress, p, Qt::LeftButton, Qt::LeftButton, Qt::AltModifier);
         QTest::keyRelease(&view, Qt::Key_Alt, Qt::NoModifier);
-        if (QGuiApplication::keyboardModifiers() == Qt::NoModifier && source.isEmpty())
-            QSKIP("this platform does not report the Alt key to QGuiApplication::keyboardModifiers");
+        // The key events of QTest are delivered as the window system's, so
+        // the application's modifier state saw Alt down at the press.
         QCOMPARE(source.count(), 1);
         QCOMPARE(press.count(), 0);
         QCOMPARE(view.viewport()->cursor().pixmap().size(), QSize(33, 33));

@@ -25,6 +25,7 @@ e2e_shot welcome
 # 1. Open the photograph, and find it on the canvas: its corner and scale.
 e2e_open_photo "$PHOTO"
 e2e_park_pointer
+e2e_fit_photo "$CHECK"
 located() { FOUND=$("$CHECK" locate "$E2E_LAST" "$PHOTO"); }
 e2e_wait_screen opened 20 located || e2e_fail "the photo did not appear on the canvas"
 e2e_set_place $FOUND
@@ -66,11 +67,10 @@ e2e_shot erased
 #    command row (a shortcut would need the keyboard focus, which no window
 #    manager hands back to the main window on this bare display).
 e2e_click $(e2e_command_button 250)
-DLG=$(e2e_wait_window '^Save File$' 30) || e2e_fail "the save dialog did not appear"
+e2e_wait 30 e2e_has_window '^Save File$' || e2e_fail "the save dialog did not appear"
 e2e_shot save-dialog
 # Replace the proposed name with the target.
-e2e_type_into "$DLG" "$SAVED"
-e2e_wait 30 e2e_no_window '^Save File$' || e2e_fail "the save dialog did not close"
+e2e_answer_file '^Save File$' "$SAVED"
 e2e_wait_file "$SAVED" 30 || e2e_fail "no file was saved at $SAVED"
 e2e_shot saved
 

@@ -1,12 +1,14 @@
 # Shared harness of the end-to-end tests: the real program on a virtual X
-# display (started by xvfb-run for the test), driven by xdotool as a user
+# display of its own (started by tests/e2e/xvfb.sh), driven by xdotool as a user
 # would, judged on screenshots.
 #
 # A test script sources this file ($MERVANE_E2E_LIB, set by the CMake helper
 # mervane_e2e_test) and calls e2e_begin with the program's path first. Every
-# wait here is for a condition (a window shows, a dialog closes, a file is
-# written, the screen shows what it should) with a deadline in seconds; the
-# short sleeps inside the loops are only the polling interval.
+# wait here is for a condition the program exposes (a window shows, a dialog
+# has the keyboard or closes, a file is written, the screen shows what it
+# should) with a deadline in seconds; the short sleeps inside the loops are
+# only the polling interval. No step relies on a key doing its work by a
+# certain time, nor on a key that a popup may take (see e2e_answer_file).
 #
 # Work folder: $MERVANE_E2E_WORK (one per test, below the build tree). It is
 # emptied at the start and removed after a pass; after a failure it is kept
@@ -29,6 +31,8 @@ e2e_fail()
 e2e_finish()
 {
     rc=$?
+    # The screen at the failure, while the program still shows it.
+    [ "$rc" -eq 0 ] || import -window root "$E2E_DIR/zz-at-failure.png" 2>/dev/null || true
     if [ -n "$E2E_PID" ]; then
         kill "$E2E_PID" 2>/dev/null || true
         wait "$E2E_PID" 2>/dev/null || true
@@ -36,7 +40,6 @@ e2e_finish()
     if [ "$rc" -eq 0 ]; then
         [ "${MERVANE_E2E_KEEP:-0}" = 1 ] || rm -rf "$E2E_DIR"
     else
-        import -window root "$E2E_DIR/zz-at-failure.png" 2>/dev/null || true
         # Moved aside under a time stamp, so that a rerun, which starts from
         # an empty work folder, does not wipe the evidence.
         kept="$E2E_DIR-failed-$(date +%Y%m%dT%H%M%S)"
@@ -52,7 +55,12 @@ e2e_begin()
 {
     E2E_BIN=$1
     E2E_DIR=${MERVANE_E2E_WORK:?MERVANE_E2E_WORK is not set (register the test with mervane_e2e_test)}
-    [ -n "${DISPLAY:-}" ] || { echo "no X display (run under xvfb-run)"; exit 1; }
+    [ -n "${DISPLAY:-}" ] || { echo "no X display (run under tests/e2e/xvfb.sh)"; exit 1; }
+    # The program runs on the X display, with Qt's own dialogs, whatever the
+    # caller exported (a widget test run sets the offscreen platform).
+    export QT_QPA_PLATFORM=xcb
+    unset QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE QT_SCALE_FACTOR QT_SCREEN_SCALE_FACTORS
+    export QT_AUTO_SCREEN_SCALE_FACTOR=0
     rm -rf "$E2E_DIR"
     mkdir -p "$E2E_DIR"
     export XDG_CONFIG_HOME="$E2E_DIR/config"
@@ -90,7 +98,16 @@ e2e_wait()
 e2e_windows() { xdotool search --onlyvisible --name "$1" 2>/dev/null || true; }
 
 e2e_has_window() { [ -n "$(e2e_windows "$1")" ]; }
-e2e_no_window() { [ -z "$(e2e_windows "$1")" ]; }
+
+# e2e_window_gone <id>: the window is unmapped or destroyed. Asked of the
+# window itself: a search by name that finds nothing is no proof, since a
+# search walks the window tree while the program changes it and may miss a
+# window that is there.
+e2e_window_gone()
+{
+    state=$(xwininfo -id "$1" 2>/dev/null | sed -n 's/^ *Map State: //p')
+    [ "$state" != IsViewable ]
+}
 
 # e2e_wait_window <pattern> <seconds>: prints the id of the window once shown.
 e2e_wait_window()
@@ -175,7 +192,7 @@ e2e_click() { xdotool mousemove "$1" "$2" click 1; }
 e2e_park_pointer() { xdotool mousemove 5 5; }
 
 # e2e_open_photo <path>: "Select Photo" on the welcome page, then the path
-# typed into the open dialog as a user would; returns once the dialog closed.
+# given to the open dialog (e2e_answer_file); returns once the dialog closed.
 # The button's centre: the welcome page lies between the tool column
 # (81 + 34) and the right panel (266), under the header (48), with its two
 # 119-wide columns spread evenly and the 110 button above its label.
@@ -186,19 +203,67 @@ e2e_open_photo()
       sp = (pw - 2 * 119 * s - 48) / 3; vs = (ph - 125 * s - 36) / 2;
       printf "%d %d\n", px + sp + 12 + 59.5 * s, py + vs + 12 + 55 * s }')
     e2e_click "$2" "$3"
-    dlg=$(e2e_wait_window '^Open Image$' 30) || e2e_fail "the open dialog did not appear"
-    e2e_type_into "$dlg" "$1"
-    e2e_wait 30 e2e_no_window '^Open Image$' || e2e_fail "the open dialog did not close"
+    e2e_wait 30 e2e_has_window '^Open Image$' || e2e_fail "the open dialog did not appear"
+    e2e_answer_file '^Open Image$' "$1"
 }
 
-# e2e_type_into <window> <text>: once the window has the keyboard, replaces
-# the text of its focused line and presses Return.
-e2e_type_into()
+# e2e_answer_file <title pattern> <path>: answers the file dialog with that
+# title with an absolute path, and waits until no such dialog is left.
+#
+# The path is typed in double quotes, the dialog's own notation for a list
+# of names. The name field's completer reads a path from its first character
+# on; one that starts with a quote names nothing, so no completion list ever
+# pops up over the field. An open list would take the Return key for itself
+# (it closes, the dialog stays), and whether it is open when Return comes
+# depends on how fast the dialog has read the folder: that was a flaky test.
+# The dialog itself takes the quoted name as the file.
+#
+# Every step waits for what the screen's windows say: keys are sent only to
+# a dialog that is shown and has the keyboard, and the dialog counts as
+# closed only when neither a search by its title nor the last dialog window
+# itself shows it any more. Should a dialog still have the keyboard a while
+# after it was answered (its window was made anew, or a key went astray on a
+# loaded machine), it is answered again: the answer replaces the whole text,
+# so a second one changes nothing but the outcome.
+e2e_answer_file()
 {
-    e2e_wait 10 e2e_has_focus "$1" || e2e_log "note: the dialog did not report the focus"
+    E2E_ANSWERED=
+    E2E_ANSWERED_AT=0
+    E2E_DIALOG=
+    e2e_wait 60 e2e_file_dialog_done "$1" "$2" || e2e_fail "the file dialog did not take $2 and close"
+}
+e2e_file_dialog_done()
+{
+    id=$(e2e_windows "$1" | head -1)
+    if [ -z "$id" ]; then
+        [ -n "$E2E_DIALOG" ] || return 1 # not shown yet
+        e2e_window_gone "$E2E_DIALOG" || return 1
+        # A search that walks the window tree while it changes may miss a
+        # window; absence counts when it holds for half a second.
+        for _ in 1 2 3 4 5; do
+            sleep 0.1
+            [ -z "$(e2e_windows "$1")" ] || return 1
+        done
+        return 0
+    fi
+    E2E_DIALOG=$id
+    now=$(date +%s)
+    if ! e2e_has_focus "$id"; then
+        # No window manager hands the keyboard over: ask for it.
+        xdotool windowfocus "$id" 2>/dev/null || true
+        return 1
+    fi
+    if [ "$id" = "$E2E_ANSWERED" ] && [ $((now - E2E_ANSWERED_AT)) -lt 5 ]; then
+        return 1 # answered; give it time to close
+    fi
+    [ -z "$E2E_ANSWERED" ] || e2e_log "the file dialog ($id) is still open; answering it again"
+    E2E_ANSWERED=$id
+    E2E_ANSWERED_AT=$now
+    # Select the proposed name, so that the typed path replaces it.
     xdotool key ctrl+a
-    xdotool type --delay 10 "$2"
+    xdotool type --delay 10 "\"$2\""
     xdotool key Return
+    return 1
 }
 
 # Where the photo stands on the screen: its top-left corner and its display
@@ -297,9 +362,24 @@ e2e_find_erase()
 }
 
 # e2e_command_button <design pixels>: the centre of a button of the command
-# row, that many design pixels left of the Erase button's centre (save 250,
-# undo 380), printed "x y".
+# row, that many design pixels left of the Erase button's centre (fit 460,
+# undo 380, save 250), printed "x y".
 e2e_command_button()
 {
     awk -v ex="$EX" -v ey="$EY" -v ew="$EW" -v d="$1" 'BEGIN { printf "%d %d\n", ex - d * ew / 142.0 + 0.5, ey }'
+}
+
+# e2e_fit_photo <erase checker>: once a photo is open and the screen has
+# settled, presses the command row's "fit" button, so that the photo stands
+# fitted and centred in the canvas as it is now. The first fit after opening
+# is computed while the window still lays out its canvas; on a loaded
+# machine it can be a few pixels too large (e2e_open_photo checks that fit
+# itself). The tests that only need the photo on the screen fit it again,
+# as a user would.
+e2e_fit_photo()
+{
+    e2e_wait_still opened-raw 30 || e2e_fail "the screen did not settle after opening the photo"
+    e2e_find_erase "$1" "$E2E_LAST" || e2e_fail "the Erase button was not found after opening"
+    e2e_click $(e2e_command_button 460)
+    e2e_park_pointer
 }

@@ -6,9 +6,11 @@
 #include "enginecells.h"
 
 #include <gtest/gtest.h>
+#include <omp.h>
 #include <opencv2/core.hpp>
 
 #include <random>
+#include <string>
 
 namespace {
 
@@ -181,6 +183,21 @@ cv::Mat identityField(int rows, int cols)
 
 } // namespace
 
+// Every pass runs the engine's parallel regions on two threads (the test
+// helper sets OMP_NUM_THREADS=2), the ThreadSanitizer pass included: a pass
+// that quietly ran them on one thread would check no race between them.
+TEST(Threads, ParallelRegionsRunOnTwoThreads)
+{
+    ASSERT_GE(omp_get_max_threads(), 2);
+    int team = 0;
+#pragma omp parallel
+    {
+#pragma omp single
+        team = omp_get_num_threads();
+    }
+    EXPECT_GE(team, 2);
+}
+
 TEST(VoteImage, IdentityFieldReturnsTheSource)
 {
     std::mt19937 rng(5);
@@ -191,6 +208,50 @@ TEST(VoteImage, IdentityFieldReturnsTheSource)
     const cv::Mat cost(src.size(), CV_16SC1, cv::Scalar::all(0));
     pm.voteImage(src, out, identityField(16, 21), noMask(16, 21), false, cost);
     EXPECT_EQ(cv::norm(out, src, cv::NORM_INF), 0.0);
+}
+
+// The rule as written ("the numerator divided by the denominator, truncated")
+// against its own edge case ("a field pointing every pixel at itself with
+// cost 0 returns the source"): with 25 voters of weight 0.999 the quotient
+// for 11 is a hair under 11. The engine keeps the edge case; the literal
+// reference shows that the rule alone would not, and marks those channels.
+TEST(VoteImage, LiteralTruncationWouldBreakTheIdentityEdgeCaseTheEngineKeeps)
+{
+    MyPatchMatch pm;
+    pm.m_voteAll = true;
+    // Every value 0 .. 255 once, in all three channels; border pixels have
+    // fewer voters (9 .. 20), inner ones 25.
+    cv::Mat src(16, 16, CV_8UC3);
+    for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 16; ++x)
+            src.at<cv::Vec3b>(y, x) = cv::Vec3b::all(uchar(16 * y + x));
+    const cv::Mat cost(src.size(), CV_16SC1, cv::Scalar::all(0));
+    cv::Mat out(src.size(), CV_8UC3, cv::Scalar::all(7));
+    cv::Mat literal = out.clone();
+    cv::Mat lifted(src.size(), CV_8UC3, cv::Scalar::all(0));
+    pm.voteImage(src, out, identityField(16, 16), noMask(16, 16), false, cost);
+    reference::voteImage(src, literal, identityField(16, 16), noMask(16, 16), false, cost, 2,
+                         pm.m_similarity, true, &lifted);
+    // The edge case holds in the engine.
+    EXPECT_EQ(cv::norm(out, src, cv::NORM_INF), 0.0);
+    // The literal rule gives one less on some pixels, and only where marked.
+    int below = 0;
+    for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 16; ++x)
+            for (int c = 0; c < 3; ++c)
+                if (literal.at<cv::Vec3b>(y, x)[c] != src.at<cv::Vec3b>(y, x)[c]) {
+                    ++below;
+                    EXPECT_EQ(literal.at<cv::Vec3b>(y, x)[c] + 1, src.at<cv::Vec3b>(y, x)[c]);
+                    EXPECT_TRUE(lifted.at<cv::Vec3b>(y, x)[c]) << y << "," << x;
+                }
+    EXPECT_GT(below, 0);
+    EXPECT_EQ(src.at<cv::Vec3b>(0, 11)[0], 11);
+    EXPECT_EQ(literal.at<cv::Vec3b>(5, 11)[0], 16 * 5 + 11) << "an inner pixel the rule gets right";
+    // Value 11 with 25 voters: the case worked out in the comment above.
+    double h = 0.0;
+    for (int k = 0; k < 25; ++k)
+        h += pm.m_similarity[0];
+    EXPECT_LT(11.0 * h / h, 11.0);
 }
 
 TEST(VoteImage, VotersAtFullCostLeaveThePixel)
@@ -240,13 +301,61 @@ TEST(VoteImage, UpscaleServesAnOddFinerSize)
     const cv::Mat cost(5, 6, CV_16SC1, cv::Scalar::all(0));
     cv::Mat out(src.size(), CV_8UC3, cv::Scalar::all(9));
     cv::Mat expected = out.clone();
+    cv::Mat lifted(src.size(), CV_8UC3, cv::Scalar::all(0));
     pm.voteImage(src, out, identityField(5, 6), noMask(11, 13), true, cost);
     reference::voteImage(src, expected, identityField(5, 6), noMask(11, 13), true, cost, 2,
-                         pm.m_similarity, true);
-    EXPECT_EQ(cv::norm(out, expected, cv::NORM_INF), 0.0);
+                         pm.m_similarity, true, &lifted);
+    EXPECT_EQ(reference::voteMismatch(out, expected, lifted), "");
     // The identity field read at half coordinates rebuilds the source, the
     // odd last row and column included.
     EXPECT_EQ(out.at<cv::Vec3b>(10, 12), src.at<cv::Vec3b>(10, 12));
+}
+
+namespace {
+
+// The engine's vote over a copy of `out` against the literal reference on
+// the same inputs: "" when they agree (see reference::voteMismatch).
+std::string voteAgainstReference(MyPatchMatch &pm, const cv::Mat &src, const cv::Mat &out,
+                                 const cv::Mat &field, const cv::Mat &mask, bool upscale,
+                                 const cv::Mat &cost)
+{
+    cv::Mat engine = out.clone(), expected = out.clone();
+    cv::Mat lifted(out.size(), CV_8UC3, cv::Scalar::all(0));
+    pm.voteImage(src, engine, field, mask, upscale, cost);
+    reference::voteImage(src, expected, field, mask, upscale, cost, 2, pm.m_similarity,
+                         pm.m_voteAll, &lifted);
+    return reference::voteMismatch(engine, expected, lifted);
+}
+
+} // namespace
+
+// The clone synthesis halves with rounding up, so at the step up a field of
+// h by w serves a finer level of 2h - 1 by 2w - 1 where the finer size is
+// odd: the voters that would stand on the missing row and column are
+// skipped, and what is left must vote as the rule says.
+TEST(VoteImage, UpscaleServesTheCloneSizeOneShortOfDouble)
+{
+    std::mt19937 rng(31);
+    MyPatchMatch pm;
+    for (int round = 0; round < 6; ++round) {
+        pm.m_voteAll = round % 2 == 0;
+        const int fRows = 6 + round, fCols = 9 - round / 2;
+        // The clone's halving: a level of r rows halves to (r + 1) / 2.
+        const int rows = 2 * fRows - 1, cols = 2 * fCols - (round % 3 == 0 ? 0 : 1);
+        ASSERT_EQ((rows + 1) / 2, fRows);
+        ASSERT_EQ((cols + 1) / 2, fCols);
+        const cv::Mat src = randomImage(rng, rows, cols);
+        const cv::Mat mask = randomMask(rng, rows, cols, 30);
+        cv::Mat field(fRows, fCols, CV_16SC3), cost(fRows, fCols, CV_16SC1);
+        std::uniform_int_distribution<int> px(-1, fCols), py(-1, fRows), lowCost(0, 6000);
+        for (int y = 0; y < fRows; ++y)
+            for (int x = 0; x < fCols; ++x) {
+                field.at<cv::Vec3s>(y, x) = cv::Vec3s(short(px(rng)), short(py(rng)), 0);
+                cost.at<short>(y, x) = short(lowCost(rng));
+            }
+        const cv::Mat out = randomImage(rng, rows, cols);
+        ASSERT_EQ(voteAgainstReference(pm, src, out, field, mask, true, cost), "") << "round " << round;
+    }
 }
 
 TEST(VoteImage, EqualsReferenceOnRandomInputs)
@@ -269,12 +378,8 @@ TEST(VoteImage, EqualsReferenceOnRandomInputs)
                 const int c = pick(rng) < 2 ? 0 : pick(rng) < 7 ? lowCost(rng) : anyCost(rng);
                 cost.at<short>(y, x) = short(c);
             }
-        cv::Mat out = randomImage(rng, rows, cols);
-        cv::Mat expected = out.clone();
-        pm.voteImage(src, out, field, mask, upscale, cost);
-        reference::voteImage(src, expected, field, mask, upscale, cost, 2, pm.m_similarity,
-                             pm.m_voteAll);
-        ASSERT_EQ(cv::norm(out, expected, cv::NORM_INF), 0.0) << "round " << round;
+        const cv::Mat out = randomImage(rng, rows, cols);
+        ASSERT_EQ(voteAgainstReference(pm, src, out, field, mask, upscale, cost), "") << "round " << round;
     }
 }
 
@@ -350,10 +455,11 @@ TEST(VoteImage, EqualsReferenceWhereVotersAgree)
         }
         cv::Mat out = v.out.clone();
         cv::Mat expected = v.out.clone();
+        cv::Mat lifted(rows, cols, CV_8UC3, cv::Scalar::all(0));
         pm.voteImage(v.src, out, v.field, v.mask, upscale, v.cost);
         reference::voteImage(v.src, expected, v.field, v.mask, upscale, v.cost, 2, pm.m_similarity,
-                             pm.m_voteAll);
-        ASSERT_EQ(cv::norm(out, expected, cv::NORM_INF), 0.0) << "round " << round;
+                             pm.m_voteAll, &lifted);
+        ASSERT_EQ(reference::voteMismatch(out, expected, lifted), "") << "round " << round;
         // The inputs do exercise the shortcut: many pixels take one colour
         // that differs from what out held before.
         for (int y = 0; y < rows; ++y)
@@ -378,16 +484,15 @@ TEST(VoteHole, EqualsReferenceOnMarkedPixelsAndLeavesTheRest)
         }
         cv::Mat out = v.out.clone();
         cv::Mat expected = v.out.clone();
+        cv::Mat lifted(rows, cols, CV_8UC3, cv::Scalar::all(0));
         pm.voteHole(v.src, out, v.field, v.mask, upscale, v.cost);
         reference::voteImage(v.src, expected, v.field, v.mask, upscale, v.cost, 2, pm.m_similarity,
-                             pm.m_voteAll);
-        for (int y = 0; y < rows; ++y)
-            for (int x = 0; x < cols; ++x) {
-                const bool marked = v.mask.at<cv::Vec3b>(y, x)[0] == 255;
-                ASSERT_EQ(out.at<cv::Vec3b>(y, x),
-                          marked ? expected.at<cv::Vec3b>(y, x) : v.out.at<cv::Vec3b>(y, x))
-                    << "round " << round << " at " << y << "," << x;
-            }
+                             pm.m_voteAll, &lifted);
+        // Marked pixels as the reference votes them, the rest untouched.
+        cv::Mat marks;
+        cv::extractChannel(v.mask, marks, 0);
+        v.out.copyTo(expected, marks != 255);
+        ASSERT_EQ(reference::voteMismatch(out, expected, lifted), "") << "round " << round;
     }
 }
 

@@ -84,8 +84,8 @@ long changedOutsideHole(const EraseResult &r)
 
 #define REQUIRE_SAMPLE(image, name)                                                               \
     const cv::Mat image = loadSample(name);                                                       \
-    if (image.empty())                                                                            \
-        GTEST_SKIP() << "sample picture " << kDataDir << name << " is not installed (python3-skimage)";
+    ASSERT_FALSE(image.empty()) << "sample picture " << kDataDir << name                            \
+                                << " is missing (python3-skimage, installed by scripts/setup.sh)";
 
 } // namespace
 

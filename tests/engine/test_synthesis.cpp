@@ -8,6 +8,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -225,6 +226,98 @@ TEST(EraseDriver, TinyHoleIsOneLevelOfSixIterations)
     EXPECT_EQ(emitted, repeated({{1, 6}}));
     // The hole got colours from the vote of the sixth iteration.
     EXPECT_NE(image.at<cv::Vec3b>(20, 20), cv::Vec3b(0, 0, 0));
+}
+
+// After the full-size vote the erase driver writes every unmarked pixel back
+// from its input. A plain driver would leave the vote's result there: the
+// source colour where the pixel's voters weigh 1.0 or more, and otherwise
+// the upscaled estimate of the coarser level, which shows as a seam along
+// the last row and column of an odd-sized crop (the coarser level covers
+// one row and column less). The whole driver on an odd crop first:
+TEST(EraseDriver, UnmarkedPixelsOfAnOddCropComeBackFromTheInput)
+{
+    for (const cv::Size size : {cv::Size(61, 47), cv::Size(49, 52), cv::Size(40, 33)}) {
+        MyPatchMatch pm;
+        const cv::Mat original = texture(size.height, size.width, 5);
+        const cv::Rect hole(size.width / 2 - 6, size.height / 2 - 5, 12, 10);
+        const cv::Mat mask = squareMask(size.height, size.width, hole);
+        cv::Mat image = original.clone();
+        const std::vector<long> emitted = runPlainErase(pm, image, mask);
+        ASSERT_FALSE(emitted.empty()) << size << ": the driver built no level";
+        long changedOutside = 0, blackInside = 0;
+        for (int y = 0; y < size.height; ++y)
+            for (int x = 0; x < size.width; ++x) {
+                const cv::Vec3b p = image.at<cv::Vec3b>(y, x);
+                if (hole.contains(cv::Point(x, y)))
+                    blackInside += p == cv::Vec3b(0, 0, 0);
+                else
+                    changedOutside += p != original.at<cv::Vec3b>(y, x);
+            }
+        EXPECT_EQ(changedOutside, 0) << size;
+        EXPECT_EQ(blackInside, 0) << size;
+    }
+}
+
+// ... and the full-size step itself against a plain one, on the same field:
+// the plain step is the literal vote with no copy-back. Marked pixels must
+// agree; an unmarked pixel may differ only where the plain vote left the
+// upscaled estimate (too little weight), and there the driver's pixel is the
+// input's. On an odd crop such pixels exist: that is what the copy-back
+// changes.
+TEST(EraseDriver, CopyBackChangesOnlyPixelsThePlainVoteLeftAtTheEstimate)
+{
+    std::mt19937 rng(41);
+    int leftAtEstimate = 0;
+    for (int round = 0; round < 4; ++round) {
+        MyPatchMatch pm;
+        pm.m_voteAll = false;
+        const int rows = 31 + 2 * round, cols = 45 - 2 * round; // odd: one more than twice the field
+        const int fRows = rows / 2, fCols = cols / 2;
+        const cv::Mat source = texture(rows, cols, 7 + round);
+        const cv::Rect hole(cols / 3, rows / 3, cols / 3, rows / 3);
+        const cv::Mat mask = squareMask(rows, cols, hole);
+        // A field as a search leaves it: mostly the pixel's own place or
+        // near it, outside the hole, with mostly low costs.
+        cv::Mat field(fRows, fCols, CV_16SC3), cost(fRows, fCols, CV_16SC1);
+        std::uniform_int_distribution<int> shift(-2, 2), pick(0, 9), lowCost(0, 5000), anyCost(0, 65535);
+        for (int y = 0; y < fRows; ++y)
+            for (int x = 0; x < fCols; ++x) {
+                int fx = std::clamp(x + shift(rng), 0, fCols - 1), fy = std::clamp(y + shift(rng), 0, fRows - 1);
+                if (hole.contains(cv::Point(2 * fx, 2 * fy)))
+                    fx = std::max(0, hole.x / 2 - 3);
+                field.at<cv::Vec3s>(y, x) = cv::Vec3s(short(fx), short(fy), 0);
+                cost.at<short>(y, x) = short(pick(rng) < 8 ? lowCost(rng) : anyCost(rng));
+            }
+        cv::Mat coarse;
+        cv::resize(source, coarse, cv::Size(fCols, fRows), 0, 0, cv::INTER_AREA);
+        cv::Mat estimate;
+        cv::resize(coarse, estimate, source.size(), 0, 0, cv::INTER_LINEAR);
+
+        // Plain: the literal vote over every pixel, nothing written back.
+        cv::Mat plain = estimate.clone(), lifted(rows, cols, CV_8UC3, cv::Scalar::all(0));
+        reference::voteImage(source, plain, field, mask, true, cost, 2, pm.m_similarity, false, &lifted);
+        // The driver's step: the hole's vote, then the copy-back.
+        cv::Mat driver = estimate.clone();
+        pm.voteHole(source, driver, field, mask, true, cost);
+        cv::Mat marks;
+        cv::extractChannel(mask, marks, 0);
+        source.copyTo(driver, marks != 255);
+
+        cv::Mat plainInHole = plain.clone();
+        driver.copyTo(plainInHole, marks != 255);
+        ASSERT_EQ(reference::voteMismatch(driver, plainInHole, lifted), "") << "round " << round;
+        for (int y = 0; y < rows; ++y)
+            for (int x = 0; x < cols; ++x) {
+                if (marks.at<uchar>(y, x) == 255)
+                    continue;
+                const cv::Vec3b p = plain.at<cv::Vec3b>(y, x);
+                if (p == source.at<cv::Vec3b>(y, x))
+                    continue;
+                ASSERT_EQ(p, estimate.at<cv::Vec3b>(y, x)) << "round " << round << " at " << y << "," << x;
+                ++leftAtEstimate;
+            }
+    }
+    EXPECT_GT(leftAtEstimate, 0);
 }
 
 TEST(EraseDriver, ThreeLevelsSignalSixTimesEach)

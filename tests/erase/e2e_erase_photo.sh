@@ -16,6 +16,7 @@ WORK=$E2E_DIR
 e2e_start
 e2e_open_photo "$PHOTO"
 e2e_park_pointer
+e2e_fit_photo "$ERASE_CHECK"
 
 # Where the photo stands, and at what scale.
 photo_shown() { "$CHECK" "$E2E_LAST" "$PHOTO" > "$WORK/found.txt" 2>&1; }

@@ -3,16 +3,19 @@
 # photograph, choose the stamp, Alt-click a source and drag a stroke, as a
 # user would, then check the screenshots: the photo changed along the stroke
 # and nowhere else.
-#   e2e_stamp.sh <mervane binary> <checker binary> <canvas checker binary>
+#   e2e_stamp.sh <mervane binary> <checker binary> <canvas checker binary> <erase checker binary>
 set -eu
 . "$MERVANE_E2E_LIB"
 e2e_begin "$1"
 CHECK=$2
 CANVAS_CHECK=$3
+ERASE_CHECK=$4
 PHOTO=$(e2e_photo coffee.png coffee.png)
 
 e2e_start
 e2e_open_photo "$PHOTO"
+e2e_park_pointer
+e2e_fit_photo "$ERASE_CHECK"
 photo_shown() { "$CANVAS_CHECK" "$E2E_LAST" "$PHOTO" > /dev/null; }
 e2e_wait_screen loaded 20 photo_shown || e2e_fail "the photo did not appear on the canvas"
 
