@@ -5,6 +5,7 @@
 #include "globals.h"
 #include "removedialog.h"
 #include "keyboardgrabpause.h"
+#include "jobdialog.h"
 #include "photoitem.h"
 #include "pathbytes.h"
 #include "studydialog.h"
@@ -233,6 +234,8 @@ void MainWindow::openPhoto(const QString &path)
     const int index = m_photoItems.size();
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
                                     ui->listWidget, index);
+    // The photo's progress dialog, shown while its jobs run.
+    new JobDialog(item);
     m_photoItems.append(item);
     for (PhotoItem *p : qAsConst(m_photoItems))
         unbindPhoto(p);

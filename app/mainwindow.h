@@ -43,6 +43,8 @@ public:
     void openPhoto(const QString &path);
     void bindPhoto(PhotoItem *item);
     void unbindPhoto(PhotoItem *item);
+    // The photo the window shows, or null.
+    PhotoItem *currentItem() const;
 
     void resetToolStyles();
 
@@ -192,7 +194,6 @@ private:
     void setStampStripVisible(bool visible);
     void selectTool(int code, QPushButton *button);
     void fallBackToBrush();
-    PhotoItem *currentItem() const;
     // Keyboard helpers.
     void restoreToolAfterSpace();
     void cancelSelectionUnderWay();

@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
+#include "jobdialog.h"
 #include "photoitem.h"
 
 void MainWindow::setSizeControlVisible(bool visible)
@@ -162,7 +163,8 @@ void MainWindow::on_pushButton_eraser_clicked()
 {
     // The progress dialog opens here; the welcome button's corner lies near
     // the middle of the window even while its page is hidden.
-    g_dialogPos = ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0));
+    if (JobDialog *jobs = JobDialog::of(currentItem()))
+        jobs->setPlace(ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
     emit sendEraseCommand();
 }
 

@@ -48,6 +48,30 @@ void CustomWidget::setImageFile(QString path, QWidget *source)
     update();
 }
 
+// Brings the pixmap in step with the photo inside one rectangle, instead of
+// converting the whole photo on every dab. What the widget shows is the same
+// as after a full conversion: the same colours, written with the source
+// composition, pixel for pixel. When the widget does not show this photo's
+// pixmap (before-and-after shows the file), it asks for the whole photo.
+bool CustomWidget::paintPhotoPatch(int x, int y, const QImage &patch, QSize photoSize)
+{
+    if (!m_overlayImage.isNull() || m_pixmap.size() != photoSize)
+        return false;
+    if (patch.isNull())
+        return true;
+    // Let go of the widget's reference for the moment, so that painting into
+    // the pixmap does not detach a full copy of it.
+    QPixmap pixmap = m_pixmap;
+    setPixmap(QPixmap(), this);
+    {
+        QPainter painter(&pixmap);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.drawImage(x, y, patch);
+    }
+    setPixmap(pixmap, this);
+    return true;
+}
+
 void CustomWidget::setStampPreview(int sourceX, int sourceY, int x, int y, QImage image)
 {
     paintMode = 1;

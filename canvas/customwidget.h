@@ -8,9 +8,11 @@
 #include <QRect>
 #include <QWidget>
 
+#include "layerview.h"
+
 // One layer of the canvas stack: draws an image or a pixmap at a zoom and a
 // scroll offset, and turns pointer events into image coordinates.
-class CustomWidget : public QWidget
+class CustomWidget : public QWidget, public LayerView
 {
     Q_OBJECT
 
@@ -26,6 +28,18 @@ public:
     void setPieceImage(int x, int y, QImage image);
     void setScale(double scale);
     void setScroll(double x, double y);
+
+    // The document's view of this layer.
+    void showImage(const QImage &image) override { setImage(image, this); }
+    void showPixmap(const QPixmap &pixmap) override { setPixmap(pixmap, this); }
+    void showImageFile(const QString &path) override { setImageFile(path, this); }
+    void showLayer(bool shown) override { setVisible(shown); }
+    void showStampPreview(int sourceX, int sourceY, int x, int y, const QImage &image) override
+    {
+        setStampPreview(sourceX, sourceY, x, y, image);
+    }
+    void showPiece(int x, int y, const QImage &image) override { setPieceImage(x, y, image); }
+    bool paintPhotoPatch(int x, int y, const QImage &patch, QSize photoSize) override;
 
     // Widget position (rounded) to image position; false if outside the image.
     bool mapToImage(const QPointF &widgetPos, QPointF *imagePos);

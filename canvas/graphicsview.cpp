@@ -2,7 +2,7 @@
 
 #include "globals.h"
 #include "pixmapitem.h"
-#include "skin.h"
+#include "resourceinit.h"
 
 #include <QGraphicsScene>
 #include <QGuiApplication>
@@ -31,7 +31,7 @@ GraphicsView::GraphicsView(QWidget *parent)
     : QGraphicsView(parent)
     , m_scene(new QGraphicsScene(this))
 {
-    Skin::init();
+    initResources();
     setScene(m_scene);
     setMouseTracking(true);
     viewport()->setMouseTracking(true);

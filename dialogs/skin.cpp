@@ -1,6 +1,7 @@
 #include "skin.h"
 
 #include "globals.h"
+#include "resourceinit.h"
 
 #include <QColor>
 #include <QGraphicsDropShadowEffect>
@@ -15,18 +16,12 @@
 #include <QToolTip>
 #include <QWidget>
 
-// Outside any namespace, as the resource macro requires.
-static void registerResources()
-{
-    Q_INIT_RESOURCE(resources);
-}
-
 namespace Skin {
 
 void init()
 {
     static const bool ready = [] {
-        registerResources();
+        initResources();
         QFont::insertSubstitution(QStringLiteral("Lato123"), QStringLiteral("Lato"));
         // Tool tips in the window's colours rather than the platform's pale
         // yellow; they are not widgets of ours, so no style sheet reaches them.

@@ -2,8 +2,6 @@
 #include "photoitem.h"
 #include "pathbytes.h"
 #include "customitem.h"
-#include "customwidget.h"
-#include "custombackwidget.h"
 #include "globals.h"
 
 #include <QFileInfo>
@@ -11,8 +9,8 @@
 #include <QUndoStack>
 #include <opencv2/imgcodecs.hpp>
 
-PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, CustomWidget *frontWidget,
-                     CustomWidget *frontGreenWidget, const QString &path, QListWidget *listWidget,
+PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+                     LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
                      int rowIndex, QObject *parent)
     : QObject(parent)
     , m_filePath(path)
@@ -56,17 +54,17 @@ PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, Cust
 
     initLayers();
 
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
-    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
-    m_backWidget->setImageSize(m_imageCols, m_imageRows, m_backWidget);
+    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_backWidget->showImageSize(m_imageCols, m_imageRows);
 
     m_grabbed = 0;
     m_stampSourceFresh = 0;
     m_stampSourceMissing = 1;
     m_saved = 1;
 
-    // The progress dialog and the worker thread of this photo.
+    // The worker thread of this photo.
     hookUpEngine();
 
     m_brushSize = 30;

@@ -6,19 +6,19 @@
 #include <QString>
 #include <opencv2/core.hpp>
 
+#include "layerview.h"
 #include "matconvert.h"
 
 class QListWidget;
 class QListWidgetItem;
 class QUndoStack;
-class CustomBackWidget;
-class CustomWidget;
 class CustomItem;
 class ThreadFromQThread;
-class processDialog;
 
 // The document of one loaded photo: the image, its selection layers, the
-// tool state, its own undo stack, worker thread and progress dialog.
+// tool state, its own undo stack and worker thread. It draws through the
+// LayerView interface and tells of its jobs by signals; the window owns the
+// progress dialog that listens to them.
 //
 // Layer encoding (all four selection layers, CV_8UC4, B G R A, image size):
 //   unselected (0,0,0,0); red selection (0,0,255,128); green (0,255,0,128).
@@ -32,8 +32,8 @@ public:
     static constexpr int kMaxLassoPoints = 100000;
     static constexpr int kMaxPolyPoints = 100;
 
-    PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, CustomWidget *frontWidget,
-              CustomWidget *frontGreenWidget, const QString &path, QListWidget *listWidget,
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+              LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
               int rowIndex, QObject *parent = nullptr);
     ~PhotoItem() override;
 
@@ -77,10 +77,10 @@ public:
     double m_strokeMaxX = -1.0;
     double m_strokeMaxY = -1.0;
     QString m_filePath;
-    CustomBackWidget *m_backWidget = nullptr;
-    CustomWidget *m_midWidget = nullptr;
-    CustomWidget *m_frontWidget = nullptr;
-    CustomWidget *m_frontGreenWidget = nullptr;
+    LayerView *m_backWidget = nullptr;
+    LayerView *m_midWidget = nullptr;
+    LayerView *m_frontWidget = nullptr;
+    LayerView *m_frontGreenWidget = nullptr;
     QUndoStack *m_undoStack = nullptr;
     QListWidget *m_listWidget = nullptr;
     double m_scale = 1.0;
@@ -121,7 +121,6 @@ public:
     cv::Point m_lassoPoints[kMaxLassoPoints];
     int m_polyCount = 0;
     cv::Point m_polyPoints[kMaxPolyPoints];
-    processDialog *m_processDialog = nullptr;
     CustomItem *m_rowWidget = nullptr;
     int m_dragOriginX = 0;
     int m_dragOriginY = 0;
@@ -144,6 +143,11 @@ public:
     int m_stampStrokeIndex = -1;
 
 signals:
+    // A job went to the worker; it reports a percentage, then ends (by
+    // result, cancel or failure) just before sendThreadFinish.
+    void jobStarted();
+    void jobProgress(int percent);
+    void jobEnded();
     void sendThreadFinish();
     void sendDeleteItem();
     void sendOverStampSelect();
@@ -187,7 +191,7 @@ public:
 
 private:
     void foldJobResult(cv::Mat image, cv::Mat result);
-    // Engine jobs (photoitem_jobs.cpp): thread and dialog of this photo.
+    // Engine jobs (photoitem_jobs.cpp): the thread of this photo.
     void hookUpEngine();
     void releaseEngine();
     bool prepareSeamlessJob();
@@ -200,8 +204,8 @@ private:
     // Helpers of the selection tools.
     cv::Mat &activeLayer();
     cv::Mat &activeBase();
-    CustomWidget *activeWidget() const;
-    void showLayer(const cv::Mat &layer, CustomWidget *widget);
+    LayerView *activeWidget() const;
+    void showLayer(const cv::Mat &layer, LayerView *widget);
     void pushSelectionEntry(const cv::Rect &rect, const QString &text);
     QString undoTextForTool() const;
     void polygonClick(QPointF pos);

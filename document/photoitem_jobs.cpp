@@ -3,21 +3,16 @@
 //
 // A job runs on Mat views that share memory with m_image and writes in
 // place, so the interface thread keeps away from m_image until
-// finished_thread arrives; the modal progress dialog is what keeps the user
-// away. m_imageBeforeJob is the whole image as it was, for a cancel and for
+// finished_thread arrives; the modal progress dialog the window shows
+// between jobStarted and jobEnded is what keeps the user away. m_imageBeforeJob is the whole image as it was, for a cancel and for
 // the "before" of the undo entry.
 #include "photoitem.h"
 #include "commands.h"
-#include "customwidget.h"
-#include "globals.h"
-#include "processdialog.h"
 #include "progress.h"
 #include "threadfromqthread.h"
 #include "workbox.h"
 
 #include <QDebug>
-#include <QEvent>
-#include <QKeyEvent>
 #include <QUndoStack>
 #include <opencv2/imgproc.hpp>
 
@@ -61,46 +56,10 @@ cv::Rect changedBounds(const cv::Mat &a, const cv::Mat &b)
     return cv::boundingRect(changed);
 }
 
-// While a job runs, the progress dialog must stay up: a dialog hidden by
-// Escape or by the window manager's close would give the user the photo
-// back while the worker still writes into it. Both become a cancel request;
-// the dialog closes when the job has ended.
-class JobDialogGuard : public QObject
-{
-public:
-    explicit JobDialogGuard(PhotoItem *item) : QObject(item), m_item(item) {}
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (!m_item->m_jobActive)
-            return QObject::eventFilter(watched, event);
-        if (event->type() == QEvent::KeyPress
-            && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
-            m_item->recvCancelStatus();
-            return true;
-        }
-        if (event->type() == QEvent::Close) {
-            event->ignore();
-            m_item->recvCancelStatus();
-            return true;
-        }
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    PhotoItem *m_item;
-};
-
 } // namespace
 
 void PhotoItem::hookUpEngine()
 {
-    // The dialog is a window of its own, with no parent; this photo deletes it.
-    m_processDialog = new processDialog;
-    connect(m_processDialog, &processDialog::sendCancelStatus, this, &PhotoItem::recvCancelStatus);
-    m_processDialog->installEventFilter(new JobDialogGuard(this));
-
     // The thread object lives on this (the interface) thread while its run()
     // executes on the worker, so both signals arrive queued. Connected once
     // for the life of the photo: each job's end is handled exactly once.
@@ -123,8 +82,6 @@ void PhotoItem::releaseEngine()
         }
     }
     m_jobActive = false;
-    delete m_processDialog;
-    m_processDialog = nullptr;
 }
 
 void PhotoItem::recvEraseCommand()
@@ -200,9 +157,8 @@ void PhotoItem::recvEraseCommand()
     m_jobActive = true;
     m_workerThread->start(QThread::InheritPriority);
 
-    m_processDialog->move(g_dialogPos);
-    m_processDialog->show();
-    m_processDialog->recvProcessNum(0);
+    emit jobStarted();
+    emit jobProgress(0);
 }
 
 // The piece of the smart clone, at its moved size, goes into m_cloneSource
@@ -313,16 +269,16 @@ void PhotoItem::onQThreadFinished()
     }
     showImageAndLayers();
 
-    m_processDialog->close();
+    emit jobEnded();
     emit sendThreadFinish();
 }
 
 void PhotoItem::showImageAndLayers()
 {
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
-    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
-    m_frontGreenWidget->setVisible(true);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontGreenWidget->showLayer(true);
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
 }
 
 void PhotoItem::setProcessSum(long sum)
@@ -333,7 +289,7 @@ void PhotoItem::setProcessSum(long sum)
         m_progressBase = int(std::clamp(sum, 0L, 65535L));
         m_firstProgress = 0;
     }
-    m_processDialog->recvProcessNum(progressPercent(sum, m_progressBase));
+    emit jobProgress(progressPercent(sum, m_progressBase));
 }
 
 void PhotoItem::recvCancelStatus()

@@ -3,7 +3,6 @@
 // primitive straight into the layer, never anti-aliased, so the layers keep
 // the four values of their encoding. One finished gesture is one undo entry.
 #include "commands.h"
-#include "customwidget.h"
 #include "photoitem.h"
 
 #include <QUndoStack>
@@ -35,12 +34,12 @@ static int stampLassoThickness(double scale) { return std::max(1, int(8.0 / scal
 
 cv::Mat &PhotoItem::activeLayer() { return m_colorType == 1 ? m_inpaintMaskBK : m_inpaintMask; }
 cv::Mat &PhotoItem::activeBase() { return m_colorType == 1 ? m_strokeBaseGreen : m_strokeBaseRed; }
-CustomWidget *PhotoItem::activeWidget() const { return m_colorType == 1 ? m_frontGreenWidget : m_frontWidget; }
+LayerView *PhotoItem::activeWidget() const { return m_colorType == 1 ? m_frontGreenWidget : m_frontWidget; }
 
-void PhotoItem::showLayer(const cv::Mat &layer, CustomWidget *widget)
+void PhotoItem::showLayer(const cv::Mat &layer, LayerView *widget)
 {
     // A wrap, not a copy: the widget paints straight from the layer.
-    widget->setImage(matToQImage(layer), widget);
+    widget->showImage(matToQImage(layer));
 }
 
 QString PhotoItem::undoTextForTool() const
@@ -321,8 +320,8 @@ void PhotoItem::grabAt(QPointF pos)
 
 void PhotoItem::showMovedPiece(const cv::Mat &piece)
 {
-    m_frontGreenWidget->setVisible(true);
-    m_frontGreenWidget->setPieceImage(m_moveX, m_moveY, matToQImage(piece));
+    m_frontGreenWidget->showLayer(true);
+    m_frontGreenWidget->showPiece(m_moveX, m_moveY, matToQImage(piece));
 }
 
 void PhotoItem::dragPiece(QPointF pos)
@@ -364,7 +363,7 @@ void PhotoItem::dragPiece(QPointF pos)
                 dst[tx] = src[r.x + col];
         }
     }
-    m_midWidget->setPixmap(matToQPixmap(m_clonePreview), m_midWidget);
+    m_midWidget->showPixmap(matToQPixmap(m_clonePreview));
 }
 
 void PhotoItem::recvLeftMoveChangePoint(QPointF pos, int x, int y, int type)

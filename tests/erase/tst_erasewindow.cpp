@@ -20,6 +20,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "jobdialog.h"
 #include "processdialog.h"
 #include "threadfromqthread.h"
 #include "ui_mainwindow.h"
@@ -84,7 +85,7 @@ class TestEraseWindow : public QObject
         release(top, toCanvas(prev));
     }
 
-    processDialog *dialogOf(PhotoItem *item) const { return item->m_processDialog; }
+    processDialog *dialogOf(PhotoItem *item) const { return JobDialog::of(item)->dialog(); }
 
     // The brush stroke reached the red layer.
     bool brushPaints(PhotoItem *item) const { return cv::countNonZero(redOf(item->m_inpaintMask)) > 0; }
@@ -145,8 +146,8 @@ private slots:
         // The interface came back at once: the job runs under the dialog.
         QVERIFY(item->m_jobActive);
         QVERIFY(dialogOf(item)->isVisible());
-        QCOMPARE(g_dialogPos, ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
-        QCOMPARE(dialogOf(item)->pos(), g_dialogPos);
+        QCOMPARE(JobDialog::of(item)->place(), ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
+        QCOMPARE(dialogOf(item)->pos(), JobDialog::of(item)->place());
         const cv::Rect crop = cv::Rect(cv::Point(int(item->m_workMinX), int(item->m_workMinY)),
                                        cv::Point(int(item->m_workMaxX), int(item->m_workMaxY)));
         QVERIFY(finished.wait(kJobTimeoutMs));

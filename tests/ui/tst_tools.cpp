@@ -14,6 +14,7 @@
 #include "customwidget.h"
 #include "globals.h"
 #include "mainwindow.h"
+#include "jobdialog.h"
 #include "photoitem.h"
 #include "testutil.h"
 #include "ui_mainwindow.h"
@@ -248,11 +249,13 @@ private slots:
     void eraserStoresTheDialogPlace()
     {
         openPhoto();
-        g_dialogPos = QPoint(-1, -1);
+        JobDialog *jobs = JobDialog::of(m_w->currentItem());
+        QVERIFY(jobs);
+        jobs->setPlace(QPoint(-1, -1));
         QSignalSpy spy(m_w, &MainWindow::sendEraseCommand);
         ui->pushButton_eraser->click();
         QCOMPARE(spy.count(), 1);
-        QCOMPARE(g_dialogPos, ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
+        QCOMPARE(jobs->place(), ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
         ui->pushButton_eraser->setEnabled(false);
         m_w->RecvThreadFinish();
         QVERIFY(ui->pushButton_eraser->isEnabled());
