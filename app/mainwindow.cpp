@@ -76,8 +76,8 @@ MainWindow::MainWindow(QWidget *parent)
     m_spaceHeld = false;
     m_isNormalSize = true;
     m_rightPanelOpen = true;
-    m_toolType = 4;
-    m_colorType = 0;
+    m_toolType = Tool::Brush;
+    m_colorType = Colour::Mask;
     m_brushSize = 30;
     m_scale = 1.0;
     m_dragging = false;
@@ -248,11 +248,7 @@ void MainWindow::openPhoto(const QString &path)
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 
     // Back to the brush in red. The colour buttons keep their look.
-    resetToolStyles();
-    setToolLook(ui->pushButton_penplus, true);
-    m_colorType = 0;
-    m_toolType = 4;
-    emit sendSelectType(4, m_brushSize, 0);
+    fallBackToBrush();
 
     ui->listWidget->setCurrentItem(item->m_listItem);
     recvFit();

@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QTranslator>
 
+#include "tools.h"
+
 namespace Ui { class MainWindow; }
 
 class QAction;
@@ -72,8 +74,8 @@ public:
     const QList<PhotoItem *> &photoItems() const { return m_photoItems; }
     QUndoGroup *undoGroup() const { return m_undoGroup; }
     double displayScale() const { return m_scale; }
-    int toolType() const { return m_toolType; }
-    int colorType() const { return m_colorType; }
+    Tool toolType() const { return m_toolType; }
+    Colour colorType() const { return m_colorType; }
     int brushSize() const { return m_brushSize; }
     QString openDir() const { return m_openDir; }
     QString saveDir() const { return m_saveDir; }
@@ -81,7 +83,7 @@ public:
     bool rightPanelOpen() const { return m_rightPanelOpen; }
     QString location() const { return m_location; }
     bool spaceHeld() const { return m_spaceHeld; }
-    int prevTool() const { return m_prevTool; }
+    Tool prevTool() const { return m_prevTool; }
     bool dragging() const { return m_dragging; }
     QPoint dragOffset() const { return QPoint(m_dragX, m_dragY); }
     bool isNormalSize() const { return m_isNormalSize; }
@@ -192,7 +194,9 @@ private:
     void setColorLooks(bool redSelected, bool greenSelected);
     void setSizeControlVisible(bool visible);
     void setStampStripVisible(bool visible);
-    void selectTool(int code, QPushButton *button);
+    void selectTool(Tool tool, QPushButton *button);
+    // Tells the tool, size and colour in force to the photo and the canvases.
+    void tellTool();
     void fallBackToBrush();
     // Keyboard helpers.
     void restoreToolAfterSpace();
@@ -213,9 +217,9 @@ private:
     QList<PhotoItem *> m_photoItems;
     QUndoGroup *m_undoGroup = nullptr;
     int m_brushSize = 30;
-    int m_prevTool = 4;
-    int m_toolType = 4;
-    int m_colorType = 0;
+    Tool m_prevTool = Tool::Brush;
+    Tool m_toolType = Tool::Brush;
+    Colour m_colorType = Colour::Mask;
     double m_scale = 1.0;
     QMenu *m_topMenu = nullptr;
     QAction *m_websiteAction = nullptr;

@@ -167,22 +167,22 @@ void MainWindow::restoreToolAfterSpace()
     // not restored: the photo stays on the move tool.
     QPushButton *button = nullptr;
     switch (m_toolType) {
-    case 1: button = ui->pushButton_rect; break;
-    case 2: button = ui->pushButton_noose; break;
-    case 3: button = ui->pushButton_poly; break;
-    case 4: button = ui->pushButton_penplus; break;
-    case 5: button = ui->pushButton_sub; break;
-    case 8: button = ui->pushButton_stamp; break;
-    case 9: button = ui->pushButton_handle; break;
-    case 12: button = ui->pushButton_clone; break;
+    case Tool::Rectangle: button = ui->pushButton_rect; break;
+    case Tool::Lasso: button = ui->pushButton_noose; break;
+    case Tool::Polygon: button = ui->pushButton_poly; break;
+    case Tool::Brush: button = ui->pushButton_penplus; break;
+    case Tool::FixSelection: button = ui->pushButton_sub; break;
+    case Tool::Stamp: button = ui->pushButton_stamp; break;
+    case Tool::MoveView: button = ui->pushButton_handle; break;
+    case Tool::SmartClone: button = ui->pushButton_clone; break;
     default: return;
     }
     resetToolStyles();
     setToolLook(button, true);
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
-    if (m_toolType == 4 || m_toolType == 5 || m_toolType == 8 || m_toolType == 12)
+    tellTool();
+    if (m_toolType == Tool::Brush || m_toolType == Tool::FixSelection || m_toolType == Tool::Stamp || m_toolType == Tool::SmartClone)
         setSizeControlVisible(true);
-    if (m_toolType == 8)
+    if (m_toolType == Tool::Stamp)
         setStampStripVisible(true);
 }
 
@@ -194,7 +194,7 @@ void MainWindow::cancelSelectionUnderWay()
     item->m_polyCount = 0;
     item->m_stampRegionActive = 0;
     item->clearStrokeBaseRed();
-    if (m_toolType == 12) {
+    if (m_toolType == Tool::SmartClone) {
         item->clearInpaintMaskBK();
         item->m_cloneGrowX = 0;
         item->m_cloneGrowY = 0;

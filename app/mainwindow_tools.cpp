@@ -36,43 +36,48 @@ void MainWindow::resetToolStyles()
     setStampStripVisible(false);
 }
 
-void MainWindow::selectTool(int code, QPushButton *button)
+void MainWindow::tellTool()
+{
+    emit sendSelectType(toolCode(m_toolType), m_brushSize, colourCode(m_colorType));
+}
+
+void MainWindow::selectTool(Tool tool, QPushButton *button)
 {
     resetToolStyles();
     if (button)
         setToolLook(button, true);
-    m_toolType = code;
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+    m_toolType = tool;
+    tellTool();
 }
 
 void MainWindow::fallBackToBrush()
 {
     resetToolStyles();
     setToolLook(ui->pushButton_penplus, true);
-    m_colorType = 0;
-    m_toolType = 4;
-    emit sendSelectType(4, m_brushSize, 0);
+    m_colorType = Colour::Mask;
+    m_toolType = Tool::Brush;
+    tellTool();
 }
 
-void MainWindow::on_pushButton_rect_clicked() { selectTool(1, ui->pushButton_rect); }
-void MainWindow::on_pushButton_noose_clicked() { selectTool(2, ui->pushButton_noose); }
-void MainWindow::on_pushButton_poly_clicked() { selectTool(3, ui->pushButton_poly); }
+void MainWindow::on_pushButton_rect_clicked() { selectTool(Tool::Rectangle, ui->pushButton_rect); }
+void MainWindow::on_pushButton_noose_clicked() { selectTool(Tool::Lasso, ui->pushButton_noose); }
+void MainWindow::on_pushButton_poly_clicked() { selectTool(Tool::Polygon, ui->pushButton_poly); }
 
 void MainWindow::on_pushButton_penplus_clicked()
 {
-    selectTool(4, ui->pushButton_penplus);
+    selectTool(Tool::Brush, ui->pushButton_penplus);
     setSizeControlVisible(true);
 }
 
 void MainWindow::on_pushButton_sub_clicked()
 {
-    selectTool(5, ui->pushButton_sub);
+    selectTool(Tool::FixSelection, ui->pushButton_sub);
     setSizeControlVisible(true);
 }
 
 void MainWindow::on_pushButton_clone_clicked()
 {
-    selectTool(12, ui->pushButton_clone);
+    selectTool(Tool::SmartClone, ui->pushButton_clone);
     ui->pushButton_red->hide();
     ui->pushButton_green->hide();
 }
@@ -80,7 +85,7 @@ void MainWindow::on_pushButton_clone_clicked()
 void MainWindow::on_pushButton_subline_clicked()
 {
     // Same tool as the smart clone button, without a selected look.
-    selectTool(12, nullptr);
+    selectTool(Tool::SmartClone, nullptr);
     ui->pushButton_red->hide();
     ui->pushButton_green->hide();
 }
@@ -89,12 +94,12 @@ void MainWindow::on_pushButton_handle_clicked()
 {
     if (m_photoItems.isEmpty())
         return;
-    selectTool(9, ui->pushButton_handle);
+    selectTool(Tool::MoveView, ui->pushButton_handle);
 }
 
 void MainWindow::on_pushButton_stamp_clicked()
 {
-    selectTool(8, ui->pushButton_stamp);
+    selectTool(Tool::Stamp, ui->pushButton_stamp);
     setSizeControlVisible(true);
     setStampStripVisible(true);
     ui->pushButton_red->hide();
@@ -117,8 +122,8 @@ void MainWindow::on_pushButton_stamp_1_clicked()
     if (m_photoItems.isEmpty())
         return;
     setToolLook(ui->pushButton_stamp_1, true);
-    m_toolType = 10;
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+    m_toolType = Tool::StampRegionLasso;
+    tellTool();
 }
 
 void MainWindow::on_pushButton_stamp_2_clicked()
@@ -126,8 +131,8 @@ void MainWindow::on_pushButton_stamp_2_clicked()
     if (m_photoItems.isEmpty())
         return;
     setToolLook(ui->pushButton_stamp_2, true);
-    m_toolType = 11;
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+    m_toolType = Tool::StampRegionPolygon;
+    tellTool();
 }
 
 void MainWindow::RecvOverStampSelect()
@@ -136,8 +141,8 @@ void MainWindow::RecvOverStampSelect()
     setToolLook(ui->pushButton_stamp, true);
     setToolLook(ui->pushButton_stamp_1, false);
     setToolLook(ui->pushButton_stamp_2, false);
-    m_toolType = 8;
-    emit sendSelectType(8, m_brushSize, m_colorType);
+    m_toolType = Tool::Stamp;
+    tellTool();
     setSizeControlVisible(true);
     setStampStripVisible(true);
 }
@@ -145,17 +150,17 @@ void MainWindow::RecvOverStampSelect()
 void MainWindow::on_pushButton_red_clicked()
 {
     setColorLooks(true, false);
-    m_colorType = 0;
+    m_colorType = Colour::Mask;
     // Type first, layer second: the layer view repaints for the new colour.
-    emit sendSelectType(m_toolType, m_brushSize, 0);
+    tellTool();
     emit getRedRoi();
 }
 
 void MainWindow::on_pushButton_green_clicked()
 {
     setColorLooks(false, true);
-    m_colorType = 1;
-    emit sendSelectType(m_toolType, m_brushSize, 1);
+    m_colorType = Colour::Donor;
+    tellTool();
     emit getGreenRoi();
 }
 
@@ -176,7 +181,7 @@ void MainWindow::RecvThreadFinish()
 void MainWindow::on_verticalSlider_valueChanged(int value)
 {
     m_brushSize = value;
-    emit sendSelectType(m_toolType, value, m_colorType);
+    tellTool();
     ui->label->setText(QStringLiteral("%1").arg(value));
 }
 

@@ -265,9 +265,9 @@ void CustomWidget::setHandleCursor(int handle)
 
 void CustomWidget::mousePressEvent(QMouseEvent *event)
 {
-    if (m_tool == 7)
+    if (m_tool == Tool::PieceDrag)
         setShapeCursor(Qt::ClosedHandCursor);
-    if (m_tool == 9) {
+    if (m_tool == Tool::MoveView) {
         m_handPress = event->localPos();
         m_handDragging = 1;
         return;
@@ -275,12 +275,12 @@ void CustomWidget::mousePressEvent(QMouseEvent *event)
     QPointF pos;
     if (!(event->buttons() & Qt::LeftButton) || !mapToImage(event->localPos(), &pos))
         return;
-    if (QGuiApplication::keyboardModifiers() == Qt::AltModifier && m_tool == 8) {
+    if (QGuiApplication::keyboardModifiers() == Qt::AltModifier && m_tool == Tool::Stamp) {
         setOwnSizeCursor(QStringLiteral(":/image/target.png"));
         emit sendLeftALTPressPoint(pos);
         return;
     }
-    if (m_tool == 12) {
+    if (m_tool == Tool::SmartClone) {
         setShapeCursor(Qt::ClosedHandCursor);
         const int handle = handleAt(event->localPos().toPoint());
         if (handle) {
@@ -298,9 +298,9 @@ void CustomWidget::mousePressEvent(QMouseEvent *event)
 void CustomWidget::mouseMoveEvent(QMouseEvent *event)
 {
     const bool left = event->buttons() & Qt::LeftButton;
-    if (m_tool == 7 && left)
+    if (m_tool == Tool::PieceDrag && left)
         setShapeCursor(Qt::ClosedHandCursor);
-    if (m_tool == 9 && m_handDragging) {
+    if (m_tool == Tool::MoveView && m_handDragging) {
         if (left) {
             const QPoint p = event->localPos().toPoint();
             emit sendMove(int(p.x() - m_handPress.x()), int(p.y() - m_handPress.y()));
@@ -310,7 +310,7 @@ void CustomWidget::mouseMoveEvent(QMouseEvent *event)
     QPointF pos;
     if (!mapToImage(event->localPos(), &pos))
         return;
-    if (m_tool == 12) {
+    if (m_tool == Tool::SmartClone) {
         setHandleCursor(handleAt(event->localPos().toPoint()));
         if (m_handleActive && left) {
             const int x = int(pos.x() - m_handlePress.x());
@@ -331,13 +331,13 @@ void CustomWidget::mouseReleaseEvent(QMouseEvent *event)
 {
     if (event->button() != Qt::LeftButton)
         return;
-    if (m_tool == 7 || m_tool == 12)
+    if (m_tool == Tool::PieceDrag || m_tool == Tool::SmartClone)
         setShapeCursor(Qt::OpenHandCursor);
-    if (m_tool == 12)
+    if (m_tool == Tool::SmartClone)
         m_handleActive = 0;
-    if (m_tool == 8)
+    if (m_tool == Tool::Stamp)
         applyToolCursor();
-    if (m_tool == 9)
+    if (m_tool == Tool::MoveView)
         return;
     QPointF pos;
     if (!mapToImage(event->localPos(), &pos))
@@ -385,9 +385,9 @@ void CustomWidget::contextMenuEvent(QContextMenuEvent *event)
 
 void CustomWidget::recvSelectType(int type, int size, int colorType)
 {
-    m_tool = type;
+    m_tool = toolFromCode(type);
     m_brushSize = size;
-    m_colorType = colorType;
+    m_colorType = colourFromCode(colorType);
     applyToolCursor();
 }
 
@@ -399,12 +399,12 @@ void CustomWidget::openUrl_zoomout() { emit sendzoomout(); }
 
 void CustomWidget::recvaltPress()
 {
-    if (m_tool == 8)
+    if (m_tool == Tool::Stamp)
         setOwnSizeCursor(QStringLiteral(":/image/target.png"));
 }
 
 void CustomWidget::recvaltRelease()
 {
-    if (m_tool == 8)
+    if (m_tool == Tool::Stamp)
         applyToolCursor();
 }

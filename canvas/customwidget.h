@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include "layerview.h"
+#include "tools.h"
 
 // One layer of the canvas stack: draws an image or a pixmap at a zoom and a
 // scroll offset, and turns pointer events into image coordinates.
@@ -54,9 +55,9 @@ public:
     int offsetTop() const { return m_offsetTop; }
     int scaledWidth() const { return m_scaledWidth; }
     int scaledHeight() const { return m_scaledHeight; }
-    int tool() const { return m_tool; }
+    Tool tool() const { return m_tool; }
     int brushSize() const { return m_brushSize; }
-    int colorType() const { return m_colorType; }
+    Colour colorType() const { return m_colorType; }
     const QImage &overlayImage() const { return m_overlayImage; }
     const QPixmap &pixmap() const { return m_pixmap; }
     QRect pieceRect() const { return m_pieceRect; }
@@ -136,8 +137,8 @@ private:
     int m_sourceMark[2] = {0, 0};
     int m_pieceOrigin[2] = {0, 0};
     // No tool is in force until the window first tells one; 0 matches no code.
-    int m_tool = 0;
-    int m_colorType = 0;
+    Tool m_tool = Tool::None;
+    Colour m_colorType = Colour::Mask;
     int m_brushSize = 30;
     QPointF m_handlePress;
     int m_handleActive = 0;

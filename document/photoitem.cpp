@@ -70,8 +70,8 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_brushSize = 30;
     m_lassoCount = 0;
     m_polyCount = 0;
-    m_tool = 4;
-    m_colorType = 0;
+    m_tool = Tool::Brush;
+    m_colorType = Colour::Mask;
     m_scale = 1.0;
     m_canceled = 0;
 }

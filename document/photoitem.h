@@ -8,6 +8,7 @@
 
 #include "layerview.h"
 #include "matconvert.h"
+#include "tools.h"
 
 class QListWidget;
 class QListWidgetItem;
@@ -113,8 +114,8 @@ public:
     quint8 m_donorUsed = 0;
     quint8 m_firstProgress = 1;
     int m_progressBase = 0;
-    int m_tool = 4;
-    int m_colorType = 0;
+    Tool m_tool = Tool::Brush;
+    Colour m_colorType = Colour::Mask;
     int m_brushSize = 30;
     quint8 m_saved = 1;
     int m_lassoCount = 0;

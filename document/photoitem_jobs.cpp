@@ -104,11 +104,11 @@ void PhotoItem::recvEraseCommand()
 
     // The smart clone needs a piece to paste; without one the photo stays
     // as it is.
-    if (m_tool == 12 && !prepareSeamlessJob()) {
+    if (m_tool == Tool::SmartClone && !prepareSeamlessJob()) {
         emit sendThreadFinish();
         return;
     }
-    if (m_tool == 7) {
+    if (m_tool == Tool::PieceDrag) {
         const cv::Rect r = selectionBounds();
         if (r.width < 1 || r.height < 1 || m_clonePreview.size() != m_image.size()
             || m_clonePreview.type() != m_image.type()) {
@@ -127,7 +127,7 @@ void PhotoItem::recvEraseCommand()
 
     // An erase job whose crop holds no red pixel would change nothing:
     // leave the photo, the selection and the box as they are.
-    const bool eraseJob = m_tool != 7 && m_tool != 12;
+    const bool eraseJob = m_tool != Tool::PieceDrag && m_tool != Tool::SmartClone;
     if (eraseJob && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
         emit sendThreadFinish();
         return;
@@ -140,17 +140,17 @@ void PhotoItem::recvEraseCommand()
 
     m_imageBeforeJob = m_image.clone();
 
-    if (m_tool == 7) {
-        m_workerThread->setCloneJob(m_image, m_clonePreview, 2, m_moveX, m_moveY, m_inpaintMask);
+    if (m_tool == Tool::PieceDrag) {
+        m_workerThread->setCloneJob(m_image, m_clonePreview, JobType::Clone, m_moveX, m_moveY, m_inpaintMask);
     } else if (eraseJob) {
         const cv::Mat image = m_image(crop);
         const cv::Mat green = m_inpaintMaskBK(crop);
         // A donor flag left over from an undone green stroke, with no green
         // in the crop, asks for a plain erase.
         const bool useDonor = m_donorUsed != 0 && hasSelected(green, 1);
-        m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, 1);
+        m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, JobType::Erase);
     }
-    // Tool 12: prepareSeamlessJob has filled the job.
+    // The smart clone: prepareSeamlessJob has filled the job.
 
     // Only a job that ran to its end leaves a result header behind.
     m_workerThread->m_resultImage.release();
@@ -204,13 +204,13 @@ bool PhotoItem::prepareSeamlessJob()
 
     const cv::Point centre((w >> 1) + m_moveX, (h >> 1) + m_moveY);
     m_workerThread->setSeamlessJob(source, m_image, centre, mask);
-    m_workerThread->setJobType(3);
+    m_workerThread->setJobType(JobType::Seamless);
     return true;
 }
 
 void PhotoItem::recvCloneCommand()
 {
-    m_tool = 7;
+    m_tool = Tool::PieceDrag;
 }
 
 void PhotoItem::onQThreadFinished()
@@ -228,10 +228,10 @@ void PhotoItem::onQThreadFinished()
     if (m_canceled == 0 && !failed) {
         cv::Rect rect;
         QString text;
-        if (m_tool == 7 || m_tool == 12) {
+        if (m_tool == Tool::PieceDrag || m_tool == Tool::SmartClone) {
             const cv::Rect r = selectionBounds();
-            const int growX = m_tool == 12 ? m_cloneGrowX : 0;
-            const int growY = m_tool == 12 ? m_cloneGrowY : 0;
+            const int growX = m_tool == Tool::SmartClone ? m_cloneGrowX : 0;
+            const int growY = m_tool == Tool::SmartClone ? m_cloneGrowY : 0;
             rect = cv::Rect(cv::Point(m_moveX, m_moveY),
                             cv::Point(r.width + m_moveX + growX, r.height + m_moveY + growY));
             text = QStringLiteral("Smart Clone");
@@ -241,7 +241,7 @@ void PhotoItem::onQThreadFinished()
             const cv::Rect changed = changedBounds(m_image, m_imageBeforeJob);
             if (!changed.empty())
                 rect |= changed;
-            if (m_tool == 12) {
+            if (m_tool == Tool::SmartClone) {
                 m_cloneGrowX = m_cloneGrowY = 0;
                 m_cloneGrowBaseX = m_cloneGrowBaseY = 0;
             }
@@ -264,7 +264,7 @@ void PhotoItem::onQThreadFinished()
         m_imageBeforeJob.copyTo(m_image);
         // Under the smart clone the green layer only held the piece's
         // scratch, which is no picture to show.
-        if (m_tool == 12)
+        if (m_tool == Tool::SmartClone)
             clearInpaintMaskBK();
     }
     showImageAndLayers();

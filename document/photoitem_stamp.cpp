@@ -243,7 +243,7 @@ void showStampPreview(PhotoItem &item, QPointF pos)
 
 void PhotoItem::recvLeftALTPressPoint(QPointF pos)
 {
-    if (m_tool != 8)
+    if (m_tool != Tool::Stamp)
         return;
     stampRelease(); // a gesture whose release never arrived
     m_stampSource = pos;

@@ -644,7 +644,7 @@ private slots:
     {
         PhotoItem *item = load(realPhoto("chelsea.png"));
         item->recvCloneCommand();
-        QCOMPARE(item->m_tool, 7);
+        QCOMPARE(item->m_tool, Tool::PieceDrag);
         paint(item, {QPointF(100, 100), QPointF(140, 120)}, 10);
         const cv::Mat original = item->m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
@@ -674,7 +674,7 @@ private slots:
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
-        QCOMPARE(item->m_workerThread->m_jobType, 2);
+        QCOMPARE(item->m_workerThread->m_jobType, JobType::Clone);
         QVERIFY(finished.wait(kJobTimeoutMs));
         const cv::Rect moved(item->m_moveX, item->m_moveY, bounds.width, bounds.height);
         QCOMPARE(item->getUndoStack()->count(), entries + 1);

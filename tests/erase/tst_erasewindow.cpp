@@ -131,7 +131,7 @@ private slots:
         QCOMPARE(m_w->displayScale(), 1.0);
         QTest::mouseClick(ui->pushButton_penplus, Qt::LeftButton);
         ui->verticalSlider->setValue(24);
-        QCOMPARE(item->m_tool, 4);
+        QCOMPARE(item->m_tool, Tool::Brush);
         // Over the bowl of the spoon.
         stroke({QPointF(350, 265), QPointF(366, 285), QPointF(385, 300)});
         QVERIFY(brushPaints(item));
@@ -265,7 +265,7 @@ private slots:
         QVERIFY(bounds.width > 10 && bounds.height > 10);
 
         QTest::mouseClick(ui->pushButton_clone, Qt::LeftButton);
-        QCOMPARE(item->m_tool, 12);
+        QCOMPARE(item->m_tool, Tool::SmartClone);
         CustomWidget *top = ui->widget_front_green;
         // Grab the piece in its middle and drag it onto the table at the left.
         const QPointF grab(bounds.x + bounds.width / 2.0, bounds.y + bounds.height / 2.0);

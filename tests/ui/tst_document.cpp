@@ -61,8 +61,8 @@ private slots:
         QCOMPARE(item->m_strokeMinY, 200.0);
         QCOMPARE(item->m_strokeMaxX, -1.0);
         QCOMPARE(item->m_workMaxX, -1.0);
-        QCOMPARE(item->m_tool, 4);
-        QCOMPARE(item->m_colorType, 0);
+        QCOMPARE(item->m_tool, Tool::Brush);
+        QCOMPARE(item->m_colorType, Colour::Mask);
         QCOMPARE(item->m_brushSize, 30);
         QCOMPARE(int(item->m_saved), 1);
         QCOMPARE(int(item->m_stampSourceMissing), 1);
