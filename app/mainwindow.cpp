@@ -61,11 +61,8 @@ MainWindow::MainWindow(QWidget *parent)
     setTopRightUI();
     applySkin();
 
-    // ---- Dialogs: m_removeDialog and m_studyDialog (both parentless) are made
-    // here once their classes are part of the build. Until then both stay null
-    // and every user of them checks for that.
+    // The window owns its dialogs; both are parentless windows of their own.
     m_studyDialog = new StudyDialog;
-    // ---- end of dialogs
 
     m_undoGroup = new QUndoGroup(this);
     m_historyMenu = ui->pushButton_his->getMenu();

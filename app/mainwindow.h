@@ -90,6 +90,7 @@ public:
     RemoveDialog *removeDialog() const { return m_removeDialog; }
 
 signals:
+    // Part of the window's published signals; connected, no control emits it.
     void sendCloneCommand();
     void sendEraseCommand();
     void sendSelectType(int type, int size, int colorType);
@@ -99,6 +100,7 @@ signals:
     void sendSaveCommand(QString saveName);
     void sendaltkeyPress();
     void sendaltkeyRelease();
+    // Published and connected; the canvases deliver double clicks themselves.
     void senddoublepress();
 
 public slots:

@@ -83,8 +83,10 @@ signals:
     void send200();
     void sendzoomin();
     void sendzoomout();
-    void getPosition(QString pos); // declared for symmetry, never emitted
-    void getScale(int value);      // declared for symmetry, never emitted
+    // Published with the canvas's signals (the scene view emits its getScale);
+    // this widget never emits either.
+    void getPosition(QString pos);
+    void getScale(int value);
 
 public slots:
     void recvSelectType(int type, int size, int colorType);

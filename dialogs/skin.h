@@ -16,10 +16,9 @@ class QWidget;
 
 namespace Skin {
 
-// Registers the compiled-in pictures (":/image/...", ":/rec/..."). They live in
-// a static library, whose resource object the linker would otherwise drop, so
-// the program's entry calls this once before any widget is made; the dialogs
-// and canvases call it too. Repeated calls do nothing.
+// Registers the compiled-in pictures (initResources) and sets what the look
+// needs beyond style sheets (font substitution, tool tip colours). The
+// window's skin step and every dialog call it; repeated calls do nothing.
 void init();
 
 // The sprite sheet and its size.

@@ -11,7 +11,7 @@
 
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
-                     int rowIndex, QObject *parent)
+                     int /*rowIndex*/, QObject *parent)
     : QObject(parent)
     , m_filePath(path)
     , m_backWidget(backWidget)
@@ -19,7 +19,6 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     , m_frontWidget(frontWidget)
     , m_frontGreenWidget(frontGreenWidget)
     , m_listWidget(listWidget)
-    , m_rowIndex(rowIndex)
 {
     m_undoStack = new QUndoStack(this);
 
@@ -98,13 +97,11 @@ void PhotoItem::initLayers()
     m_inpaintMask = cv::Mat::zeros(size, CV_8UC4);
     m_inpaintMaskBK = cv::Mat::zeros(size, CV_8UC4);
     m_cloneSource = cv::Mat::zeros(size, CV_8UC3);
-    m_cloneSourceSpare = cv::Mat::zeros(size, CV_8UC3);
     m_cloneMask = cv::Mat::zeros(size, CV_8UC1);
     m_cloneMaskScaled = cv::Mat::zeros(size, CV_8UC1);
 }
 
 void PhotoItem::clearCloneSource() { m_cloneSource.setTo(cv::Scalar::all(0)); }
-void PhotoItem::clearCloneSourceSpare() { m_cloneSourceSpare.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearCloneMask() { m_cloneMask.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearCloneMaskScaled() { m_cloneMaskScaled.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearStrokeBaseRed() { m_strokeBaseRed.setTo(cv::Scalar::all(0)); }

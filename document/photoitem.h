@@ -6,6 +6,8 @@
 #include <QString>
 #include <opencv2/core.hpp>
 
+#include <vector>
+
 #include "layerview.h"
 #include "matconvert.h"
 #include "tools.h"
@@ -35,7 +37,7 @@ public:
 
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
               LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
-              int rowIndex, QObject *parent = nullptr);
+              int rowIndex, QObject *parent = nullptr); // rowIndex: kept in the published signature, unused
     ~PhotoItem() override;
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
@@ -44,7 +46,6 @@ public:
     // Clear every pixel in place (the Mats keep their memory, so widgets
     // that wrap them stay valid).
     void clearCloneSource();
-    void clearCloneSourceSpare();
     void clearCloneMask();
     void clearCloneMaskScaled();
     void clearStrokeBaseRed();
@@ -88,7 +89,6 @@ public:
     QString m_fileName;
     QString m_folderPath;
     cv::Mat m_cloneSource;
-    cv::Mat m_cloneSourceSpare;
     cv::Mat m_cloneMask;
     cv::Mat m_cloneMaskScaled;
     cv::Mat m_imageBeforeJob;
@@ -105,7 +105,6 @@ public:
     QPointF m_stampSource{0, 0};
     QPointF m_prevPos{0, 0};
     QPointF m_curPos{0, 0};
-    int m_rowIndex = 0;
     double m_workMinX = 0.0;
     double m_workMinY = 0.0;
     double m_workMaxX = -1.0;
@@ -119,9 +118,9 @@ public:
     int m_brushSize = 30;
     quint8 m_saved = 1;
     int m_lassoCount = 0;
-    cv::Point m_lassoPoints[kMaxLassoPoints];
+    std::vector<cv::Point> m_lassoPoints; // the first m_lassoCount hold
     int m_polyCount = 0;
-    cv::Point m_polyPoints[kMaxPolyPoints];
+    std::vector<cv::Point> m_polyPoints; // the first m_polyCount hold
     CustomItem *m_rowWidget = nullptr;
     int m_dragOriginX = 0;
     int m_dragOriginY = 0;
@@ -129,8 +128,6 @@ public:
     int m_moveY = 0;
     int m_dragPressX = 0;
     int m_dragPressY = 0;
-    QPointF m_grabPos{0, 0};
-    QPointF m_dragPos{0, 0};
     quint8 m_grabbed = 0;
     int m_stampOffsetX = 0;
     int m_stampOffsetY = 0;

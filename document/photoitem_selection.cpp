@@ -7,6 +7,7 @@
 
 #include <QUndoStack>
 #include <algorithm>
+#include <vector>
 #include <opencv2/imgproc.hpp>
 
 namespace {
@@ -21,6 +22,18 @@ constexpr int kPolyLine = 0; // fillPoly: plain 8-connected edges
 cv::Point truncated(QPointF p)
 {
     return cv::Point(int(p.x()), int(p.y()));
+}
+
+// Keeps a point as number count of a trail, growing the list as needed but
+// never past limit (a point beyond it is not kept). The count is what says
+// how many points hold: setting it to 0 starts a new trail.
+void keepPoint(std::vector<cv::Point> &points, int &count, int limit, cv::Point p)
+{
+    if (count >= limit)
+        return;
+    if (points.size() <= size_t(count))
+        points.resize(size_t(count) + 1);
+    points[size_t(count++)] = p;
 }
 
 } // namespace
@@ -130,10 +143,9 @@ void PhotoItem::recvLeftMovePoint(QPointF pos)
         cv::rectangle(activeLayer(), truncated(m_pressPos), truncated(pos), tint, cv::FILLED, kLine);
         break;
     case Tool::Lasso:
-        // Points past the array's end are not kept; the drawn trail still
-        // shows, and the fill closes over the points kept.
-        if (m_lassoCount < kMaxLassoPoints)
-            m_lassoPoints[m_lassoCount++] = truncated(pos);
+        // Points past the limit are not kept; the drawn trail still shows,
+        // and the fill closes over the points kept.
+        keepPoint(m_lassoPoints, m_lassoCount, kMaxLassoPoints, truncated(pos));
         cv::line(activeLayer(), truncated(m_prevPos), truncated(m_curPos), tint, outlineThickness(m_scale), kLine);
         break;
     case Tool::Brush:
@@ -145,8 +157,7 @@ void PhotoItem::recvLeftMovePoint(QPointF pos)
                  brushThickness(m_brushSize, m_scale), kLine);
         break;
     case Tool::StampRegionLasso:
-        if (m_lassoCount < kMaxLassoPoints)
-            m_lassoPoints[m_lassoCount++] = truncated(pos);
+        keepPoint(m_lassoPoints, m_lassoCount, kMaxLassoPoints, truncated(pos));
         cv::line(m_strokeBaseRed, truncated(m_prevPos), truncated(m_curPos), kTintRed,
                  stampLassoThickness(m_scale), kLine);
         showLayer(m_strokeBaseRed, m_frontWidget);
@@ -198,7 +209,7 @@ void PhotoItem::recvReleasePoint(QPointF pos)
     const cv::Scalar tint = m_colorType == Colour::Donor ? kTintGreen : kTintRed;
     if (m_tool == Tool::Lasso && m_lassoCount > 0) {
         // The lasso closes by this fill alone: last point to first, no edge drawn.
-        const cv::Point *pts = m_lassoPoints;
+        const cv::Point *pts = m_lassoPoints.data();
         const int n = m_lassoCount;
         cv::fillPoly(activeLayer(), &pts, &n, 1, tint, kPolyLine, 0, cv::Point(0, 0));
         showLayer(activeLayer(), activeWidget());
@@ -207,7 +218,7 @@ void PhotoItem::recvReleasePoint(QPointF pos)
     }
     if (m_tool == Tool::StampRegionLasso) {
         if (m_lassoCount > 0) {
-            const cv::Point *pts = m_lassoPoints;
+            const cv::Point *pts = m_lassoPoints.data();
             const int n = m_lassoCount;
             cv::fillPoly(m_strokeBaseRed, &pts, &n, 1, kRegionFill, kPolyLine, 0, cv::Point(0, 0));
         }
@@ -230,7 +241,7 @@ void PhotoItem::recvReleasePoint(QPointF pos)
 
 void PhotoItem::closeRedOrGreenPolygon(const cv::Rect &rect)
 {
-    const cv::Point *pts = m_polyPoints;
+    const cv::Point *pts = m_polyPoints.data();
     const int n = m_polyCount;
     cv::fillPoly(activeLayer(), &pts, &n, 1, m_colorType == Colour::Donor ? kTintGreen : kTintRed, kPolyLine, 0,
                  cv::Point(0, 0));
@@ -250,15 +261,14 @@ void PhotoItem::polygonClick(QPointF pos)
         rect = strokeBoxRect();
     m_lastVertex = pos;
     const cv::Point click = truncated(pos);
-    if (m_polyCount < kMaxPolyPoints)
-        m_polyPoints[m_polyCount++] = click;
+    keepPoint(m_polyPoints, m_polyCount, kMaxPolyPoints, click);
     if (m_polyCount < 3)
         return;
     const double c = 10.0 / m_scale;
     const cv::Point first = m_polyPoints[0];
     const bool nearFirst = first.x - c < click.x && click.x < first.x + c && first.y - c < click.y
                            && click.y < first.y + c;
-    // A polygon never runs past its array: the vertex that fills it closes it.
+    // A polygon never runs past its limit: the vertex that reaches it closes it.
     if (!nearFirst && m_polyCount < kMaxPolyPoints)
         return;
     if (m_tool == Tool::Polygon) {
@@ -266,7 +276,7 @@ void PhotoItem::polygonClick(QPointF pos)
         return;
     }
     // Stamp region: filled invisibly, outlined in red along every edge.
-    const cv::Point *pts = m_polyPoints;
+    const cv::Point *pts = m_polyPoints.data();
     const int n = m_polyCount;
     cv::fillPoly(m_strokeBaseRed, &pts, &n, 1, kRegionFill, kPolyLine, 0, cv::Point(0, 0));
     const int l = outlineThickness(m_scale);
@@ -295,7 +305,6 @@ void PhotoItem::grabAt(QPointF pos)
 {
     const cv::Rect r = selectionBounds();
     if (m_tool == Tool::SmartClone)
-        m_grabPos = pos;
     if (r.width < 1 && r.height < 1)
         return;
     const cv::Point p = truncated(pos);
@@ -332,7 +341,6 @@ void PhotoItem::dragPiece(QPointF pos)
     if (r.width < 1 || r.height < 1)
         return;
     if (m_tool == Tool::SmartClone) {
-        m_dragPos = pos;
         const int w = r.width + m_cloneGrowX, h = r.height + m_cloneGrowY;
         // The pointer holds the centre of the piece.
         m_moveX = std::max(0, int(pos.x() - w / 2));

@@ -133,6 +133,8 @@ public:
     int32_t m_donorBoxRowMin = 0;
     int32_t m_donorBoxColMin = 0;
     int32_t m_donorBoxColMax = 0;
+    // Published engine settings that nothing changes: the grow step adds
+    // nothing at 0, and the drivers run only while the gate is 1.
     int32_t m_growRadius = 0;
     int32_t m_eraseMode = 0;
     unsigned char *m_donorMap = nullptr;
@@ -142,6 +144,7 @@ public:
 signals:
     // The pyramid level being worked, counting down to 1.
     void sendWorkProcess(long sum);
+    // Published and connected to the job thread; the drivers end by returning.
     void sendFinish();
 
 public slots:

@@ -53,7 +53,6 @@ private slots:
             QCOMPARE(cv::countNonZero(layer->reshape(1)), 0);
         }
         QCOMPARE(item->m_cloneSource.type(), CV_8UC3);
-        QCOMPARE(item->m_cloneSourceSpare.type(), CV_8UC3);
         QCOMPARE(item->m_cloneMask.type(), CV_8UC1);
         QCOMPARE(item->m_cloneMaskScaled.type(), CV_8UC1);
         // Defaults after construction.
@@ -160,7 +159,6 @@ private slots:
         item->clearInpaintMaskBK();
         item->clearStrokeBaseRed();
         item->clearCloneSource();
-        item->clearCloneSourceSpare();
         item->clearCloneMask();
         item->clearCloneMaskScaled();
         QCOMPARE(item->m_inpaintMask.data, before);
