@@ -88,8 +88,7 @@ MainWindow::MainWindow(QWidget *parent)
 
     ui->pushButton_subline->hide();
     QTimer::singleShot(0, this, &MainWindow::displayTutorial);
-    ui->horizontalSlider->setValue(100);
-    ui->horizontalSlider_2->setValue(100);
+    resetStampSliders();
 
     // Every key comes to the window, whichever widget has the focus.
     grabKeyboard();
@@ -234,11 +233,8 @@ void MainWindow::openPhoto(const QString &path)
     // The photo's progress dialog, shown while its jobs run.
     new JobDialog(item);
     m_photoItems.append(item);
-    for (PhotoItem *p : qAsConst(m_photoItems))
-        unbindPhoto(p);
-    bindPhoto(item);
     m_undoGroup->addStack(item->getUndoStack());
-    m_undoGroup->setActiveStack(item->getUndoStack());
+    showPhoto(item);
     ui->stackedWidget->setCurrentIndex(0);
     // The work page has just been shown: lay it out now, so that the fit
     // below measures the canvas as the user will see it.
@@ -247,10 +243,9 @@ void MainWindow::openPhoto(const QString &path)
     // Back to the brush in red. The colour buttons keep their look.
     fallBackToBrush();
 
-    ui->listWidget->setCurrentItem(item->m_listItem);
+    ui->listWidget->setCurrentItem(item->listItem());
     recvFit();
-    ui->horizontalSlider->setValue(100);
-    ui->horizontalSlider_2->setValue(100);
+    resetStampSliders();
     setSizeControlVisible(true);
 }
 
@@ -322,6 +317,31 @@ void MainWindow::unbindPhoto(PhotoItem *item)
     wireCanvas(false, ui->widget_front, item, this);
     wireCanvas(false, ui->widget_front_green, item, this);
     wireWindow(false, this, item);
+}
+
+void MainWindow::showPhoto(PhotoItem *item)
+{
+    for (PhotoItem *p : qAsConst(m_photoItems))
+        unbindPhoto(p);
+    if (!item)
+        return;
+    bindPhoto(item);
+    m_undoGroup->setActiveStack(item->getUndoStack());
+}
+
+void MainWindow::startFreshOnPhoto(bool showSizeControl)
+{
+    fallBackToBrush();
+    if (showSizeControl)
+        setSizeControlVisible(true);
+    recvFit();
+    resetStampSliders();
+}
+
+void MainWindow::resetStampSliders()
+{
+    ui->horizontalSlider->setValue(100);
+    ui->horizontalSlider_2->setValue(100);
 }
 
 PhotoItem *MainWindow::currentItem() const

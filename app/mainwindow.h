@@ -47,6 +47,13 @@ public:
     void unbindPhoto(PhotoItem *item);
     // The photo the window shows, or null.
     PhotoItem *currentItem() const;
+    // Binds this photo alone to the canvas and the window and makes its undo
+    // stack the active one (null: binds none).
+    void showPhoto(PhotoItem *item);
+    // After a photo change: the red brush, a fitted view, full stamp
+    // sliders, and the size control if asked.
+    void startFreshOnPhoto(bool showSizeControl);
+    void resetStampSliders();
 
     void resetToolStyles();
 

@@ -191,18 +191,5 @@ void MainWindow::cancelSelectionUnderWay()
     PhotoItem *item = currentItem();
     if (!item)
         return;
-    item->m_polyCount = 0;
-    item->m_stampRegionActive = 0;
-    item->clearStrokeBaseRed();
-    if (m_toolType == Tool::SmartClone) {
-        item->clearInpaintMaskBK();
-        item->m_cloneGrowX = 0;
-        item->m_cloneGrowY = 0;
-        item->m_cloneGrowBaseX = 0;
-        item->m_cloneGrowBaseY = 0;
-    }
-    ui->widget_mid->setPixmap(matToQPixmap(item->m_image), ui->widget_mid);
-    ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
-    ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
-    ui->widget_back->setImageSize(item->m_imageCols, item->m_imageRows, ui->widget_back);
+    item->dropSelectionUnderWay(m_toolType == Tool::SmartClone);
 }

@@ -106,15 +106,8 @@ void MainWindow::on_pushButton_stamp_clicked()
     ui->pushButton_green->hide();
     // Entering the stamp throws away both selections of the photo; this is
     // not an undo step.
-    if (PhotoItem *item = currentItem()) {
-        item->m_polyCount = 0;
-        item->m_stampRegionActive = 0;
-        item->clearStrokeBaseRed();
-        item->clearInpaintMask();
-        item->clearInpaintMaskBK();
-        ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
-        ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
-    }
+    if (PhotoItem *item = currentItem())
+        item->dropSelectionsForStamp();
 }
 
 void MainWindow::on_pushButton_stamp_1_clicked()
@@ -191,7 +184,7 @@ void MainWindow::on_horizontalSlider_valueChanged(int value)
     if (m_photoItems.isEmpty() || !item)
         return;
     ui->label_stamp_2->setText(QStringLiteral("%1%").arg(value));
-    item->m_stampHardness = float(value / 100.0);
+    item->setStampHardness(float(value / 100.0));
 }
 
 void MainWindow::on_horizontalSlider_2_valueChanged(int value)
@@ -200,5 +193,5 @@ void MainWindow::on_horizontalSlider_2_valueChanged(int value)
     if (m_photoItems.isEmpty() || !item)
         return;
     ui->label_stamp_4->setText(QStringLiteral("%1%").arg(value));
-    item->m_stampOpacity = float(value / 100.0);
+    item->setStampOpacity(float(value / 100.0));
 }

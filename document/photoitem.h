@@ -41,6 +41,13 @@ public:
     ~PhotoItem() override;
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
+    // Read access for the window.
+    bool isSaved() const { return m_saved != 0; }
+    QString fileName() const { return m_fileName; }
+    QString folderPath() const { return m_folderPath; }
+    int imageCols() const { return m_imageCols; }
+    int imageRows() const { return m_imageRows; }
+    QListWidgetItem *listItem() const { return m_listItem; }
     cv::Mat getImage() const { return m_image; }
 
     // Clear every pixel in place (the Mats keep their memory, so widgets
@@ -51,6 +58,17 @@ public:
     void clearStrokeBaseRed();
     void clearInpaintMask();
     void clearInpaintMaskBK();
+
+    // What the window asks of the photo.
+    // Escape: the polygon and the stamp region under way go; under the smart
+    // clone also its piece and its resize. Not an undo step.
+    void dropSelectionUnderWay(bool smartClone);
+    // Entering the stamp: both selections go as well. Not an undo step.
+    void dropSelectionsForStamp();
+    void setStampHardness(float hardness) { m_stampHardness = hardness; }
+    void setStampOpacity(float opacity) { m_stampOpacity = opacity; }
+    // The photo, both selection layers and the image size on the canvas.
+    void showOnCanvas();
 
     // Region bookkeeping.
     void resetStrokeBox();
