@@ -10,6 +10,8 @@
 #include <QRect>
 #include <QString>
 
+#include "spritesheet.h"
+
 class QListWidget;
 class QPixmap;
 class QWidget;
@@ -23,8 +25,8 @@ void init();
 
 // The sprite sheet and its size.
 inline constexpr const char *kSheet = ":/image/public.png";
-inline constexpr int kSheetWidth = 1331;
-inline constexpr int kSheetHeight = 782;
+inline constexpr int kSheetWidth = Sprite::kSheetWidth;
+inline constexpr int kSheetHeight = Sprite::kSheetHeight;
 
 // Palette.
 inline constexpr const char *kMainBack = "#302e34";      // frame_main, frame_stackwidge2, progress bar
