@@ -20,6 +20,9 @@ JobDialog::JobDialog(PhotoItem *item)
 
 JobDialog::~JobDialog()
 {
+    // This goes with the photo, whose own part is already destroyed by now:
+    // the dialog's last events must not reach the filter that asks it.
+    m_dialog->removeEventFilter(this);
     delete m_dialog;
 }
 

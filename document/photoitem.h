@@ -211,6 +211,14 @@ private:
     void hookUpEngine();
     void releaseEngine();
     bool prepareSeamlessJob();
+    // The steps of an Erase command: whether the engine can take the photo
+    // at all, the clone tools' own job, the erase job of a crop, the start;
+    // refuseJob ends a command that starts no job.
+    bool engineCanTakePhoto() const;
+    bool prepareCloneJob();
+    void fillEraseJob(const cv::Rect &crop);
+    void startJob();
+    void refuseJob();
     // The photo and both selection layers back on the screen.
     void showImageAndLayers();
     // After a committed change (photoitem_undo.cpp): no selection, no

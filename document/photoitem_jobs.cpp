@@ -90,33 +90,15 @@ void PhotoItem::recvEraseCommand()
     // One job at a time; the modal dialog sees to it, this makes sure.
     if (m_jobActive)
         return;
-    // Nothing painted since the last job.
-    if (m_workMaxX < 0.0) {
-        emit sendThreadFinish();
-        return;
-    }
-    if (m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide) {
-        qDebug() << "photo too large for the engine:" << m_imageCols << "x" << m_imageRows;
-        emit sendThreadFinish();
+    if (!engineCanTakePhoto()) {
+        refuseJob();
         return;
     }
     m_canceled = 0;
-
-    // The smart clone needs a piece to paste; without one the photo stays
-    // as it is.
-    if (m_tool == Tool::SmartClone && !prepareSeamlessJob()) {
-        emit sendThreadFinish();
+    if (!prepareCloneJob()) {
+        refuseJob();
         return;
     }
-    if (m_tool == Tool::PieceDrag) {
-        const cv::Rect r = selectionBounds();
-        if (r.width < 1 || r.height < 1 || m_clonePreview.size() != m_image.size()
-            || m_clonePreview.type() != m_image.type()) {
-            emit sendThreadFinish();
-            return;
-        }
-    }
-
     WorkBox box;
     box.minX = m_workMinX;
     box.minY = m_workMinY;
@@ -124,39 +106,72 @@ void PhotoItem::recvEraseCommand()
     box.maxY = m_workMaxY;
     box = enlargeWorkBox(box, m_imageCols, m_imageRows);
     const cv::Rect crop(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
-
     // An erase job whose crop holds no red pixel would change nothing:
     // leave the photo, the selection and the box as they are.
-    const bool eraseJob = m_tool != Tool::PieceDrag && m_tool != Tool::SmartClone;
-    if (eraseJob && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
-        emit sendThreadFinish();
+    if (!isCloneTool(m_tool) && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
+        refuseJob();
         return;
     }
-
     m_workMinX = box.minX;
     m_workMinY = box.minY;
     m_workMaxX = box.maxX;
     m_workMaxY = box.maxY;
-
     m_imageBeforeJob = m_image.clone();
+    if (!isCloneTool(m_tool))
+        fillEraseJob(crop);
+    startJob();
+}
 
-    if (m_tool == Tool::PieceDrag) {
-        m_workerThread->setCloneJob(m_image, m_clonePreview, JobType::Clone, m_moveX, m_moveY, m_inpaintMask);
-    } else if (eraseJob) {
-        const cv::Mat image = m_image(crop);
-        const cv::Mat green = m_inpaintMaskBK(crop);
-        // A donor flag left over from an undone green stroke, with no green
-        // in the crop, asks for a plain erase.
-        const bool useDonor = m_donorUsed != 0 && hasSelected(green, 1);
-        m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, JobType::Erase);
+bool PhotoItem::engineCanTakePhoto() const
+{
+    // Nothing painted since the last job.
+    if (m_workMaxX < 0.0)
+        return false;
+    if (m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide) {
+        qDebug() << "photo too large for the engine:" << m_imageCols << "x" << m_imageRows;
+        return false;
     }
-    // The smart clone: prepareSeamlessJob has filled the job.
+    return true;
+}
 
+void PhotoItem::refuseJob()
+{
+    // No job: the window gets its Erase button back at once.
+    emit sendThreadFinish();
+}
+
+bool PhotoItem::prepareCloneJob()
+{
+    // The smart clone needs a piece to paste; without one the photo stays
+    // as it is. Its job is filled here, before the work box moves.
+    if (m_tool == Tool::SmartClone)
+        return prepareSeamlessJob();
+    if (m_tool == Tool::PieceDrag) {
+        const cv::Rect r = selectionBounds();
+        if (r.width < 1 || r.height < 1 || m_clonePreview.size() != m_image.size()
+            || m_clonePreview.type() != m_image.type())
+            return false;
+        m_workerThread->setCloneJob(m_image, m_clonePreview, JobType::Clone, m_moveX, m_moveY, m_inpaintMask);
+    }
+    return true;
+}
+
+void PhotoItem::fillEraseJob(const cv::Rect &crop)
+{
+    const cv::Mat image = m_image(crop);
+    const cv::Mat green = m_inpaintMaskBK(crop);
+    // A donor flag left over from an undone green stroke, with no green in
+    // the crop, asks for a plain erase.
+    const bool useDonor = m_donorUsed != 0 && hasSelected(green, 1);
+    m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, JobType::Erase);
+}
+
+void PhotoItem::startJob()
+{
     // Only a job that ran to its end leaves a result header behind.
     m_workerThread->m_resultImage.release();
     m_jobActive = true;
     m_workerThread->start(QThread::InheritPriority);
-
     emit jobStarted();
     emit jobProgress(0);
 }
