@@ -1,6 +1,7 @@
 // Window behaviour and keyboard: the header drag, the size toggle,
 // minimising, closing, and the keys that modify the tools.
 #include "mainwindow.h"
+#include "skin.h"
 #include "ui_mainwindow.h"
 #include "customwidget.h"
 #include "custombackwidget.h"
@@ -12,12 +13,6 @@
 #include <QMouseEvent>
 
 namespace {
-
-// Design size times the interface scale, truncated.
-int S(double designPixels)
-{
-    return int(designPixels * g_uiScale);
-}
 
 // The header's rectangle in the window's coordinates.
 QRect headerRect(const QWidget *window, const QWidget *header)
@@ -47,7 +42,7 @@ void MainWindow::mouseMoveEvent(QMouseEvent *event)
     if (m_dragging) {
         // Dragging a filled window by its header returns it to design size.
         m_isNormalSize = true;
-        resize(S(1256), S(740));
+        resize(Skin::scaled(1256), Skin::scaled(740));
         move(event->globalPos() - QPoint(m_dragX, m_dragY));
     }
     QMainWindow::mouseMoveEvent(event);
@@ -80,7 +75,7 @@ void MainWindow::on_pushButton_max_clicked()
         move(0, 0);
         m_isNormalSize = false;
     } else {
-        resize(S(1256), S(740));
+        resize(Skin::scaled(1256), Skin::scaled(740));
         move((m_availableGeometry.width() - width()) / 2, (m_availableGeometry.height() - height()) / 2);
         m_isNormalSize = true;
     }
