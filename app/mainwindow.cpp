@@ -1,10 +1,12 @@
 // Construction, interface scale and geometry, and the road from a file to a
 // photo on the canvas.
 #include "mainwindow.h"
+#include "skin.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
 #include "removedialog.h"
 #include "keyboardgrabpause.h"
+#include "jobdialog.h"
 #include "photoitem.h"
 #include "pathbytes.h"
 #include "studydialog.h"
@@ -22,15 +24,9 @@
 
 namespace {
 
-// Design size times the interface scale, truncated.
-int S(double designPixels)
-{
-    return int(designPixels * g_uiScale);
-}
-
 void fixSize(QWidget *w, int width, int height)
 {
-    w->setFixedSize(S(width), S(height));
+    w->setFixedSize(Skin::scaled(width), Skin::scaled(height));
 }
 
 // Positions are stored in 16 bits by the engine, so no side may exceed this.
@@ -60,11 +56,8 @@ MainWindow::MainWindow(QWidget *parent)
     setTopRightUI();
     applySkin();
 
-    // ---- Dialogs: m_removeDialog and m_studyDialog (both parentless) are made
-    // here once their classes are part of the build. Until then both stay null
-    // and every user of them checks for that.
+    // The window owns its dialogs; both are parentless windows of their own.
     m_studyDialog = new StudyDialog;
-    // ---- end of dialogs
 
     m_undoGroup = new QUndoGroup(this);
     m_historyMenu = ui->pushButton_his->getMenu();
@@ -75,8 +68,8 @@ MainWindow::MainWindow(QWidget *parent)
     m_spaceHeld = false;
     m_isNormalSize = true;
     m_rightPanelOpen = true;
-    m_toolType = 4;
-    m_colorType = 0;
+    m_toolType = Tool::Brush;
+    m_colorType = Colour::Mask;
     m_brushSize = 30;
     m_scale = 1.0;
     m_dragging = false;
@@ -90,8 +83,7 @@ MainWindow::MainWindow(QWidget *parent)
 
     ui->pushButton_subline->hide();
     QTimer::singleShot(0, this, &MainWindow::displayTutorial);
-    ui->horizontalSlider->setValue(100);
-    ui->horizontalSlider_2->setValue(100);
+    resetStampSliders();
 
     // Every key comes to the window, whichever widget has the focus.
     grabKeyboard();
@@ -140,23 +132,23 @@ void MainWindow::computeUiScale()
 void MainWindow::applyGeometry()
 {
     QScreen *screen = QGuiApplication::primaryScreen();
-    const QSize desktop = screen ? screen->virtualSize() : QSize(S(1256), S(740));
+    const QSize desktop = screen ? screen->virtualSize() : QSize(Skin::scaled(1256), Skin::scaled(740));
     setGeometry(int((desktop.width() - 1256 * g_uiScale) * 0.5), int((desktop.height() - 740 * g_uiScale) * 0.5),
-                S(1256), S(740));
-    ui->centralWidget->setGeometry(0, 0, S(1256), S(740));
+                Skin::scaled(1256), Skin::scaled(740));
+    ui->centralWidget->setGeometry(0, 0, Skin::scaled(1256), Skin::scaled(740));
     applyDesignSizes();
 }
 
 void MainWindow::applyDesignSizes()
 {
-    ui->frame_header->setFixedHeight(S(48));
+    ui->frame_header->setFixedHeight(Skin::scaled(48));
     fixSize(ui->label_ico, 24, 24);
     fixSize(ui->label_title, 119, 24);
     fixSize(ui->label_version, 130, 20);
     for (QWidget *w : {static_cast<QWidget *>(ui->pushButton_dropdown), static_cast<QWidget *>(ui->pushButton_min),
                        static_cast<QWidget *>(ui->pushButton_max), static_cast<QWidget *>(ui->pushButton_close)})
         fixSize(w, 19, 19);
-    ui->frame_left->setFixedWidth(S(81));
+    ui->frame_left->setFixedWidth(Skin::scaled(81));
     fixSize(ui->label_5, 81, 5);
     fixSize(ui->label_3, 81, 15);
     fixSize(ui->label, 32, 13);
@@ -170,17 +162,17 @@ void MainWindow::applyDesignSizes()
     fixSize(ui->verticalSlider, 32, 87);
     fixSize(ui->pushButton_red, 27, 27);
     fixSize(ui->pushButton_green, 27, 27);
-    ui->frame_3->setFixedHeight(S(32));
-    ui->frame_bianyuan->setFixedWidth(S(34));
+    ui->frame_3->setFixedHeight(Skin::scaled(32));
+    ui->frame_bianyuan->setFixedWidth(Skin::scaled(34));
     fixSize(ui->pushButton_eraser, 142, 65);
     fixSize(ui->pushButton_select_photo, 110, 110);
     fixSize(ui->pushButton_select_folder, 110, 110);
     fixSize(ui->label_selectfile, 119, 15);
     fixSize(ui->label_selectfolder, 119, 15);
-    ui->frame_fangxiang->setFixedWidth(S(18));
+    ui->frame_fangxiang->setFixedWidth(Skin::scaled(18));
     fixSize(ui->pushButton_fangxiang, 18, 18);
-    ui->frame_right->setFixedWidth(S(248));
-    ui->listWidget->setFixedWidth(S(220));
+    ui->frame_right->setFixedWidth(Skin::scaled(248));
+    ui->listWidget->setFixedWidth(Skin::scaled(220));
     ui->listWidget->setSpacing(10);
     fixSize(ui->pushButton_add, 62, 60);
     fixSize(ui->pushButton_remove, 116, 22);
@@ -192,7 +184,7 @@ void MainWindow::applyDesignSizes()
     fixSize(ui->horizontalSlider_2, 100, 16);
     fixSize(ui->pushButton_stamp_1, 24, 24);
     fixSize(ui->pushButton_stamp_2, 24, 24);
-    ui->label_display_scale->setFixedWidth(S(90));
+    ui->label_display_scale->setFixedWidth(Skin::scaled(90));
 }
 
 // ---------------------------------------------------------------- opening
@@ -233,28 +225,22 @@ void MainWindow::openPhoto(const QString &path)
     const int index = m_photoItems.size();
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
                                     ui->listWidget, index);
+    // The photo's progress dialog, shown while its jobs run.
+    new JobDialog(item);
     m_photoItems.append(item);
-    for (PhotoItem *p : qAsConst(m_photoItems))
-        unbindPhoto(p);
-    bindPhoto(item);
     m_undoGroup->addStack(item->getUndoStack());
-    m_undoGroup->setActiveStack(item->getUndoStack());
+    showPhoto(item);
     ui->stackedWidget->setCurrentIndex(0);
     // The work page has just been shown: lay it out now, so that the fit
     // below measures the canvas as the user will see it.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
 
     // Back to the brush in red. The colour buttons keep their look.
-    resetToolStyles();
-    setToolLook(ui->pushButton_penplus, true);
-    m_colorType = 0;
-    m_toolType = 4;
-    emit sendSelectType(4, m_brushSize, 0);
+    fallBackToBrush();
 
-    ui->listWidget->setCurrentItem(item->m_listItem);
+    ui->listWidget->setCurrentItem(item->listItem());
     recvFit();
-    ui->horizontalSlider->setValue(100);
-    ui->horizontalSlider_2->setValue(100);
+    resetStampSliders();
     setSizeControlVisible(true);
 }
 
@@ -326,6 +312,31 @@ void MainWindow::unbindPhoto(PhotoItem *item)
     wireCanvas(false, ui->widget_front, item, this);
     wireCanvas(false, ui->widget_front_green, item, this);
     wireWindow(false, this, item);
+}
+
+void MainWindow::showPhoto(PhotoItem *item)
+{
+    for (PhotoItem *p : qAsConst(m_photoItems))
+        unbindPhoto(p);
+    if (!item)
+        return;
+    bindPhoto(item);
+    m_undoGroup->setActiveStack(item->getUndoStack());
+}
+
+void MainWindow::startFreshOnPhoto(bool showSizeControl)
+{
+    fallBackToBrush();
+    if (showSizeControl)
+        setSizeControlVisible(true);
+    recvFit();
+    resetStampSliders();
+}
+
+void MainWindow::resetStampSliders()
+{
+    ui->horizontalSlider->setValue(100);
+    ui->horizontalSlider_2->setValue(100);
 }
 
 PhotoItem *MainWindow::currentItem() const

@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QTranslator>
 
+#include "tools.h"
+
 namespace Ui { class MainWindow; }
 
 class QAction;
@@ -43,6 +45,15 @@ public:
     void openPhoto(const QString &path);
     void bindPhoto(PhotoItem *item);
     void unbindPhoto(PhotoItem *item);
+    // The photo the window shows, or null.
+    PhotoItem *currentItem() const;
+    // Binds this photo alone to the canvas and the window and makes its undo
+    // stack the active one (null: binds none).
+    void showPhoto(PhotoItem *item);
+    // After a photo change: the red brush, a fitted view, full stamp
+    // sliders, and the size control if asked.
+    void startFreshOnPhoto(bool showSizeControl);
+    void resetStampSliders();
 
     void resetToolStyles();
 
@@ -70,8 +81,8 @@ public:
     const QList<PhotoItem *> &photoItems() const { return m_photoItems; }
     QUndoGroup *undoGroup() const { return m_undoGroup; }
     double displayScale() const { return m_scale; }
-    int toolType() const { return m_toolType; }
-    int colorType() const { return m_colorType; }
+    Tool toolType() const { return m_toolType; }
+    Colour colorType() const { return m_colorType; }
     int brushSize() const { return m_brushSize; }
     QString openDir() const { return m_openDir; }
     QString saveDir() const { return m_saveDir; }
@@ -79,13 +90,14 @@ public:
     bool rightPanelOpen() const { return m_rightPanelOpen; }
     QString location() const { return m_location; }
     bool spaceHeld() const { return m_spaceHeld; }
-    int prevTool() const { return m_prevTool; }
+    Tool prevTool() const { return m_prevTool; }
     bool dragging() const { return m_dragging; }
     QPoint dragOffset() const { return QPoint(m_dragX, m_dragY); }
     bool isNormalSize() const { return m_isNormalSize; }
     RemoveDialog *removeDialog() const { return m_removeDialog; }
 
 signals:
+    // Part of the window's published signals; connected, no control emits it.
     void sendCloneCommand();
     void sendEraseCommand();
     void sendSelectType(int type, int size, int colorType);
@@ -95,6 +107,7 @@ signals:
     void sendSaveCommand(QString saveName);
     void sendaltkeyPress();
     void sendaltkeyRelease();
+    // Published and connected; the canvases deliver double clicks themselves.
     void senddoublepress();
 
 public slots:
@@ -190,9 +203,10 @@ private:
     void setColorLooks(bool redSelected, bool greenSelected);
     void setSizeControlVisible(bool visible);
     void setStampStripVisible(bool visible);
-    void selectTool(int code, QPushButton *button);
+    void selectTool(Tool tool, QPushButton *button);
+    // Tells the tool, size and colour in force to the photo and the canvases.
+    void tellTool();
     void fallBackToBrush();
-    PhotoItem *currentItem() const;
     // Keyboard helpers.
     void restoreToolAfterSpace();
     void cancelSelectionUnderWay();
@@ -212,9 +226,9 @@ private:
     QList<PhotoItem *> m_photoItems;
     QUndoGroup *m_undoGroup = nullptr;
     int m_brushSize = 30;
-    int m_prevTool = 4;
-    int m_toolType = 4;
-    int m_colorType = 0;
+    Tool m_prevTool = Tool::Brush;
+    Tool m_toolType = Tool::Brush;
+    Colour m_colorType = Colour::Mask;
     double m_scale = 1.0;
     QMenu *m_topMenu = nullptr;
     QAction *m_websiteAction = nullptr;

@@ -1,6 +1,7 @@
 // Window behaviour and keyboard: the header drag, the size toggle,
 // minimising, closing, and the keys that modify the tools.
 #include "mainwindow.h"
+#include "skin.h"
 #include "ui_mainwindow.h"
 #include "customwidget.h"
 #include "custombackwidget.h"
@@ -12,12 +13,6 @@
 #include <QMouseEvent>
 
 namespace {
-
-// Design size times the interface scale, truncated.
-int S(double designPixels)
-{
-    return int(designPixels * g_uiScale);
-}
 
 // The header's rectangle in the window's coordinates.
 QRect headerRect(const QWidget *window, const QWidget *header)
@@ -47,7 +42,7 @@ void MainWindow::mouseMoveEvent(QMouseEvent *event)
     if (m_dragging) {
         // Dragging a filled window by its header returns it to design size.
         m_isNormalSize = true;
-        resize(S(1256), S(740));
+        resize(Skin::scaled(1256), Skin::scaled(740));
         move(event->globalPos() - QPoint(m_dragX, m_dragY));
     }
     QMainWindow::mouseMoveEvent(event);
@@ -80,7 +75,7 @@ void MainWindow::on_pushButton_max_clicked()
         move(0, 0);
         m_isNormalSize = false;
     } else {
-        resize(S(1256), S(740));
+        resize(Skin::scaled(1256), Skin::scaled(740));
         move((m_availableGeometry.width() - width()) / 2, (m_availableGeometry.height() - height()) / 2);
         m_isNormalSize = true;
     }
@@ -167,22 +162,22 @@ void MainWindow::restoreToolAfterSpace()
     // not restored: the photo stays on the move tool.
     QPushButton *button = nullptr;
     switch (m_toolType) {
-    case 1: button = ui->pushButton_rect; break;
-    case 2: button = ui->pushButton_noose; break;
-    case 3: button = ui->pushButton_poly; break;
-    case 4: button = ui->pushButton_penplus; break;
-    case 5: button = ui->pushButton_sub; break;
-    case 8: button = ui->pushButton_stamp; break;
-    case 9: button = ui->pushButton_handle; break;
-    case 12: button = ui->pushButton_clone; break;
+    case Tool::Rectangle: button = ui->pushButton_rect; break;
+    case Tool::Lasso: button = ui->pushButton_noose; break;
+    case Tool::Polygon: button = ui->pushButton_poly; break;
+    case Tool::Brush: button = ui->pushButton_penplus; break;
+    case Tool::FixSelection: button = ui->pushButton_sub; break;
+    case Tool::Stamp: button = ui->pushButton_stamp; break;
+    case Tool::MoveView: button = ui->pushButton_handle; break;
+    case Tool::SmartClone: button = ui->pushButton_clone; break;
     default: return;
     }
     resetToolStyles();
     setToolLook(button, true);
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
-    if (m_toolType == 4 || m_toolType == 5 || m_toolType == 8 || m_toolType == 12)
+    tellTool();
+    if (m_toolType == Tool::Brush || m_toolType == Tool::FixSelection || m_toolType == Tool::Stamp || m_toolType == Tool::SmartClone)
         setSizeControlVisible(true);
-    if (m_toolType == 8)
+    if (m_toolType == Tool::Stamp)
         setStampStripVisible(true);
 }
 
@@ -191,18 +186,5 @@ void MainWindow::cancelSelectionUnderWay()
     PhotoItem *item = currentItem();
     if (!item)
         return;
-    item->m_polyCount = 0;
-    item->m_stampRegionActive = 0;
-    item->clearStrokeBaseRed();
-    if (m_toolType == 12) {
-        item->clearInpaintMaskBK();
-        item->m_cloneGrowX = 0;
-        item->m_cloneGrowY = 0;
-        item->m_cloneGrowBaseX = 0;
-        item->m_cloneGrowBaseY = 0;
-    }
-    ui->widget_mid->setPixmap(matToQPixmap(item->m_image), ui->widget_mid);
-    ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
-    ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
-    ui->widget_back->setImageSize(item->m_imageCols, item->m_imageRows, ui->widget_back);
+    item->dropSelectionUnderWay(m_toolType == Tool::SmartClone);
 }

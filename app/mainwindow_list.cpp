@@ -137,16 +137,10 @@ void MainWindow::on_listwidget_current_change()
     if (m_photoItems.isEmpty())
         return;
     PhotoItem *item = currentItem();
-    for (PhotoItem *p : qAsConst(m_photoItems))
-        unbindPhoto(p);
+    showPhoto(item);
     if (!item)
         return;
-    bindPhoto(item);
-    m_undoGroup->setActiveStack(item->getUndoStack());
-    fallBackToBrush();
-    recvFit();
-    ui->horizontalSlider->setValue(100);
-    ui->horizontalSlider_2->setValue(100);
+    startFreshOnPhoto(false);
 }
 
 int MainWindow::RecvDeleteItem()
@@ -162,8 +156,8 @@ int MainWindow::RecvDeleteItem()
     }
     PhotoItem *item = m_photoItems.at(r);
 
-    if (!item->m_saved) {
-        m_removeDialog->setDialogText(tr("Save changes to \"%1\" before closing?").arg(item->m_fileName));
+    if (!item->isSaved()) {
+        m_removeDialog->setDialogText(tr("Save changes to \"%1\" before closing?").arg(item->fileName()));
         placeQuestion(m_removeDialog, ui->pushButton_select_photo);
         int answer;
         {
@@ -204,19 +198,8 @@ int MainWindow::RecvDeleteItem()
         }
     }
 
-    PhotoItem *current = currentItem();
-    for (PhotoItem *p : qAsConst(m_photoItems))
-        unbindPhoto(p);
-    if (current) {
-        bindPhoto(current);
-        m_undoGroup->setActiveStack(current->getUndoStack());
-    }
-
-    fallBackToBrush();
-    setSizeControlVisible(true);
-    recvFit();
-    ui->horizontalSlider->setValue(100);
-    ui->horizontalSlider_2->setValue(100);
+    showPhoto(currentItem());
+    startFreshOnPhoto(true);
     return 0;
 }
 
@@ -224,7 +207,7 @@ void MainWindow::on_pushButton_remove_clicked()
 {
     int unsaved = 0;
     for (const PhotoItem *p : qAsConst(m_photoItems))
-        unsaved += p->m_saved ? 0 : 1;
+        unsaved += p->isSaved() ? 0 : 1;
 
     const QString text = unsaved != 0
                              ? tr("You have %1 unsaved files. \nDo you want to remove all the files?").arg(unsaved)

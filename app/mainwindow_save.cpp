@@ -83,9 +83,9 @@ int MainWindow::on_pushButton_save_clicked()
         return 2;
 
     if (m_saveDir.isEmpty())
-        m_saveDir = item->m_folderPath;
-    const QString proposed = SaveProposal::proposedPath(m_saveDir, item->m_fileName);
-    const QString selectedFilter = SaveProposal::filterNameFor(QFileInfo(item->m_fileName).suffix());
+        m_saveDir = item->folderPath();
+    const QString proposed = SaveProposal::proposedPath(m_saveDir, item->fileName());
+    const QString selectedFilter = SaveProposal::filterNameFor(QFileInfo(item->fileName()).suffix());
 
     // The dialog of the static call, plus a default suffix that follows the
     // filter in view: the proposed name carries no suffix, the encoder is

@@ -3,6 +3,7 @@
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "globals.h"
+#include "jobdialog.h"
 #include "photoitem.h"
 
 void MainWindow::setSizeControlVisible(bool visible)
@@ -35,43 +36,48 @@ void MainWindow::resetToolStyles()
     setStampStripVisible(false);
 }
 
-void MainWindow::selectTool(int code, QPushButton *button)
+void MainWindow::tellTool()
+{
+    emit sendSelectType(toolCode(m_toolType), m_brushSize, colourCode(m_colorType));
+}
+
+void MainWindow::selectTool(Tool tool, QPushButton *button)
 {
     resetToolStyles();
     if (button)
         setToolLook(button, true);
-    m_toolType = code;
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+    m_toolType = tool;
+    tellTool();
 }
 
 void MainWindow::fallBackToBrush()
 {
     resetToolStyles();
     setToolLook(ui->pushButton_penplus, true);
-    m_colorType = 0;
-    m_toolType = 4;
-    emit sendSelectType(4, m_brushSize, 0);
+    m_colorType = Colour::Mask;
+    m_toolType = Tool::Brush;
+    tellTool();
 }
 
-void MainWindow::on_pushButton_rect_clicked() { selectTool(1, ui->pushButton_rect); }
-void MainWindow::on_pushButton_noose_clicked() { selectTool(2, ui->pushButton_noose); }
-void MainWindow::on_pushButton_poly_clicked() { selectTool(3, ui->pushButton_poly); }
+void MainWindow::on_pushButton_rect_clicked() { selectTool(Tool::Rectangle, ui->pushButton_rect); }
+void MainWindow::on_pushButton_noose_clicked() { selectTool(Tool::Lasso, ui->pushButton_noose); }
+void MainWindow::on_pushButton_poly_clicked() { selectTool(Tool::Polygon, ui->pushButton_poly); }
 
 void MainWindow::on_pushButton_penplus_clicked()
 {
-    selectTool(4, ui->pushButton_penplus);
+    selectTool(Tool::Brush, ui->pushButton_penplus);
     setSizeControlVisible(true);
 }
 
 void MainWindow::on_pushButton_sub_clicked()
 {
-    selectTool(5, ui->pushButton_sub);
+    selectTool(Tool::FixSelection, ui->pushButton_sub);
     setSizeControlVisible(true);
 }
 
 void MainWindow::on_pushButton_clone_clicked()
 {
-    selectTool(12, ui->pushButton_clone);
+    selectTool(Tool::SmartClone, ui->pushButton_clone);
     ui->pushButton_red->hide();
     ui->pushButton_green->hide();
 }
@@ -79,7 +85,7 @@ void MainWindow::on_pushButton_clone_clicked()
 void MainWindow::on_pushButton_subline_clicked()
 {
     // Same tool as the smart clone button, without a selected look.
-    selectTool(12, nullptr);
+    selectTool(Tool::SmartClone, nullptr);
     ui->pushButton_red->hide();
     ui->pushButton_green->hide();
 }
@@ -88,27 +94,20 @@ void MainWindow::on_pushButton_handle_clicked()
 {
     if (m_photoItems.isEmpty())
         return;
-    selectTool(9, ui->pushButton_handle);
+    selectTool(Tool::MoveView, ui->pushButton_handle);
 }
 
 void MainWindow::on_pushButton_stamp_clicked()
 {
-    selectTool(8, ui->pushButton_stamp);
+    selectTool(Tool::Stamp, ui->pushButton_stamp);
     setSizeControlVisible(true);
     setStampStripVisible(true);
     ui->pushButton_red->hide();
     ui->pushButton_green->hide();
     // Entering the stamp throws away both selections of the photo; this is
     // not an undo step.
-    if (PhotoItem *item = currentItem()) {
-        item->m_polyCount = 0;
-        item->m_stampRegionActive = 0;
-        item->clearStrokeBaseRed();
-        item->clearInpaintMask();
-        item->clearInpaintMaskBK();
-        ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
-        ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
-    }
+    if (PhotoItem *item = currentItem())
+        item->dropSelectionsForStamp();
 }
 
 void MainWindow::on_pushButton_stamp_1_clicked()
@@ -116,8 +115,8 @@ void MainWindow::on_pushButton_stamp_1_clicked()
     if (m_photoItems.isEmpty())
         return;
     setToolLook(ui->pushButton_stamp_1, true);
-    m_toolType = 10;
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+    m_toolType = Tool::StampRegionLasso;
+    tellTool();
 }
 
 void MainWindow::on_pushButton_stamp_2_clicked()
@@ -125,8 +124,8 @@ void MainWindow::on_pushButton_stamp_2_clicked()
     if (m_photoItems.isEmpty())
         return;
     setToolLook(ui->pushButton_stamp_2, true);
-    m_toolType = 11;
-    emit sendSelectType(m_toolType, m_brushSize, m_colorType);
+    m_toolType = Tool::StampRegionPolygon;
+    tellTool();
 }
 
 void MainWindow::RecvOverStampSelect()
@@ -135,8 +134,8 @@ void MainWindow::RecvOverStampSelect()
     setToolLook(ui->pushButton_stamp, true);
     setToolLook(ui->pushButton_stamp_1, false);
     setToolLook(ui->pushButton_stamp_2, false);
-    m_toolType = 8;
-    emit sendSelectType(8, m_brushSize, m_colorType);
+    m_toolType = Tool::Stamp;
+    tellTool();
     setSizeControlVisible(true);
     setStampStripVisible(true);
 }
@@ -144,17 +143,17 @@ void MainWindow::RecvOverStampSelect()
 void MainWindow::on_pushButton_red_clicked()
 {
     setColorLooks(true, false);
-    m_colorType = 0;
+    m_colorType = Colour::Mask;
     // Type first, layer second: the layer view repaints for the new colour.
-    emit sendSelectType(m_toolType, m_brushSize, 0);
+    tellTool();
     emit getRedRoi();
 }
 
 void MainWindow::on_pushButton_green_clicked()
 {
     setColorLooks(false, true);
-    m_colorType = 1;
-    emit sendSelectType(m_toolType, m_brushSize, 1);
+    m_colorType = Colour::Donor;
+    tellTool();
     emit getGreenRoi();
 }
 
@@ -162,7 +161,8 @@ void MainWindow::on_pushButton_eraser_clicked()
 {
     // The progress dialog opens here; the welcome button's corner lies near
     // the middle of the window even while its page is hidden.
-    g_dialogPos = ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0));
+    if (JobDialog *jobs = JobDialog::of(currentItem()))
+        jobs->setPlace(ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
     emit sendEraseCommand();
 }
 
@@ -174,7 +174,7 @@ void MainWindow::RecvThreadFinish()
 void MainWindow::on_verticalSlider_valueChanged(int value)
 {
     m_brushSize = value;
-    emit sendSelectType(m_toolType, value, m_colorType);
+    tellTool();
     ui->label->setText(QStringLiteral("%1").arg(value));
 }
 
@@ -184,7 +184,7 @@ void MainWindow::on_horizontalSlider_valueChanged(int value)
     if (m_photoItems.isEmpty() || !item)
         return;
     ui->label_stamp_2->setText(QStringLiteral("%1%").arg(value));
-    item->m_stampHardness = float(value / 100.0);
+    item->setStampHardness(float(value / 100.0));
 }
 
 void MainWindow::on_horizontalSlider_2_valueChanged(int value)
@@ -193,5 +193,5 @@ void MainWindow::on_horizontalSlider_2_valueChanged(int value)
     if (m_photoItems.isEmpty() || !item)
         return;
     ui->label_stamp_4->setText(QStringLiteral("%1%").arg(value));
-    item->m_stampOpacity = float(value / 100.0);
+    item->setStampOpacity(float(value / 100.0));
 }

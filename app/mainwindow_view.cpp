@@ -74,8 +74,8 @@ void MainWindow::updateScaleLabel()
         return;
     ui->label_display_scale->setText(QStringLiteral("%1% %2*%3")
                                          .arg(m_scale * 100.0, 0, 'f', 2)
-                                         .arg(item->m_imageCols)
-                                         .arg(item->m_imageRows));
+                                         .arg(item->imageCols())
+                                         .arg(item->imageRows()));
     // The brush size limit follows the zoom; the slider clamps its value
     // and reports the clamp through its value change.
     ui->verticalSlider->setMaximum(int(255 * m_scale));
@@ -86,7 +86,7 @@ void MainWindow::updateZoomViews()
     const PhotoItem *item = currentItem();
     if (!item)
         return;
-    const double W = item->m_imageCols, H = item->m_imageRows;
+    const double W = item->imageCols(), H = item->imageRows();
     const int w = ui->widget_front->width(), h = ui->widget_front->height();
     setScaleOnViews();
     ui->verticalScrollBar->setMinimum(0);
@@ -104,9 +104,9 @@ void MainWindow::updateZoomViews()
 void MainWindow::on_pushButton_maxa_clicked()
 {
     const PhotoItem *item = currentItem();
-    if (m_photoItems.isEmpty() || !item || item->m_imageCols <= 0 || item->m_imageRows <= 0)
+    if (m_photoItems.isEmpty() || !item || item->imageCols() <= 0 || item->imageRows() <= 0)
         return;
-    const int W = item->m_imageCols, H = item->m_imageRows;
+    const int W = item->imageCols(), H = item->imageRows();
     const int w = ui->widget_front->width(), h = ui->widget_front->height();
     ui->verticalScrollBar->setMinimum(0);
     ui->horizontalScrollBar->setMinimum(0);
@@ -130,10 +130,7 @@ void MainWindow::recvFit()
     if (m_photoItems.isEmpty() || !item)
         return;
     on_pushButton_maxa_clicked();
-    ui->widget_mid->setPixmap(matToQPixmap(item->m_image), ui->widget_mid);
-    ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
-    ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
-    ui->widget_back->setImageSize(item->m_imageCols, item->m_imageRows, ui->widget_back);
+    item->showOnCanvas();
 }
 
 void MainWindow::recvWheelSetScale(int value)

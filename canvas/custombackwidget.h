@@ -5,8 +5,10 @@
 #include <QLabel>
 #include <QWidget>
 
+#include "layerview.h"
+
 // Bottom of the canvas stack: a chequer exactly under the image area.
-class CustomBackWidget : public QWidget
+class CustomBackWidget : public QWidget, public LayerView
 {
     Q_OBJECT
 
@@ -14,6 +16,7 @@ public:
     explicit CustomBackWidget(QWidget *parent = nullptr);
 
     void setImageSize(int cols, int rows, QWidget *source);
+    void showImageSize(int cols, int rows) override { setImageSize(cols, rows, this); }
     void setScale(double scale);
     double scale() const { return m_scale; }
     // A shadow of the image area, painted under it at the given offset.

@@ -48,6 +48,30 @@ void CustomWidget::setImageFile(QString path, QWidget *source)
     update();
 }
 
+// Brings the pixmap in step with the photo inside one rectangle, instead of
+// converting the whole photo on every dab. What the widget shows is the same
+// as after a full conversion: the same colours, written with the source
+// composition, pixel for pixel. When the widget does not show this photo's
+// pixmap (before-and-after shows the file), it asks for the whole photo.
+bool CustomWidget::paintPhotoPatch(int x, int y, const QImage &patch, QSize photoSize)
+{
+    if (!m_overlayImage.isNull() || m_pixmap.size() != photoSize)
+        return false;
+    if (patch.isNull())
+        return true;
+    // Let go of the widget's reference for the moment, so that painting into
+    // the pixmap does not detach a full copy of it.
+    QPixmap pixmap = m_pixmap;
+    setPixmap(QPixmap(), this);
+    {
+        QPainter painter(&pixmap);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.drawImage(x, y, patch);
+    }
+    setPixmap(pixmap, this);
+    return true;
+}
+
 void CustomWidget::setStampPreview(int sourceX, int sourceY, int x, int y, QImage image)
 {
     paintMode = 1;
@@ -241,9 +265,9 @@ void CustomWidget::setHandleCursor(int handle)
 
 void CustomWidget::mousePressEvent(QMouseEvent *event)
 {
-    if (m_tool == 7)
+    if (m_tool == Tool::PieceDrag)
         setShapeCursor(Qt::ClosedHandCursor);
-    if (m_tool == 9) {
+    if (m_tool == Tool::MoveView) {
         m_handPress = event->localPos();
         m_handDragging = 1;
         return;
@@ -251,12 +275,12 @@ void CustomWidget::mousePressEvent(QMouseEvent *event)
     QPointF pos;
     if (!(event->buttons() & Qt::LeftButton) || !mapToImage(event->localPos(), &pos))
         return;
-    if (QGuiApplication::keyboardModifiers() == Qt::AltModifier && m_tool == 8) {
+    if (QGuiApplication::keyboardModifiers() == Qt::AltModifier && m_tool == Tool::Stamp) {
         setOwnSizeCursor(QStringLiteral(":/image/target.png"));
         emit sendLeftALTPressPoint(pos);
         return;
     }
-    if (m_tool == 12) {
+    if (m_tool == Tool::SmartClone) {
         setShapeCursor(Qt::ClosedHandCursor);
         const int handle = handleAt(event->localPos().toPoint());
         if (handle) {
@@ -274,9 +298,9 @@ void CustomWidget::mousePressEvent(QMouseEvent *event)
 void CustomWidget::mouseMoveEvent(QMouseEvent *event)
 {
     const bool left = event->buttons() & Qt::LeftButton;
-    if (m_tool == 7 && left)
+    if (m_tool == Tool::PieceDrag && left)
         setShapeCursor(Qt::ClosedHandCursor);
-    if (m_tool == 9 && m_handDragging) {
+    if (m_tool == Tool::MoveView && m_handDragging) {
         if (left) {
             const QPoint p = event->localPos().toPoint();
             emit sendMove(int(p.x() - m_handPress.x()), int(p.y() - m_handPress.y()));
@@ -286,7 +310,7 @@ void CustomWidget::mouseMoveEvent(QMouseEvent *event)
     QPointF pos;
     if (!mapToImage(event->localPos(), &pos))
         return;
-    if (m_tool == 12) {
+    if (m_tool == Tool::SmartClone) {
         setHandleCursor(handleAt(event->localPos().toPoint()));
         if (m_handleActive && left) {
             const int x = int(pos.x() - m_handlePress.x());
@@ -307,13 +331,13 @@ void CustomWidget::mouseReleaseEvent(QMouseEvent *event)
 {
     if (event->button() != Qt::LeftButton)
         return;
-    if (m_tool == 7 || m_tool == 12)
+    if (m_tool == Tool::PieceDrag || m_tool == Tool::SmartClone)
         setShapeCursor(Qt::OpenHandCursor);
-    if (m_tool == 12)
+    if (m_tool == Tool::SmartClone)
         m_handleActive = 0;
-    if (m_tool == 8)
+    if (m_tool == Tool::Stamp)
         applyToolCursor();
-    if (m_tool == 9)
+    if (m_tool == Tool::MoveView)
         return;
     QPointF pos;
     if (!mapToImage(event->localPos(), &pos))
@@ -361,9 +385,9 @@ void CustomWidget::contextMenuEvent(QContextMenuEvent *event)
 
 void CustomWidget::recvSelectType(int type, int size, int colorType)
 {
-    m_tool = type;
+    m_tool = toolFromCode(type);
     m_brushSize = size;
-    m_colorType = colorType;
+    m_colorType = colourFromCode(colorType);
     applyToolCursor();
 }
 
@@ -375,12 +399,12 @@ void CustomWidget::openUrl_zoomout() { emit sendzoomout(); }
 
 void CustomWidget::recvaltPress()
 {
-    if (m_tool == 8)
+    if (m_tool == Tool::Stamp)
         setOwnSizeCursor(QStringLiteral(":/image/target.png"));
 }
 
 void CustomWidget::recvaltRelease()
 {
-    if (m_tool == 8)
+    if (m_tool == Tool::Stamp)
         applyToolCursor();
 }

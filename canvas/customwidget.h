@@ -8,9 +8,12 @@
 #include <QRect>
 #include <QWidget>
 
+#include "layerview.h"
+#include "tools.h"
+
 // One layer of the canvas stack: draws an image or a pixmap at a zoom and a
 // scroll offset, and turns pointer events into image coordinates.
-class CustomWidget : public QWidget
+class CustomWidget : public QWidget, public LayerView
 {
     Q_OBJECT
 
@@ -27,6 +30,18 @@ public:
     void setScale(double scale);
     void setScroll(double x, double y);
 
+    // The document's view of this layer.
+    void showImage(const QImage &image) override { setImage(image, this); }
+    void showPixmap(const QPixmap &pixmap) override { setPixmap(pixmap, this); }
+    void showImageFile(const QString &path) override { setImageFile(path, this); }
+    void showLayer(bool shown) override { setVisible(shown); }
+    void showStampPreview(int sourceX, int sourceY, int x, int y, const QImage &image) override
+    {
+        setStampPreview(sourceX, sourceY, x, y, image);
+    }
+    void showPiece(int x, int y, const QImage &image) override { setPieceImage(x, y, image); }
+    bool paintPhotoPatch(int x, int y, const QImage &patch, QSize photoSize) override;
+
     // Widget position (rounded) to image position; false if outside the image.
     bool mapToImage(const QPointF &widgetPos, QPointF *imagePos);
     int handleAt(const QPoint &widgetPos) const;
@@ -40,9 +55,9 @@ public:
     int offsetTop() const { return m_offsetTop; }
     int scaledWidth() const { return m_scaledWidth; }
     int scaledHeight() const { return m_scaledHeight; }
-    int tool() const { return m_tool; }
+    Tool tool() const { return m_tool; }
     int brushSize() const { return m_brushSize; }
-    int colorType() const { return m_colorType; }
+    Colour colorType() const { return m_colorType; }
     const QImage &overlayImage() const { return m_overlayImage; }
     const QPixmap &pixmap() const { return m_pixmap; }
     QRect pieceRect() const { return m_pieceRect; }
@@ -68,8 +83,10 @@ signals:
     void send200();
     void sendzoomin();
     void sendzoomout();
-    void getPosition(QString pos); // declared for symmetry, never emitted
-    void getScale(int value);      // declared for symmetry, never emitted
+    // Published with the canvas's signals (the scene view emits its getScale);
+    // this widget never emits either.
+    void getPosition(QString pos);
+    void getScale(int value);
 
 public slots:
     void recvSelectType(int type, int size, int colorType);
@@ -122,8 +139,8 @@ private:
     int m_sourceMark[2] = {0, 0};
     int m_pieceOrigin[2] = {0, 0};
     // No tool is in force until the window first tells one; 0 matches no code.
-    int m_tool = 0;
-    int m_colorType = 0;
+    Tool m_tool = Tool::None;
+    Colour m_colorType = Colour::Mask;
     int m_brushSize = 30;
     QPointF m_handlePress;
     int m_handleActive = 0;

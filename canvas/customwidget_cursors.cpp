@@ -68,34 +68,34 @@ void CustomWidget::applyToolCursor()
     const double d = m_brushSize * g_uiScale;
     const int s = int(d);
     switch (m_tool) {
-    case 4:
-        if (m_colorType == 0)
+    case Tool::Brush:
+        if (m_colorType == Colour::Mask)
             setPictureCursor(QStringLiteral(":/image/mousered.png"), s, Qt::red);
-        else if (m_colorType == 1)
+        else if (m_colorType == Colour::Donor)
             setPictureCursor(QStringLiteral(":/image/mousegreen.png"), s, Qt::green);
         else
             setShapeCursor(Qt::ArrowCursor); // no picture for another colour
         break;
-    case 5:
+    case Tool::FixSelection:
         setPictureCursor(QStringLiteral(":/image/mouseblack.png"), s, Qt::black);
         break;
-    case 8:
+    case Tool::Stamp:
         setPictureCursor(ringFileForDiameter(d), s, Qt::white);
         break;
-    case 1:
+    case Tool::Rectangle:
         setOwnSizeCursor(QStringLiteral(":/image/shiji7.png"));
         break;
-    case 2:
-    case 10:
+    case Tool::Lasso:
+    case Tool::StampRegionLasso:
         setOwnSizeCursor(QStringLiteral(":/image/lasso3.png"));
         break;
-    case 3:
-    case 11:
+    case Tool::Polygon:
+    case Tool::StampRegionPolygon:
         setOwnSizeCursor(QStringLiteral(":/image/floy.png"));
         break;
-    case 7:
-    case 9:
-    case 12:
+    case Tool::PieceDrag:
+    case Tool::MoveView:
+    case Tool::SmartClone:
         setShapeCursor(Qt::OpenHandCursor);
         break;
     default:

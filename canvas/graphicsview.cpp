@@ -2,7 +2,7 @@
 
 #include "globals.h"
 #include "pixmapitem.h"
-#include "skin.h"
+#include "resourceinit.h"
 
 #include <QGraphicsScene>
 #include <QGuiApplication>
@@ -31,7 +31,7 @@ GraphicsView::GraphicsView(QWidget *parent)
     : QGraphicsView(parent)
     , m_scene(new QGraphicsScene(this))
 {
-    Skin::init();
+    initResources();
     setScene(m_scene);
     setMouseTracking(true);
     viewport()->setMouseTracking(true);
@@ -82,12 +82,12 @@ void GraphicsView::mousePressEvent(QMouseEvent *event)
     QGraphicsView::mousePressEvent(event);
     if (dragMode() == QGraphicsView::ScrollHandDrag)
         return;
-    if (m_tool == 7)
+    if (m_tool == Tool::PieceDrag)
         setCursor(Qt::ClosedHandCursor);
     QPointF pos;
     if (!imagePoint(event->localPos(), &pos))
         return;
-    if (m_tool == 8 && QGuiApplication::keyboardModifiers() == Qt::AltModifier) {
+    if (m_tool == Tool::Stamp && QGuiApplication::keyboardModifiers() == Qt::AltModifier) {
         setCursor(pixmapCursor(QPixmap(QStringLiteral(":/image/target.png"))));
         emit sendLeftALTPressPoint(pos);
         return;
@@ -113,9 +113,9 @@ void GraphicsView::mouseReleaseEvent(QMouseEvent *event)
     QGraphicsView::mouseReleaseEvent(event);
     if (dragMode() == QGraphicsView::ScrollHandDrag)
         return;
-    if (m_tool == 7)
+    if (m_tool == Tool::PieceDrag)
         setCursor(Qt::OpenHandCursor);
-    else if (m_tool == 8)
+    else if (m_tool == Tool::Stamp)
         setBrushCursor(QStringLiteral(":/image/mouseblack2.png"), int(m_brushSize * m_scale * g_uiScale));
     QPointF pos;
     if (!imagePoint(event->localPos(), &pos))
@@ -137,37 +137,37 @@ void GraphicsView::wheelEvent(QWheelEvent *event)
 
 void GraphicsView::recvSelectType(int type, int size, int colorType)
 {
-    m_tool = type;
+    m_tool = toolFromCode(type);
     m_brushSize = size;
-    m_colorType = colorType;
+    m_colorType = colourFromCode(colorType);
     const int pixels = int(size * g_uiScale);
-    switch (type) {
-    case 4:
-        if (colorType == 0)
+    switch (m_tool) {
+    case Tool::Brush:
+        if (m_colorType == Colour::Mask)
             setBrushCursor(QStringLiteral(":/image/mousered.png"), pixels);
-        else if (colorType == 1)
+        else if (m_colorType == Colour::Donor)
             setBrushCursor(QStringLiteral(":/image/mousegreen.png"), pixels);
         break;
-    case 5:
+    case Tool::FixSelection:
         setBrushCursor(QStringLiteral(":/image/mouseblack.png"), pixels);
         break;
-    case 8:
+    case Tool::Stamp:
         setBrushCursor(QStringLiteral(":/image/mouseblack2.png"), pixels);
         break;
-    case 1:
+    case Tool::Rectangle:
         setCursor(pixmapCursor(QPixmap(QStringLiteral(":/image/shiji7.png"))));
         break;
-    case 2:
-    case 10:
+    case Tool::Lasso:
+    case Tool::StampRegionLasso:
         setCursor(pixmapCursor(QPixmap(QStringLiteral(":/image/lasso3.png"))));
         break;
-    case 3:
-    case 11:
+    case Tool::Polygon:
+    case Tool::StampRegionPolygon:
         setCursor(pixmapCursor(QPixmap(QStringLiteral(":/image/floy.png"))));
         break;
-    case 7:
-    case 9:
-    case 12:
+    case Tool::PieceDrag:
+    case Tool::MoveView:
+    case Tool::SmartClone:
         setCursor(Qt::OpenHandCursor);
         break;
     default:

@@ -4,6 +4,8 @@
 #include <QGraphicsView>
 #include <QPointF>
 
+#include "tools.h"
+
 class PixmapItem;
 class QGraphicsScene;
 
@@ -22,9 +24,9 @@ public:
     PixmapItem *pixmapItem() const { return m_pixmapItem; }
     void setScale(double scale);
     double scale() const { return m_scale; }
-    int tool() const { return m_tool; }
+    Tool tool() const { return m_tool; }
     int brushSize() const { return m_brushSize; }
-    int colorType() const { return m_colorType; }
+    Colour colorType() const { return m_colorType; }
 
 signals:
     void sendLeftPressPoint(QPointF pos);
@@ -52,8 +54,8 @@ private:
     PixmapItem *m_pixmapItem = nullptr;
     int m_pixmapWidth = 0;
     int m_pixmapHeight = 0;
-    int m_tool = 0;
-    int m_colorType = 0;
+    Tool m_tool = Tool::None;
+    Colour m_colorType = Colour::Mask;
     int m_brushSize = 27;
     double m_scale = 1.0;
 };

@@ -1,6 +1,8 @@
 #include "skin.h"
 
 #include "globals.h"
+#include "resourceinit.h"
+#include "spritesheet.h"
 
 #include <QColor>
 #include <QGraphicsDropShadowEffect>
@@ -15,18 +17,12 @@
 #include <QToolTip>
 #include <QWidget>
 
-// Outside any namespace, as the resource macro requires.
-static void registerResources()
-{
-    Q_INIT_RESOURCE(resources);
-}
-
 namespace Skin {
 
 void init()
 {
     static const bool ready = [] {
-        registerResources();
+        initResources();
         QFont::insertSubstitution(QStringLiteral("Lato123"), QStringLiteral("Lato"));
         // Tool tips in the window's colours rather than the platform's pale
         // yellow; they are not widgets of ours, so no style sheet reaches them.
@@ -55,61 +51,54 @@ Cells down(int x, const int (&ys)[4], int w, int h)
     return {QRect(x, ys[0], w, h), QRect(x, ys[1], w, h), QRect(x, ys[2], w, h), QRect(x, ys[3], w, h)};
 }
 
-const int kToolX[4] = {25, 57, 89, 121};
-const int kCommandY[4] = {434, 466, 498, 530};
-const int kHeaderY[4] = {27, 46, 65, 84};
-const int kColourX[4] = {25, 52, 79, 106};
-const int kFoldY[4] = {27, 45, 63, 81};
-const int kWelcomeY[4] = {139, 249, 359, 469};
-const int kAddY[4] = {139, 199, 259, 319};
-const int kEraserY[4] = {139, 204, 269, 334};
+using namespace Sprite;
 
 int toolRow(Tool tool)
 {
     switch (tool) {
-    case Tool::Rect: return 27;
-    case Tool::Noose: return 71;
-    case Tool::Stamp1: return 71;
-    case Tool::Poly: return 114;
-    case Tool::Stamp2: return 114;
-    case Tool::PenPlus: return 159;
-    case Tool::Sub: return 206;
-    case Tool::Subline: return 249;
-    case Tool::Clone: return 634;
-    case Tool::Stamp: return 676;
+    case Tool::Rect: return kToolRectY;
+    case Tool::Noose: return kToolLassoY;
+    case Tool::Stamp1: return kToolLassoY;
+    case Tool::Poly: return kToolPolygonY;
+    case Tool::Stamp2: return kToolPolygonY;
+    case Tool::PenPlus: return kToolBrushY;
+    case Tool::Sub: return kToolFixY;
+    case Tool::Subline: return kToolGuideY;
+    case Tool::Clone: return kToolCloneY;
+    case Tool::Stamp: return kToolStampY;
     }
-    return 27;
+    return kToolRectY;
 }
 
 int commandColumn(Command command)
 {
     switch (command) {
-    case Command::A: return 462;
-    case Command::Plus: return 509;
-    case Command::Sub2: return 551;
-    case Command::OneOne: return 597;
-    case Command::Maxa: return 647;
-    case Command::Handle: return 694;
-    case Command::Undo: return 758;
-    case Command::Redo: return 813;
-    case Command::His: return 862;
-    case Command::Save: return 907;
-    case Command::Print: return 962;
+    case Command::A: return kBeforeAfterX;
+    case Command::Plus: return kZoomInX;
+    case Command::Sub2: return kZoomOutX;
+    case Command::OneOne: return kActualSizeX;
+    case Command::Maxa: return kFitX;
+    case Command::Handle: return kMoveX;
+    case Command::Undo: return kUndoX;
+    case Command::Redo: return kRedoX;
+    case Command::His: return kHistoryX;
+    case Command::Save: return kSaveX;
+    case Command::Print: return kPrintX;
     }
-    return 462;
+    return kBeforeAfterX;
 }
 
 int headerColumn(Header header)
 {
     switch (header) {
-    case Header::Dropdown: return 207;
-    case Header::Min: return 236;
-    case Header::Max: return 263;
-    case Header::DialogClose: return 293;
-    case Header::Close: return 332;
-    case Header::RowDelete: return 332;
+    case Header::Dropdown: return kMenuX;
+    case Header::Min: return kMinimiseX;
+    case Header::Max: return kMaximiseX;
+    case Header::DialogClose: return kDialogCloseX;
+    case Header::Close: return kCloseX;
+    case Header::RowDelete: return kCloseX;
     }
-    return 207;
+    return kMenuX;
 }
 
 QString stateRules(const QString &plainRule, const Cells &cells)
@@ -161,53 +150,54 @@ QString buttonSheet(const Cells &cells)
 
 Cells toolCells(Tool tool)
 {
-    return across(toolRow(tool), kToolX, 32, 32);
+    return across(toolRow(tool), kToolX, kToolSide, kToolSide);
 }
 
 Cells commandCells(Command command)
 {
-    return down(commandColumn(command), kCommandY, 32, 32);
+    return down(commandColumn(command), kCommandY, kCommandSide, kCommandSide);
 }
 
 Cells headerCells(Header header)
 {
-    return down(headerColumn(header), kHeaderY, 19, 19);
+    return down(headerColumn(header), kHeaderY, kHeaderSide, kHeaderSide);
 }
 
 Cells colourCells(int colorType)
 {
-    return across(colorType == 1 ? 431 : 348, kColourX, 27, 27);
+    return across(colorType == 1 ? kGreenY : kRedY, kColourX, kColourSide, kColourSide);
 }
 
 QRect colourSelectedCell(int colorType)
 {
-    return colorType == 1 ? QRect(52, 458, 27, 27) : QRect(52, 379, 27, 27);
+    // The selected look is the hover look's cell of the selected row.
+    return QRect(kColourX[1], colorType == 1 ? kGreenSelectedY : kRedSelectedY, kColourSide, kColourSide);
 }
 
 Cells foldCells(bool panelOpen)
 {
-    return down(panelOpen ? 385 : 403, kFoldY, 18, 18);
+    return down(panelOpen ? kFoldX : kUnfoldX, kFoldY, kFoldSide, kFoldSide);
 }
 
 Cells bigCells(Big button)
 {
     switch (button) {
-    case Big::SelectPhoto: return down(178, kWelcomeY, 110, 110);
-    case Big::SelectFolder: return down(310, kWelcomeY, 110, 110);
-    case Big::Add: return down(617, kAddY, 62, 60);
-    case Big::Eraser: return down(436, kEraserY, 142, 65);
+    case Big::SelectPhoto: return down(kWelcomePhotoX, kWelcomeY, kWelcomeSide, kWelcomeSide);
+    case Big::SelectFolder: return down(kWelcomeFolderX, kWelcomeY, kWelcomeSide, kWelcomeSide);
+    case Big::Add: return down(kAddX, kAddY, kAddWidth, kAddHeight);
+    case Big::Eraser: return down(kEraseX, kEraseY, kEraseWidth, kEraseHeight);
     }
     return {};
 }
 
 QRect warningCell()
 {
-    return QRect(784, 140, 40, 40);
+    return QRect(kWarningX, kWarningY, kWarningSide, kWarningSide);
 }
 
 QRect sliderHandleCell()
 {
-    return QRect(25, 309, 14, 14);
+    return QRect(kSliderHandleX, kSliderHandleY, kSliderHandleSide, kSliderHandleSide);
 }
 
 QString toolButtonSheet(Tool tool, bool selected)

@@ -10,22 +10,23 @@
 #include <QRect>
 #include <QString>
 
+#include "spritesheet.h"
+
 class QListWidget;
 class QPixmap;
 class QWidget;
 
 namespace Skin {
 
-// Registers the compiled-in pictures (":/image/...", ":/rec/..."). They live in
-// a static library, whose resource object the linker would otherwise drop, so
-// the program's entry calls this once before any widget is made; the dialogs
-// and canvases call it too. Repeated calls do nothing.
+// Registers the compiled-in pictures (initResources) and sets what the look
+// needs beyond style sheets (font substitution, tool tip colours). The
+// window's skin step and every dialog call it; repeated calls do nothing.
 void init();
 
 // The sprite sheet and its size.
 inline constexpr const char *kSheet = ":/image/public.png";
-inline constexpr int kSheetWidth = 1331;
-inline constexpr int kSheetHeight = 782;
+inline constexpr int kSheetWidth = Sprite::kSheetWidth;
+inline constexpr int kSheetHeight = Sprite::kSheetHeight;
 
 // Palette.
 inline constexpr const char *kMainBack = "#302e34";      // frame_main, frame_stackwidge2, progress bar

@@ -2,8 +2,6 @@
 #include "photoitem.h"
 #include "pathbytes.h"
 #include "customitem.h"
-#include "customwidget.h"
-#include "custombackwidget.h"
 #include "globals.h"
 
 #include <QFileInfo>
@@ -11,9 +9,9 @@
 #include <QUndoStack>
 #include <opencv2/imgcodecs.hpp>
 
-PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, CustomWidget *frontWidget,
-                     CustomWidget *frontGreenWidget, const QString &path, QListWidget *listWidget,
-                     int rowIndex, QObject *parent)
+PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+                     LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
+                     int /*rowIndex*/, QObject *parent)
     : QObject(parent)
     , m_filePath(path)
     , m_backWidget(backWidget)
@@ -21,7 +19,6 @@ PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, Cust
     , m_frontWidget(frontWidget)
     , m_frontGreenWidget(frontGreenWidget)
     , m_listWidget(listWidget)
-    , m_rowIndex(rowIndex)
 {
     m_undoStack = new QUndoStack(this);
 
@@ -56,24 +53,24 @@ PhotoItem::PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, Cust
 
     initLayers();
 
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
-    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
-    m_backWidget->setImageSize(m_imageCols, m_imageRows, m_backWidget);
+    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_backWidget->showImageSize(m_imageCols, m_imageRows);
 
     m_grabbed = 0;
     m_stampSourceFresh = 0;
     m_stampSourceMissing = 1;
     m_saved = 1;
 
-    // The progress dialog and the worker thread of this photo.
+    // The worker thread of this photo.
     hookUpEngine();
 
     m_brushSize = 30;
     m_lassoCount = 0;
     m_polyCount = 0;
-    m_tool = 4;
-    m_colorType = 0;
+    m_tool = Tool::Brush;
+    m_colorType = Colour::Mask;
     m_scale = 1.0;
     m_canceled = 0;
 }
@@ -100,18 +97,48 @@ void PhotoItem::initLayers()
     m_inpaintMask = cv::Mat::zeros(size, CV_8UC4);
     m_inpaintMaskBK = cv::Mat::zeros(size, CV_8UC4);
     m_cloneSource = cv::Mat::zeros(size, CV_8UC3);
-    m_cloneSourceSpare = cv::Mat::zeros(size, CV_8UC3);
     m_cloneMask = cv::Mat::zeros(size, CV_8UC1);
     m_cloneMaskScaled = cv::Mat::zeros(size, CV_8UC1);
 }
 
 void PhotoItem::clearCloneSource() { m_cloneSource.setTo(cv::Scalar::all(0)); }
-void PhotoItem::clearCloneSourceSpare() { m_cloneSourceSpare.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearCloneMask() { m_cloneMask.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearCloneMaskScaled() { m_cloneMaskScaled.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearStrokeBaseRed() { m_strokeBaseRed.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearInpaintMask() { m_inpaintMask.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearInpaintMaskBK() { m_inpaintMaskBK.setTo(cv::Scalar::all(0)); }
+
+void PhotoItem::dropSelectionUnderWay(bool smartClone)
+{
+    m_polyCount = 0;
+    m_stampRegionActive = 0;
+    clearStrokeBaseRed();
+    if (smartClone) {
+        clearInpaintMaskBK();
+        m_cloneGrowX = m_cloneGrowY = 0;
+        m_cloneGrowBaseX = m_cloneGrowBaseY = 0;
+    }
+    showOnCanvas();
+}
+
+void PhotoItem::dropSelectionsForStamp()
+{
+    m_polyCount = 0;
+    m_stampRegionActive = 0;
+    clearStrokeBaseRed();
+    clearInpaintMask();
+    clearInpaintMaskBK();
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+}
+
+void PhotoItem::showOnCanvas()
+{
+    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_backWidget->showImageSize(m_imageCols, m_imageRows);
+}
 
 void PhotoItem::setScale(double scale)
 {

@@ -6,19 +6,22 @@
 #include <QString>
 #include <opencv2/core.hpp>
 
+#include <vector>
+
+#include "layerview.h"
 #include "matconvert.h"
+#include "tools.h"
 
 class QListWidget;
 class QListWidgetItem;
 class QUndoStack;
-class CustomBackWidget;
-class CustomWidget;
 class CustomItem;
 class ThreadFromQThread;
-class processDialog;
 
 // The document of one loaded photo: the image, its selection layers, the
-// tool state, its own undo stack, worker thread and progress dialog.
+// tool state, its own undo stack and worker thread. It draws through the
+// LayerView interface and tells of its jobs by signals; the window owns the
+// progress dialog that listens to them.
 //
 // Layer encoding (all four selection layers, CV_8UC4, B G R A, image size):
 //   unselected (0,0,0,0); red selection (0,0,255,128); green (0,255,0,128).
@@ -32,23 +35,40 @@ public:
     static constexpr int kMaxLassoPoints = 100000;
     static constexpr int kMaxPolyPoints = 100;
 
-    PhotoItem(CustomBackWidget *backWidget, CustomWidget *midWidget, CustomWidget *frontWidget,
-              CustomWidget *frontGreenWidget, const QString &path, QListWidget *listWidget,
-              int rowIndex, QObject *parent = nullptr);
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+              LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
+              int rowIndex, QObject *parent = nullptr); // rowIndex: kept in the published signature, unused
     ~PhotoItem() override;
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
+    // Read access for the window.
+    bool isSaved() const { return m_saved != 0; }
+    QString fileName() const { return m_fileName; }
+    QString folderPath() const { return m_folderPath; }
+    int imageCols() const { return m_imageCols; }
+    int imageRows() const { return m_imageRows; }
+    QListWidgetItem *listItem() const { return m_listItem; }
     cv::Mat getImage() const { return m_image; }
 
     // Clear every pixel in place (the Mats keep their memory, so widgets
     // that wrap them stay valid).
     void clearCloneSource();
-    void clearCloneSourceSpare();
     void clearCloneMask();
     void clearCloneMaskScaled();
     void clearStrokeBaseRed();
     void clearInpaintMask();
     void clearInpaintMaskBK();
+
+    // What the window asks of the photo.
+    // Escape: the polygon and the stamp region under way go; under the smart
+    // clone also its piece and its resize. Not an undo step.
+    void dropSelectionUnderWay(bool smartClone);
+    // Entering the stamp: both selections go as well. Not an undo step.
+    void dropSelectionsForStamp();
+    void setStampHardness(float hardness) { m_stampHardness = hardness; }
+    void setStampOpacity(float opacity) { m_stampOpacity = opacity; }
+    // The photo, both selection layers and the image size on the canvas.
+    void showOnCanvas();
 
     // Region bookkeeping.
     void resetStrokeBox();
@@ -77,17 +97,16 @@ public:
     double m_strokeMaxX = -1.0;
     double m_strokeMaxY = -1.0;
     QString m_filePath;
-    CustomBackWidget *m_backWidget = nullptr;
-    CustomWidget *m_midWidget = nullptr;
-    CustomWidget *m_frontWidget = nullptr;
-    CustomWidget *m_frontGreenWidget = nullptr;
+    LayerView *m_backWidget = nullptr;
+    LayerView *m_midWidget = nullptr;
+    LayerView *m_frontWidget = nullptr;
+    LayerView *m_frontGreenWidget = nullptr;
     QUndoStack *m_undoStack = nullptr;
     QListWidget *m_listWidget = nullptr;
     double m_scale = 1.0;
     QString m_fileName;
     QString m_folderPath;
     cv::Mat m_cloneSource;
-    cv::Mat m_cloneSourceSpare;
     cv::Mat m_cloneMask;
     cv::Mat m_cloneMaskScaled;
     cv::Mat m_imageBeforeJob;
@@ -104,7 +123,6 @@ public:
     QPointF m_stampSource{0, 0};
     QPointF m_prevPos{0, 0};
     QPointF m_curPos{0, 0};
-    int m_rowIndex = 0;
     double m_workMinX = 0.0;
     double m_workMinY = 0.0;
     double m_workMaxX = -1.0;
@@ -113,15 +131,14 @@ public:
     quint8 m_donorUsed = 0;
     quint8 m_firstProgress = 1;
     int m_progressBase = 0;
-    int m_tool = 4;
-    int m_colorType = 0;
+    Tool m_tool = Tool::Brush;
+    Colour m_colorType = Colour::Mask;
     int m_brushSize = 30;
     quint8 m_saved = 1;
     int m_lassoCount = 0;
-    cv::Point m_lassoPoints[kMaxLassoPoints];
+    std::vector<cv::Point> m_lassoPoints; // the first m_lassoCount hold
     int m_polyCount = 0;
-    cv::Point m_polyPoints[kMaxPolyPoints];
-    processDialog *m_processDialog = nullptr;
+    std::vector<cv::Point> m_polyPoints; // the first m_polyCount hold
     CustomItem *m_rowWidget = nullptr;
     int m_dragOriginX = 0;
     int m_dragOriginY = 0;
@@ -129,8 +146,6 @@ public:
     int m_moveY = 0;
     int m_dragPressX = 0;
     int m_dragPressY = 0;
-    QPointF m_grabPos{0, 0};
-    QPointF m_dragPos{0, 0};
     quint8 m_grabbed = 0;
     int m_stampOffsetX = 0;
     int m_stampOffsetY = 0;
@@ -144,6 +159,11 @@ public:
     int m_stampStrokeIndex = -1;
 
 signals:
+    // A job went to the worker; it reports a percentage, then ends (by
+    // result, cancel or failure) just before sendThreadFinish.
+    void jobStarted();
+    void jobProgress(int percent);
+    void jobEnded();
     void sendThreadFinish();
     void sendDeleteItem();
     void sendOverStampSelect();
@@ -187,10 +207,18 @@ public:
 
 private:
     void foldJobResult(cv::Mat image, cv::Mat result);
-    // Engine jobs (photoitem_jobs.cpp): thread and dialog of this photo.
+    // Engine jobs (photoitem_jobs.cpp): the thread of this photo.
     void hookUpEngine();
     void releaseEngine();
     bool prepareSeamlessJob();
+    // The steps of an Erase command: whether the engine can take the photo
+    // at all, the clone tools' own job, the erase job of a crop, the start;
+    // refuseJob ends a command that starts no job.
+    bool engineCanTakePhoto() const;
+    bool prepareCloneJob();
+    void fillEraseJob(const cv::Rect &crop);
+    void startJob();
+    void refuseJob();
     // The photo and both selection layers back on the screen.
     void showImageAndLayers();
     // After a committed change (photoitem_undo.cpp): no selection, no
@@ -200,8 +228,8 @@ private:
     // Helpers of the selection tools.
     cv::Mat &activeLayer();
     cv::Mat &activeBase();
-    CustomWidget *activeWidget() const;
-    void showLayer(const cv::Mat &layer, CustomWidget *widget);
+    LayerView *activeWidget() const;
+    void showLayer(const cv::Mat &layer, LayerView *widget);
     void pushSelectionEntry(const cv::Rect &rect, const QString &text);
     QString undoTextForTool() const;
     void polygonClick(QPointF pos);

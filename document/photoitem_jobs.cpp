@@ -3,21 +3,16 @@
 //
 // A job runs on Mat views that share memory with m_image and writes in
 // place, so the interface thread keeps away from m_image until
-// finished_thread arrives; the modal progress dialog is what keeps the user
-// away. m_imageBeforeJob is the whole image as it was, for a cancel and for
+// finished_thread arrives; the modal progress dialog the window shows
+// between jobStarted and jobEnded is what keeps the user away. m_imageBeforeJob is the whole image as it was, for a cancel and for
 // the "before" of the undo entry.
 #include "photoitem.h"
 #include "commands.h"
-#include "customwidget.h"
-#include "globals.h"
-#include "processdialog.h"
 #include "progress.h"
 #include "threadfromqthread.h"
 #include "workbox.h"
 
 #include <QDebug>
-#include <QEvent>
-#include <QKeyEvent>
 #include <QUndoStack>
 #include <opencv2/imgproc.hpp>
 
@@ -61,46 +56,10 @@ cv::Rect changedBounds(const cv::Mat &a, const cv::Mat &b)
     return cv::boundingRect(changed);
 }
 
-// While a job runs, the progress dialog must stay up: a dialog hidden by
-// Escape or by the window manager's close would give the user the photo
-// back while the worker still writes into it. Both become a cancel request;
-// the dialog closes when the job has ended.
-class JobDialogGuard : public QObject
-{
-public:
-    explicit JobDialogGuard(PhotoItem *item) : QObject(item), m_item(item) {}
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (!m_item->m_jobActive)
-            return QObject::eventFilter(watched, event);
-        if (event->type() == QEvent::KeyPress
-            && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
-            m_item->recvCancelStatus();
-            return true;
-        }
-        if (event->type() == QEvent::Close) {
-            event->ignore();
-            m_item->recvCancelStatus();
-            return true;
-        }
-        return QObject::eventFilter(watched, event);
-    }
-
-private:
-    PhotoItem *m_item;
-};
-
 } // namespace
 
 void PhotoItem::hookUpEngine()
 {
-    // The dialog is a window of its own, with no parent; this photo deletes it.
-    m_processDialog = new processDialog;
-    connect(m_processDialog, &processDialog::sendCancelStatus, this, &PhotoItem::recvCancelStatus);
-    m_processDialog->installEventFilter(new JobDialogGuard(this));
-
     // The thread object lives on this (the interface) thread while its run()
     // executes on the worker, so both signals arrive queued. Connected once
     // for the life of the photo: each job's end is handled exactly once.
@@ -123,8 +82,6 @@ void PhotoItem::releaseEngine()
         }
     }
     m_jobActive = false;
-    delete m_processDialog;
-    m_processDialog = nullptr;
 }
 
 void PhotoItem::recvEraseCommand()
@@ -133,33 +90,15 @@ void PhotoItem::recvEraseCommand()
     // One job at a time; the modal dialog sees to it, this makes sure.
     if (m_jobActive)
         return;
-    // Nothing painted since the last job.
-    if (m_workMaxX < 0.0) {
-        emit sendThreadFinish();
-        return;
-    }
-    if (m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide) {
-        qDebug() << "photo too large for the engine:" << m_imageCols << "x" << m_imageRows;
-        emit sendThreadFinish();
+    if (!engineCanTakePhoto()) {
+        refuseJob();
         return;
     }
     m_canceled = 0;
-
-    // The smart clone needs a piece to paste; without one the photo stays
-    // as it is.
-    if (m_tool == 12 && !prepareSeamlessJob()) {
-        emit sendThreadFinish();
+    if (!prepareCloneJob()) {
+        refuseJob();
         return;
     }
-    if (m_tool == 7) {
-        const cv::Rect r = selectionBounds();
-        if (r.width < 1 || r.height < 1 || m_clonePreview.size() != m_image.size()
-            || m_clonePreview.type() != m_image.type()) {
-            emit sendThreadFinish();
-            return;
-        }
-    }
-
     WorkBox box;
     box.minX = m_workMinX;
     box.minY = m_workMinY;
@@ -167,42 +106,74 @@ void PhotoItem::recvEraseCommand()
     box.maxY = m_workMaxY;
     box = enlargeWorkBox(box, m_imageCols, m_imageRows);
     const cv::Rect crop(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
-
     // An erase job whose crop holds no red pixel would change nothing:
     // leave the photo, the selection and the box as they are.
-    const bool eraseJob = m_tool != 7 && m_tool != 12;
-    if (eraseJob && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
-        emit sendThreadFinish();
+    if (!isCloneTool(m_tool) && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
+        refuseJob();
         return;
     }
-
     m_workMinX = box.minX;
     m_workMinY = box.minY;
     m_workMaxX = box.maxX;
     m_workMaxY = box.maxY;
-
     m_imageBeforeJob = m_image.clone();
+    if (!isCloneTool(m_tool))
+        fillEraseJob(crop);
+    startJob();
+}
 
-    if (m_tool == 7) {
-        m_workerThread->setCloneJob(m_image, m_clonePreview, 2, m_moveX, m_moveY, m_inpaintMask);
-    } else if (eraseJob) {
-        const cv::Mat image = m_image(crop);
-        const cv::Mat green = m_inpaintMaskBK(crop);
-        // A donor flag left over from an undone green stroke, with no green
-        // in the crop, asks for a plain erase.
-        const bool useDonor = m_donorUsed != 0 && hasSelected(green, 1);
-        m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, 1);
+bool PhotoItem::engineCanTakePhoto() const
+{
+    // Nothing painted since the last job.
+    if (m_workMaxX < 0.0)
+        return false;
+    if (m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide) {
+        qDebug() << "photo too large for the engine:" << m_imageCols << "x" << m_imageRows;
+        return false;
     }
-    // Tool 12: prepareSeamlessJob has filled the job.
+    return true;
+}
 
+void PhotoItem::refuseJob()
+{
+    // No job: the window gets its Erase button back at once.
+    emit sendThreadFinish();
+}
+
+bool PhotoItem::prepareCloneJob()
+{
+    // The smart clone needs a piece to paste; without one the photo stays
+    // as it is. Its job is filled here, before the work box moves.
+    if (m_tool == Tool::SmartClone)
+        return prepareSeamlessJob();
+    if (m_tool == Tool::PieceDrag) {
+        const cv::Rect r = selectionBounds();
+        if (r.width < 1 || r.height < 1 || m_clonePreview.size() != m_image.size()
+            || m_clonePreview.type() != m_image.type())
+            return false;
+        m_workerThread->setCloneJob(m_image, m_clonePreview, JobType::Clone, m_moveX, m_moveY, m_inpaintMask);
+    }
+    return true;
+}
+
+void PhotoItem::fillEraseJob(const cv::Rect &crop)
+{
+    const cv::Mat image = m_image(crop);
+    const cv::Mat green = m_inpaintMaskBK(crop);
+    // A donor flag left over from an undone green stroke, with no green in
+    // the crop, asks for a plain erase.
+    const bool useDonor = m_donorUsed != 0 && hasSelected(green, 1);
+    m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, JobType::Erase);
+}
+
+void PhotoItem::startJob()
+{
     // Only a job that ran to its end leaves a result header behind.
     m_workerThread->m_resultImage.release();
     m_jobActive = true;
     m_workerThread->start(QThread::InheritPriority);
-
-    m_processDialog->move(g_dialogPos);
-    m_processDialog->show();
-    m_processDialog->recvProcessNum(0);
+    emit jobStarted();
+    emit jobProgress(0);
 }
 
 // The piece of the smart clone, at its moved size, goes into m_cloneSource
@@ -248,13 +219,13 @@ bool PhotoItem::prepareSeamlessJob()
 
     const cv::Point centre((w >> 1) + m_moveX, (h >> 1) + m_moveY);
     m_workerThread->setSeamlessJob(source, m_image, centre, mask);
-    m_workerThread->setJobType(3);
+    m_workerThread->setJobType(JobType::Seamless);
     return true;
 }
 
 void PhotoItem::recvCloneCommand()
 {
-    m_tool = 7;
+    m_tool = Tool::PieceDrag;
 }
 
 void PhotoItem::onQThreadFinished()
@@ -272,10 +243,10 @@ void PhotoItem::onQThreadFinished()
     if (m_canceled == 0 && !failed) {
         cv::Rect rect;
         QString text;
-        if (m_tool == 7 || m_tool == 12) {
+        if (m_tool == Tool::PieceDrag || m_tool == Tool::SmartClone) {
             const cv::Rect r = selectionBounds();
-            const int growX = m_tool == 12 ? m_cloneGrowX : 0;
-            const int growY = m_tool == 12 ? m_cloneGrowY : 0;
+            const int growX = m_tool == Tool::SmartClone ? m_cloneGrowX : 0;
+            const int growY = m_tool == Tool::SmartClone ? m_cloneGrowY : 0;
             rect = cv::Rect(cv::Point(m_moveX, m_moveY),
                             cv::Point(r.width + m_moveX + growX, r.height + m_moveY + growY));
             text = QStringLiteral("Smart Clone");
@@ -285,7 +256,7 @@ void PhotoItem::onQThreadFinished()
             const cv::Rect changed = changedBounds(m_image, m_imageBeforeJob);
             if (!changed.empty())
                 rect |= changed;
-            if (m_tool == 12) {
+            if (m_tool == Tool::SmartClone) {
                 m_cloneGrowX = m_cloneGrowY = 0;
                 m_cloneGrowBaseX = m_cloneGrowBaseY = 0;
             }
@@ -308,21 +279,21 @@ void PhotoItem::onQThreadFinished()
         m_imageBeforeJob.copyTo(m_image);
         // Under the smart clone the green layer only held the piece's
         // scratch, which is no picture to show.
-        if (m_tool == 12)
+        if (m_tool == Tool::SmartClone)
             clearInpaintMaskBK();
     }
     showImageAndLayers();
 
-    m_processDialog->close();
+    emit jobEnded();
     emit sendThreadFinish();
 }
 
 void PhotoItem::showImageAndLayers()
 {
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
-    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
-    m_frontGreenWidget->setVisible(true);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontGreenWidget->showLayer(true);
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
 }
 
 void PhotoItem::setProcessSum(long sum)
@@ -333,7 +304,7 @@ void PhotoItem::setProcessSum(long sum)
         m_progressBase = int(std::clamp(sum, 0L, 65535L));
         m_firstProgress = 0;
     }
-    m_processDialog->recvProcessNum(progressPercent(sum, m_progressBase));
+    emit jobProgress(progressPercent(sum, m_progressBase));
 }
 
 void PhotoItem::recvCancelStatus()

@@ -1,6 +1,5 @@
 // Stroke box, work box, selection bounds, and which layers the canvas shows.
 #include "photoitem.h"
-#include "customwidget.h"
 
 #include <algorithm>
 
@@ -89,24 +88,24 @@ cv::Rect PhotoItem::selectionBounds() const
 
 void PhotoItem::recvRedRoi()
 {
-    m_frontWidget->setVisible(true);
-    m_frontGreenWidget->setVisible(false);
-    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+    m_frontWidget->showLayer(true);
+    m_frontGreenWidget->showLayer(false);
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_midWidget->showPixmap(matToQPixmap(m_image));
 }
 
 void PhotoItem::recvGreenRoi()
 {
-    m_frontGreenWidget->setVisible(true);
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    m_frontGreenWidget->showLayer(true);
+    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
 }
 
 void PhotoItem::recvSrcRoi()
 {
     // The "before" picture is the file as it lies on disk; a file that has
     // gone shows nothing.
-    m_midWidget->setImageFile(m_filePath, m_midWidget);
-    m_frontWidget->setVisible(false);
-    m_frontGreenWidget->setVisible(false);
+    m_midWidget->showImageFile(m_filePath);
+    m_frontWidget->showLayer(false);
+    m_frontGreenWidget->showLayer(false);
 }

@@ -3,11 +3,11 @@
 // primitive straight into the layer, never anti-aliased, so the layers keep
 // the four values of their encoding. One finished gesture is one undo entry.
 #include "commands.h"
-#include "customwidget.h"
 #include "photoitem.h"
 
 #include <QUndoStack>
 #include <algorithm>
+#include <vector>
 #include <opencv2/imgproc.hpp>
 
 namespace {
@@ -24,6 +24,18 @@ cv::Point truncated(QPointF p)
     return cv::Point(int(p.x()), int(p.y()));
 }
 
+// Keeps a point as number count of a trail, growing the list as needed but
+// never past limit (a point beyond it is not kept). The count is what says
+// how many points hold: setting it to 0 starts a new trail.
+void keepPoint(std::vector<cv::Point> &points, int &count, int limit, cv::Point p)
+{
+    if (count >= limit)
+        return;
+    if (points.size() <= size_t(count))
+        points.resize(size_t(count) + 1);
+    points[size_t(count++)] = p;
+}
+
 } // namespace
 
 // Sizes in image pixels follow from screen sizes by the zoom, so that a
@@ -33,33 +45,33 @@ static int dabRadius(int size, double scale) { return std::max(1, int((size / 2)
 static int outlineThickness(double scale) { return std::max(1, int(4.0 / scale)); }
 static int stampLassoThickness(double scale) { return std::max(1, int(8.0 / scale)); }
 
-cv::Mat &PhotoItem::activeLayer() { return m_colorType == 1 ? m_inpaintMaskBK : m_inpaintMask; }
-cv::Mat &PhotoItem::activeBase() { return m_colorType == 1 ? m_strokeBaseGreen : m_strokeBaseRed; }
-CustomWidget *PhotoItem::activeWidget() const { return m_colorType == 1 ? m_frontGreenWidget : m_frontWidget; }
+cv::Mat &PhotoItem::activeLayer() { return m_colorType == Colour::Donor ? m_inpaintMaskBK : m_inpaintMask; }
+cv::Mat &PhotoItem::activeBase() { return m_colorType == Colour::Donor ? m_strokeBaseGreen : m_strokeBaseRed; }
+LayerView *PhotoItem::activeWidget() const { return m_colorType == Colour::Donor ? m_frontGreenWidget : m_frontWidget; }
 
-void PhotoItem::showLayer(const cv::Mat &layer, CustomWidget *widget)
+void PhotoItem::showLayer(const cv::Mat &layer, LayerView *widget)
 {
     // A wrap, not a copy: the widget paints straight from the layer.
-    widget->setImage(matToQImage(layer), widget);
+    widget->showImage(matToQImage(layer));
 }
 
 QString PhotoItem::undoTextForTool() const
 {
     const char *shape = nullptr;
     switch (m_tool) {
-    case 1: shape = "Rectangle Selection Brush"; break;
-    case 2: shape = "Lasso Selection Brush"; break;
-    case 3: shape = "Polygon Selection Brush"; break;
-    case 4: shape = "Selection Brush"; break;
-    case 5: shape = "Fix the Selection Brush"; break;
+    case Tool::Rectangle: shape = "Rectangle Selection Brush"; break;
+    case Tool::Lasso: shape = "Lasso Selection Brush"; break;
+    case Tool::Polygon: shape = "Polygon Selection Brush"; break;
+    case Tool::Brush: shape = "Selection Brush"; break;
+    case Tool::FixSelection: shape = "Fix the Selection Brush"; break;
     default: return QString();
     }
-    return QString::fromLatin1(m_colorType == 1 ? "Green " : "Red ") + QString::fromLatin1(shape);
+    return QString::fromLatin1(m_colorType == Colour::Donor ? "Green " : "Red ") + QString::fromLatin1(shape);
 }
 
 void PhotoItem::pushSelectionEntry(const cv::Rect &rect, const QString &text)
 {
-    if (m_colorType == 1)
+    if (m_colorType == Colour::Donor)
         m_undoStack->push(new AddGreenCommand(m_inpaintMaskBK(rect), m_strokeBaseGreen(rect), text, this, rect));
     else
         m_undoStack->push(new AddRedCommand(m_inpaintMask(rect), m_strokeBaseRed(rect), text, this, rect));
@@ -69,9 +81,9 @@ void PhotoItem::pushSelectionEntry(const cv::Rect &rect, const QString &text)
 
 void PhotoItem::recvSelectType(int type, int size, int colorType)
 {
-    m_tool = type;
+    m_tool = toolFromCode(type);
     m_brushSize = size;
-    m_colorType = colorType;
+    m_colorType = colourFromCode(colorType);
     // Each new stamp region starts empty.
     if (type == 10 || type == 11) {
         clearStrokeBaseRed();
@@ -84,27 +96,27 @@ void PhotoItem::recvSelectType(int type, int size, int colorType)
 void PhotoItem::recvLeftPressPoint(QPointF pos)
 {
     m_pressPos = pos;
-    if (m_tool == 8 && !stampPress(pos))
+    if (m_tool == Tool::Stamp && !stampPress(pos))
         return;
     extendWorkBox(pos);
     extendStrokeBox(pos);
-    if (m_tool == 7 || m_tool == 12) {
+    if (m_tool == Tool::PieceDrag || m_tool == Tool::SmartClone) {
         grabAt(pos);
         return;
     }
     m_curPos = pos;
-    if (m_tool >= 1 && m_tool <= 5) {
+    if (isSelectionTool(m_tool)) {
         // The whole layer as it was, for the undo entry of this gesture
         // (also at every polygon click). Same size and type: no reallocation.
         activeLayer().copyTo(activeBase());
     }
-    if (m_tool == 4 && m_colorType == 0) {
+    if (m_tool == Tool::Brush && m_colorType == Colour::Mask) {
         // Only the red brush dabs at the press: a click of the green brush or
         // of the fix tool without a move leaves the layer as it was.
         cv::circle(m_inpaintMask, truncated(pos), dabRadius(m_brushSize, m_scale), kTintRed, cv::FILLED, kLine);
         showLayer(m_inpaintMask, m_frontWidget);
     }
-    if (m_tool == 3 || m_tool == 11)
+    if (m_tool == Tool::Polygon || m_tool == Tool::StampRegionPolygon)
         polygonClick(pos);
 }
 
@@ -114,40 +126,38 @@ void PhotoItem::recvLeftMovePoint(QPointF pos)
 {
     extendWorkBox(pos);
     extendStrokeBox(pos);
-    if (m_tool == 8) {
+    if (m_tool == Tool::Stamp) {
         stampMove(pos);
         return;
     }
-    if (m_tool == 7 || m_tool == 12) {
+    if (m_tool == Tool::PieceDrag || m_tool == Tool::SmartClone) {
         dragPiece(pos);
         return;
     }
     m_prevPos = m_curPos;
     m_curPos = pos;
-    const cv::Scalar tint = m_colorType == 1 ? kTintGreen : kTintRed;
+    const cv::Scalar tint = m_colorType == Colour::Donor ? kTintGreen : kTintRed;
     switch (m_tool) {
-    case 1:
+    case Tool::Rectangle:
         // Earlier rectangles of the drag stay: the area only grows.
         cv::rectangle(activeLayer(), truncated(m_pressPos), truncated(pos), tint, cv::FILLED, kLine);
         break;
-    case 2:
-        // Points past the array's end are not kept; the drawn trail still
-        // shows, and the fill closes over the points kept.
-        if (m_lassoCount < kMaxLassoPoints)
-            m_lassoPoints[m_lassoCount++] = truncated(pos);
+    case Tool::Lasso:
+        // Points past the limit are not kept; the drawn trail still shows,
+        // and the fill closes over the points kept.
+        keepPoint(m_lassoPoints, m_lassoCount, kMaxLassoPoints, truncated(pos));
         cv::line(activeLayer(), truncated(m_prevPos), truncated(m_curPos), tint, outlineThickness(m_scale), kLine);
         break;
-    case 4:
+    case Tool::Brush:
         cv::line(activeLayer(), truncated(m_prevPos), truncated(m_curPos), tint,
                  brushThickness(m_brushSize, m_scale), kLine);
         break;
-    case 5:
+    case Tool::FixSelection:
         cv::line(activeLayer(), truncated(m_prevPos), truncated(m_curPos), kClear,
                  brushThickness(m_brushSize, m_scale), kLine);
         break;
-    case 10:
-        if (m_lassoCount < kMaxLassoPoints)
-            m_lassoPoints[m_lassoCount++] = truncated(pos);
+    case Tool::StampRegionLasso:
+        keepPoint(m_lassoPoints, m_lassoCount, kMaxLassoPoints, truncated(pos));
         cv::line(m_strokeBaseRed, truncated(m_prevPos), truncated(m_curPos), kTintRed,
                  stampLassoThickness(m_scale), kLine);
         showLayer(m_strokeBaseRed, m_frontWidget);
@@ -156,7 +166,7 @@ void PhotoItem::recvLeftMovePoint(QPointF pos)
         return;
     }
     showLayer(activeLayer(), activeWidget());
-    if (m_colorType == 1 && m_tool != 5)
+    if (m_colorType == Colour::Donor && m_tool != Tool::FixSelection)
         m_donorUsed = 1;
 }
 
@@ -164,20 +174,20 @@ void PhotoItem::recvLeftMoveNoPoint(QPointF pos)
 {
     m_prevPos = m_curPos;
     m_curPos = pos;
-    if (m_tool == 8) {
+    if (m_tool == Tool::Stamp) {
         stampHover(pos);
         return;
     }
-    if (m_tool != 3 && m_tool != 11)
+    if (m_tool != Tool::Polygon && m_tool != Tool::StampRegionPolygon)
         return;
     // A vertex on the top or left edge suspends the rubber band.
     if (!(m_lastVertex.x() > 0 && m_lastVertex.y() > 0))
         return;
-    const bool region = m_tool == 11;
+    const bool region = m_tool == Tool::StampRegionPolygon;
     (region ? m_strokeBaseRed : activeLayer()).copyTo(m_rubberBand);
     if (m_polyCount == 0)
         return;
-    const cv::Scalar tint = (region || m_colorType == 0) ? kTintRed : kTintGreen;
+    const cv::Scalar tint = (region || m_colorType == Colour::Mask) ? kTintRed : kTintGreen;
     const int l = outlineThickness(m_scale);
     // The ring that shows where to click to close.
     cv::circle(m_rubberBand, m_polyPoints[0], int(10.0 / m_scale), tint, l, kLine);
@@ -185,7 +195,7 @@ void PhotoItem::recvLeftMoveNoPoint(QPointF pos)
         cv::line(m_rubberBand, m_polyPoints[i - 1], m_polyPoints[i], tint, l, kLine);
     cv::line(m_rubberBand, truncated(m_lastVertex), truncated(pos), tint, l, kLine);
     showLayer(m_rubberBand, region ? m_frontWidget : activeWidget());
-    if (!region && m_colorType == 1)
+    if (!region && m_colorType == Colour::Donor)
         m_donorUsed = 1;
 }
 
@@ -196,19 +206,19 @@ void PhotoItem::recvReleasePoint(QPointF pos)
     m_cloneGrowBaseX = m_cloneGrowX;
     m_cloneGrowBaseY = m_cloneGrowY;
     extendStrokeBox(pos);
-    const cv::Scalar tint = m_colorType == 1 ? kTintGreen : kTintRed;
-    if (m_tool == 2 && m_lassoCount > 0) {
+    const cv::Scalar tint = m_colorType == Colour::Donor ? kTintGreen : kTintRed;
+    if (m_tool == Tool::Lasso && m_lassoCount > 0) {
         // The lasso closes by this fill alone: last point to first, no edge drawn.
-        const cv::Point *pts = m_lassoPoints;
+        const cv::Point *pts = m_lassoPoints.data();
         const int n = m_lassoCount;
         cv::fillPoly(activeLayer(), &pts, &n, 1, tint, kPolyLine, 0, cv::Point(0, 0));
         showLayer(activeLayer(), activeWidget());
-        if (m_colorType == 1)
+        if (m_colorType == Colour::Donor)
             m_donorUsed = 1;
     }
-    if (m_tool == 10) {
+    if (m_tool == Tool::StampRegionLasso) {
         if (m_lassoCount > 0) {
-            const cv::Point *pts = m_lassoPoints;
+            const cv::Point *pts = m_lassoPoints.data();
             const int n = m_lassoCount;
             cv::fillPoly(m_strokeBaseRed, &pts, &n, 1, kRegionFill, kPolyLine, 0, cv::Point(0, 0));
         }
@@ -219,11 +229,11 @@ void PhotoItem::recvReleasePoint(QPointF pos)
     }
     m_lassoCount = 0;
     const cv::Rect rect = strokeBoxRect();
-    if (m_tool >= 1 && m_tool <= 5 && m_tool != 3) {
+    if (isSelectionTool(m_tool) && m_tool != Tool::Polygon) {
         pushSelectionEntry(rect, undoTextForTool());
         resetStrokeBox();
     }
-    if (m_tool == 8)
+    if (m_tool == Tool::Stamp)
         stampRelease();
 }
 
@@ -231,12 +241,12 @@ void PhotoItem::recvReleasePoint(QPointF pos)
 
 void PhotoItem::closeRedOrGreenPolygon(const cv::Rect &rect)
 {
-    const cv::Point *pts = m_polyPoints;
+    const cv::Point *pts = m_polyPoints.data();
     const int n = m_polyCount;
-    cv::fillPoly(activeLayer(), &pts, &n, 1, m_colorType == 1 ? kTintGreen : kTintRed, kPolyLine, 0,
+    cv::fillPoly(activeLayer(), &pts, &n, 1, m_colorType == Colour::Donor ? kTintGreen : kTintRed, kPolyLine, 0,
                  cv::Point(0, 0));
     showLayer(activeLayer(), activeWidget());
-    if (m_colorType == 1)
+    if (m_colorType == Colour::Donor)
         m_donorUsed = 1;
     m_polyCount = 0;
     m_lastVertex = QPointF(-1, -1);
@@ -247,27 +257,26 @@ void PhotoItem::closeRedOrGreenPolygon(const cv::Rect &rect)
 void PhotoItem::polygonClick(QPointF pos)
 {
     cv::Rect rect;
-    if (m_tool == 3)
+    if (m_tool == Tool::Polygon)
         rect = strokeBoxRect();
     m_lastVertex = pos;
     const cv::Point click = truncated(pos);
-    if (m_polyCount < kMaxPolyPoints)
-        m_polyPoints[m_polyCount++] = click;
+    keepPoint(m_polyPoints, m_polyCount, kMaxPolyPoints, click);
     if (m_polyCount < 3)
         return;
     const double c = 10.0 / m_scale;
     const cv::Point first = m_polyPoints[0];
     const bool nearFirst = first.x - c < click.x && click.x < first.x + c && first.y - c < click.y
                            && click.y < first.y + c;
-    // A polygon never runs past its array: the vertex that fills it closes it.
+    // A polygon never runs past its limit: the vertex that reaches it closes it.
     if (!nearFirst && m_polyCount < kMaxPolyPoints)
         return;
-    if (m_tool == 3) {
+    if (m_tool == Tool::Polygon) {
         closeRedOrGreenPolygon(rect);
         return;
     }
     // Stamp region: filled invisibly, outlined in red along every edge.
-    const cv::Point *pts = m_polyPoints;
+    const cv::Point *pts = m_polyPoints.data();
     const int n = m_polyCount;
     cv::fillPoly(m_strokeBaseRed, &pts, &n, 1, kRegionFill, kPolyLine, 0, cv::Point(0, 0));
     const int l = outlineThickness(m_scale);
@@ -285,7 +294,7 @@ void PhotoItem::recvDoublePress()
 {
     // Closes an open polygon without the tolerance test (the way out when
     // the zoom makes the tolerance smaller than a pixel).
-    if (m_tool != 3 || m_polyCount <= 2)
+    if (m_tool != Tool::Polygon || m_polyCount <= 2)
         return;
     closeRedOrGreenPolygon(strokeBoxRect());
 }
@@ -295,12 +304,11 @@ void PhotoItem::recvDoublePress()
 void PhotoItem::grabAt(QPointF pos)
 {
     const cv::Rect r = selectionBounds();
-    if (m_tool == 12)
-        m_grabPos = pos;
+    if (m_tool == Tool::SmartClone)
     if (r.width < 1 && r.height < 1)
         return;
     const cv::Point p = truncated(pos);
-    if (m_tool == 7) {
+    if (m_tool == Tool::PieceDrag) {
         if (p.x >= r.x && p.x <= r.x + r.width - 1 && p.y >= r.y && p.y <= r.y + r.height - 1) {
             m_grabbed = 1;
             m_dragOriginX = r.x;
@@ -321,8 +329,8 @@ void PhotoItem::grabAt(QPointF pos)
 
 void PhotoItem::showMovedPiece(const cv::Mat &piece)
 {
-    m_frontGreenWidget->setVisible(true);
-    m_frontGreenWidget->setPieceImage(m_moveX, m_moveY, matToQImage(piece));
+    m_frontGreenWidget->showLayer(true);
+    m_frontGreenWidget->showPiece(m_moveX, m_moveY, matToQImage(piece));
 }
 
 void PhotoItem::dragPiece(QPointF pos)
@@ -332,8 +340,7 @@ void PhotoItem::dragPiece(QPointF pos)
     const cv::Rect r = selectionBounds();
     if (r.width < 1 || r.height < 1)
         return;
-    if (m_tool == 12) {
-        m_dragPos = pos;
+    if (m_tool == Tool::SmartClone) {
         const int w = r.width + m_cloneGrowX, h = r.height + m_cloneGrowY;
         // The pointer holds the centre of the piece.
         m_moveX = std::max(0, int(pos.x() - w / 2));
@@ -364,13 +371,13 @@ void PhotoItem::dragPiece(QPointF pos)
                 dst[tx] = src[r.x + col];
         }
     }
-    m_midWidget->setPixmap(matToQPixmap(m_clonePreview), m_midWidget);
+    m_midWidget->showPixmap(matToQPixmap(m_clonePreview));
 }
 
 void PhotoItem::recvLeftMoveChangePoint(QPointF pos, int x, int y, int type)
 {
     Q_UNUSED(pos);
-    if (m_tool != 12)
+    if (m_tool != Tool::SmartClone)
         return;
     const cv::Rect r = selectionBounds();
     // A selection one pixel thin has a side of 0 in this form: no handle

@@ -5,7 +5,6 @@
 // m_strokeBaseRed fences where the stamp may paint.
 #include "photoitem.h"
 #include "commands.h"
-#include "customwidget.h"
 
 #include <QMessageBox>
 #include <QPainter>
@@ -215,27 +214,13 @@ void snapshotImage(PhotoItem &item)
 // the file), the whole photo is set, as a full conversion would.
 void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
 {
-    CustomWidget *mid = item.m_midWidget;
-    QPixmap pixmap = mid->pixmap();
-    if (!mid->overlayImage().isNull() || pixmap.size() != QSize(item.m_imageCols, item.m_imageRows)) {
-        mid->setPixmap(matToQPixmap(item.m_image), mid);
-        return;
-    }
-    if (rect.empty())
-        return;
-    // Let go of the widget's reference for the moment, so that painting into
-    // the pixmap does not detach a full copy of it.
-    mid->setPixmap(QPixmap(), mid);
-    // The image's own rows, B G R bytes, are wrapped without a copy; the
-    // painter converts them line by line as it writes.
-    const cv::Mat region = item.m_image(rect);
-    const QImage patch(region.data, region.cols, region.rows, int(region.step), QImage::Format_BGR888);
-    {
-        QPainter painter(&pixmap);
-        painter.setCompositionMode(QPainter::CompositionMode_Source);
-        painter.drawImage(rect.x, rect.y, patch);
-    }
-    mid->setPixmap(pixmap, mid);
+    // The image's own rows, B G R bytes, are wrapped without a copy.
+    const cv::Mat region = rect.empty() ? cv::Mat() : item.m_image(rect);
+    const QImage patch = region.empty()
+        ? QImage()
+        : QImage(region.data, region.cols, region.rows, int(region.step), QImage::Format_BGR888);
+    if (!item.m_midWidget->paintPhotoPatch(rect.x, rect.y, patch, QSize(item.m_imageCols, item.m_imageRows)))
+        item.m_midWidget->showPixmap(matToQPixmap(item.m_image));
 }
 
 // The preview under the pointer. Until the first press after an Alt-click
@@ -251,14 +236,14 @@ void showStampPreview(PhotoItem &item, QPointF pos)
     const int markY = atSource ? int(item.m_stampSource.y()) : int(pos.y() - item.m_stampOffsetY);
     // The preview is a view into a layer that lives as long as the photo, so
     // the wrap without copy stays valid while the canvas shows it.
-    item.m_frontGreenWidget->setStampPreview(markX, markY, int(pos.x()), int(pos.y()), matToQImage(preview));
+    item.m_frontGreenWidget->showStampPreview(markX, markY, int(pos.x()), int(pos.y()), matToQImage(preview));
 }
 
 } // namespace
 
 void PhotoItem::recvLeftALTPressPoint(QPointF pos)
 {
-    if (m_tool != 8)
+    if (m_tool != Tool::Stamp)
         return;
     stampRelease(); // a gesture whose release never arrived
     m_stampSource = pos;

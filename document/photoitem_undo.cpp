@@ -1,6 +1,5 @@
 // The four operations the undo entries call back into.
 #include "photoitem.h"
-#include "customwidget.h"
 
 // Copies a snapshot back at its rectangle; a snapshot that does not fit the
 // rectangle or the image is refused rather than written out of bounds.
@@ -18,14 +17,14 @@ static void pasteAt(const cv::Mat &snapshot, cv::Mat &target, const cv::Rect &re
 void PhotoItem::setInpaintMask(cv::Mat tempMask, cv::Rect rect)
 {
     pasteAt(tempMask, m_inpaintMask, rect);
-    m_frontWidget->setImage(matToQImage(m_inpaintMask), m_frontWidget);
+    m_frontWidget->showImage(matToQImage(m_inpaintMask));
 }
 
 void PhotoItem::setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect)
 {
     pasteAt(tempMask, m_inpaintMaskBK, rect);
-    m_frontGreenWidget->setVisible(true);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    m_frontGreenWidget->showLayer(true);
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
     // Set on undo too: undoing the only green stroke keeps the donor path on.
     m_donorUsed = 1;
 }
@@ -62,9 +61,9 @@ void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
     // A push runs this at once, so it is also the reset after a job or a
     // stamp stroke: selections and boxes start afresh.
     startAfresh();
-    m_midWidget->setPixmap(matToQPixmap(m_image), m_midWidget);
+    m_midWidget->showPixmap(matToQPixmap(m_image));
     // During stamp work the fence of the region stays on the screen.
-    m_frontWidget->setImage(matToQImage(m_stampRegionActive ? m_strokeBaseRed : m_inpaintMask), m_frontWidget);
-    m_frontGreenWidget->setVisible(true);
-    m_frontGreenWidget->setImage(matToQImage(m_inpaintMaskBK), m_frontGreenWidget);
+    m_frontWidget->showImage(matToQImage(m_stampRegionActive ? m_strokeBaseRed : m_inpaintMask));
+    m_frontGreenWidget->showLayer(true);
+    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
 }

@@ -56,14 +56,14 @@ void MyPatchMatch::synthesizeClone(cv::Mat &image, const cv::Mat &composite)
     if (L > 0) {
         if (cancelled())
             return;
-        for (int i = L; i >= 1; --i) {
-            if (i != L && cancelled())
-                return;
+        // The moved piece's area at this level: its vectors stay as seeded.
+        cv::Mat frozenMask;
+        WalkSteps steps;
+        steps.begin = [&](int i) {
             workingImage = levelImages[i].clone();
             cv::Mat mask = levelMasks[i].clone();
-            const cv::Mat frozenMask = mask.clone();
+            frozenMask = mask.clone();
             mask.setTo(cv::Scalar::all(0));
-
             if (i == L) {
                 recomputeCost(workingImage, result, mask, field, cost);
             } else {
@@ -72,28 +72,20 @@ void MyPatchMatch::synthesizeClone(cv::Mat &image, const cv::Mat &composite)
                 recomputeCost(workingImage, result, mask, newField, cost);
                 field = newField;
             }
-
-            for (int it = 1; it <= 2; ++it) {
-                for (int pass = 0; pass < 2; ++pass) {
-                    if (cancelled())
-                        return;
-                    sweepRowsForward(field, workingImage, result, mask, cost, frozenMask);
-                    sweepRowsBackward(field, workingImage, result, mask, cost, frozenMask);
-                }
-                if (it == 1) {
-                    // A vote reads only its own pixel of the picture it
-                    // writes, so it may vote the level's picture in place.
-                    voteImage(levelImages[i], result, field, mask, false, cost);
-                } else {
-                    cv::Mat candidate;
-                    cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
-                    mask = levelMasks[i - 1];
-                    voteImage(levelImages[i - 1], candidate, field, mask, true, cost);
-                    result = candidate;
-                }
+            return mask;
+        };
+        steps.rounds = [](int) { return 2; };
+        steps.sweep = [&](int, const cv::Mat &mask) {
+            for (int pass = 0; pass < 2; ++pass) {
+                if (cancelled())
+                    return false;
+                sweepRowsForward(field, workingImage, result, mask, cost, frozenMask);
+                sweepRowsBackward(field, workingImage, result, mask, cost, frozenMask);
             }
-            emit sendWorkProcess(i);
-        }
+            return true;
+        };
+        if (!walkCoarseToFine(L, levelImages, levelMasks, field, cost, result, steps))
+            return;
     }
     result.copyTo(image);
 }

@@ -94,10 +94,8 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
     if (L > 0) {
         if (cancelled())
             return;
-        for (int i = L; i >= 1; --i) {
-            if (i != L && cancelled())
-                return;
-
+        WalkSteps steps;
+        steps.begin = [&](int i) {
             // The level's image and masks are only read from here on.
             workingImage = levelImages[i];
             cv::Mat mask = levelMasks[i];
@@ -105,7 +103,6 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
                 m_donorLevelMask = levelDonors[i];
                 updateDonorBox();
             }
-
             if (i == L) {
                 initFieldRandom(workingImage, result, mask, field, cost);
             } else {
@@ -113,37 +110,22 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
                 initFieldUpscaled(workingImage, result, mask, field, newField, cost);
                 field = newField;
             }
-
-            // Coarse levels are cheap and get the most iterations.
-            const int levelIterations = std::max(2 * i, donor ? 3 : 6);
-            const int sweepCount = std::max(i, donor ? 3 : 4);
-            for (int it = 1; it <= levelIterations; ++it) {
-                if (cancelled())
-                    return;
-                sweepField(field, workingImage, result, mask, cost, sweepCount);
-
-                if (it < levelIterations) {
-                    // A vote reads only its own pixel of the picture it
-                    // writes, so it may vote the level's picture in place.
-                    voteImage(levelImages[i], result, field, mask, false, cost);
-                } else {
-                    cv::Mat candidate;
-                    cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
-                    mask = levelMasks[i - 1];
-                    // At full size every unmarked pixel is written back from
-                    // the input below; only the hole needs its votes.
-                    if (i == 1)
-                        voteHole(levelImages[0], candidate, field, mask, true, cost);
-                    else
-                        voteImage(levelImages[i - 1], candidate, field, mask, true, cost);
-                    result = candidate;
-                }
-                if (!donor)
-                    emit sendWorkProcess(i);
-            }
-            if (donor)
-                emit sendWorkProcess(i);
-        }
+            return mask;
+        };
+        // Coarse levels are cheap and get the most iterations.
+        steps.rounds = [&](int i) { return std::max(2 * i, donor ? 3 : 6); };
+        steps.sweep = [&](int i, const cv::Mat &mask) {
+            if (cancelled())
+                return false;
+            sweepField(field, workingImage, result, mask, cost, std::max(i, donor ? 3 : 4));
+            return true;
+        };
+        // At full size every unmarked pixel is written back from the input
+        // below; only the hole needs its votes.
+        steps.holeOnlyAtBase = true;
+        steps.progressEachRound = !donor;
+        if (!walkCoarseToFine(L, levelImages, levelMasks, field, cost, result, steps))
+            return;
     }
 
     if (L > 0)

@@ -7,6 +7,7 @@
 #include "levelrules.h"
 
 #include <atomic>
+#include <functional>
 #include <cstdint>
 
 // The synthesis engine: patch-match kernels and the multi-scale drivers that
@@ -135,6 +136,8 @@ public:
     int32_t m_donorBoxRowMin = 0;
     int32_t m_donorBoxColMin = 0;
     int32_t m_donorBoxColMax = 0;
+    // Published engine settings that nothing changes: the grow step adds
+    // nothing at 0, and the drivers run only while the gate is 1.
     int32_t m_growRadius = 0;
     int32_t m_eraseMode = 0;
     unsigned char *m_donorMap = nullptr;
@@ -144,6 +147,7 @@ public:
 signals:
     // The pyramid level being worked, counting down to 1.
     void sendWorkProcess(long sum);
+    // Published and connected to the job thread; the drivers end by returning.
     void sendFinish();
 
 public slots:
@@ -160,6 +164,28 @@ private:
     // The walk shared by both erase drivers; a null holeMap means a plain
     // erase (hole from m_eraseMap), otherwise a donor-guided one.
     void runErase(const cv::Mat &image, cv::Mat &out, const unsigned char *holeMap);
+
+    // What a driver does at each level of the coarse-to-fine walk.
+    struct WalkSteps
+    {
+        // Sets up the level (working picture, field, cost) and returns the
+        // mask its sweeps and votes read.
+        std::function<cv::Mat(int level)> begin;
+        // How many rounds of sweeps and a vote the level takes.
+        std::function<int(int level)> rounds;
+        // One round's sweeps; false when the job was cancelled.
+        std::function<bool(int level, const cv::Mat &mask)> sweep;
+        // The last vote onto full size fills the hole only.
+        bool holeOnlyAtBase = false;
+        // Progress after every round rather than once per level.
+        bool progressEachRound = false;
+    };
+    // From the coarsest level down to 1: rounds of sweeps, each followed by
+    // a vote at the level, except the last, which votes at the next finer
+    // size and so does the step up. Leaves the full-size picture in result;
+    // false when cancelled (result is then not complete).
+    bool walkCoarseToFine(int coarsest, const cv::Mat *levelImages, const cv::Mat *levelMasks,
+                          cv::Mat &field, cv::Mat &cost, cv::Mat &result, const WalkSteps &steps);
 };
 
 #endif // MERVANE_MYPATCHMATCH_H

@@ -42,7 +42,7 @@ ThreadFromQThread::~ThreadFromQThread() = default;
 
 void ThreadFromQThread::setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB,
                                     const cv::Mat &red, const cv::Mat &green, bool useDonor,
-                                    int jobType)
+                                    JobType jobType)
 {
     m_sourceImage = imageA.clone();
     m_workImage = imageB;
@@ -52,7 +52,7 @@ void ThreadFromQThread::setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB
     m_jobType = jobType;
 }
 
-void ThreadFromQThread::setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, int jobType,
+void ThreadFromQThread::setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, JobType jobType,
                                     int offsetX, int offsetY, const cv::Mat &red)
 {
     m_workImage = image;
@@ -73,7 +73,7 @@ void ThreadFromQThread::setSeamlessJob(const cv::Mat &source, const cv::Mat &des
     m_redImage = mask;
 }
 
-void ThreadFromQThread::setJobType(int jobType)
+void ThreadFromQThread::setJobType(JobType jobType)
 {
     m_jobType = jobType;
 }
@@ -148,7 +148,7 @@ void ThreadFromQThread::runJob()
     if (int64_t(m_workImage.rows) * m_workImage.cols > int64_t(INT_MAX))
         return;
 
-    if (m_jobType == 1) {
+    if (m_jobType == JobType::Erase) {
         const int rows = m_workImage.rows, cols = m_workImage.cols;
         const int size = rows * cols;
         pm.allocEraseMaps(size, true);
@@ -193,7 +193,7 @@ void ThreadFromQThread::runJob()
             std::memset(pm.m_donorMap, 0, size_t(size));
             pm.m_eraseMode = 0;
         }
-    } else if (m_jobType == 2) {
+    } else if (m_jobType == JobType::Clone) {
         const int rows = m_workImage.rows, cols = m_workImage.cols;
         pm.allocCloneMap(rows * cols, true);
         pm.m_voteAll = true;
@@ -206,7 +206,7 @@ void ThreadFromQThread::runJob()
         cv::Mat composite = m_cloneImage;
         if (pm.m_runEnabled == 1)
             pm.synthesizeClone(m_workImage, composite);
-    } else if (m_jobType == 3) {
+    } else if (m_jobType == JobType::Seamless) {
         cv::seamlessClone(m_cloneImage, m_workImage, m_redImage, m_clonePoint, m_workImage,
                           cv::NORMAL_CLONE);
     } else {

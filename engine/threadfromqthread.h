@@ -9,6 +9,18 @@
 
 #include "mypatchmatch.h"
 
+// What a job does. The numbers are what older callers pass; jobTypeFromCode
+// is the one place that maps them.
+enum class JobType : int32_t {
+    None = 0,     // runs nothing and leaves no result
+    Erase = 1,    // fills the red hole (from the green donor area if asked)
+    Clone = 2,    // synthesis around a moved piece
+    Seamless = 3, // gradient-domain paste of the smart clone's piece
+};
+// A number that names no job type is kept and runs nothing, as None.
+constexpr JobType jobTypeFromCode(int code) { return JobType(code); }
+constexpr int jobTypeCode(JobType type) { return int(type); }
+
 // The worker thread of one photo. It owns the job record and the engine; the
 // photo fills the record through the setters, starts the thread, and reads
 // the result back after finished_thread. Both this object and its engine
@@ -27,13 +39,25 @@ public:
     // imageA is deep-copied into m_sourceImage; imageB becomes m_workImage,
     // the image the job writes into.
     void setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB, const cv::Mat &red,
-                     const cv::Mat &green, bool useDonor, int jobType);
-    void setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, int jobType,
+                     const cv::Mat &green, bool useDonor, JobType jobType = JobType::Erase);
+    void setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, JobType jobType,
                      int offsetX, int offsetY, const cv::Mat &red);
-    // Does not set the job type: call setJobType(3) after it.
+    // The same with the job type as a number (command-line tool, tests).
+    void setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB, const cv::Mat &red,
+                     const cv::Mat &green, bool useDonor, int jobType)
+    {
+        setEraseJob(imageA, imageB, red, green, useDonor, jobTypeFromCode(jobType));
+    }
+    void setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, int jobType,
+                     int offsetX, int offsetY, const cv::Mat &red)
+    {
+        setCloneJob(image, cloneImage, jobTypeFromCode(jobType), offsetX, offsetY, red);
+    }
+    // Does not set the job type: call setJobType(JobType::Seamless) after it.
     void setSeamlessJob(const cv::Mat &source, const cv::Mat &destination, cv::Point point,
                         const cv::Mat &mask);
-    void setJobType(int jobType);
+    void setJobType(JobType jobType);
+    void setJobType(int jobType) { setJobType(jobTypeFromCode(jobType)); }
 
     // Asks the engine to stop at its next check (emits sendCancelstatus).
     void cancelWork();
@@ -64,7 +88,7 @@ public:
     cv::Mat m_redImage;
     cv::Mat m_greenImage;
     cv::Mat m_cloneImage;
-    int32_t m_jobType = 0;
+    JobType m_jobType = JobType::None;
     int32_t m_offsetX = 0;
     int32_t m_offsetY = 0;
     cv::Point m_clonePoint;

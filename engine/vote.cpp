@@ -149,50 +149,59 @@ void MyPatchMatch::voteHole(const cv::Mat &source, cv::Mat &out, const cv::Mat &
     voteRows(source, out, field, mask, upscale, cost, true);
 }
 
-void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
-                            const cv::Mat &mask, bool upscale, const cv::Mat &cost,
-                            bool holeOnly)
-{
-    const int R = upscale ? 2 * m_patchRadius : m_patchRadius;
-    const int rows = source.rows, cols = source.cols;
-    const int fieldRows = field.rows, fieldCols = field.cols;
-    const int reachRows = upscale ? 2 * fieldRows : fieldRows;
-    const int reachCols = upscale ? 2 * fieldCols : fieldCols;
-    const double *similarity = m_similarity;
-    const bool voteAll = m_voteAll;
-    const int side = 2 * R + 1;
-    if (rows <= 0 || cols <= 0)
-        return;
+namespace {
 
-    // Which pixels take votes at all: the hole only, or outside the hole
-    // without voteAll only those whose own colour differs from the source
-    // (the rest keep their colour whatever the votes say), or all of them.
-    // The test reads only the pixel itself, which the vote writes after
-    // testing it again, so testing first gives the same decisions.
-    auto takesVotes = [&](const uchar *ownMask, const uchar *src, const uchar *dst, int x) {
-        const bool masked = ownMask[3 * x] == 255;
-        if (masked)
-            return true;
-        if (holeOnly)
-            return false;
-        return voteAll || dst[3 * x] != src[3 * x] || dst[3 * x + 1] != src[3 * x + 1]
-               || dst[3 * x + 2] != src[3 * x + 2];
-    };
-    // Per row, the first and last column that takes votes (last < first:
-    // none).
-    std::vector<int> firstCol(rows, cols), lastCol(rows, -1);
+// One vote pass: its inputs and the sizes every phase reads.
+struct VotePass
+{
+    const cv::Mat &source;
+    cv::Mat &out;
+    const cv::Mat &field;
+    const cv::Mat &mask;
+    const cv::Mat &cost;
+    const double *similarity;
+    bool upscale;
+    bool holeOnly;
+    bool voteAll;
+    int R;         // patch radius, doubled at the step up
+    int rows, cols;
+    int fieldRows, fieldCols;
+    int reachRows, reachCols; // the area the field's voters cover
+};
+
+// Which pixels take votes at all: the hole only, or outside the hole
+// without voteAll only those whose own colour differs from the source (the
+// rest keep their colour whatever the votes say), or all of them. The test
+// reads only the pixel itself, which the vote writes after testing it
+// again, so testing first gives the same decisions.
+inline bool takesVotes(const VotePass &pass, const uchar *ownMask, const uchar *src, const uchar *dst, int x)
+{
+    if (ownMask[3 * x] == 255)
+        return true;
+    if (pass.holeOnly)
+        return false;
+    return pass.voteAll || dst[3 * x] != src[3 * x] || dst[3 * x + 1] != src[3 * x + 1]
+           || dst[3 * x + 2] != src[3 * x + 2];
+}
+
+// Phase 1: per row, the first and last column that takes votes (last <
+// first: none).
+void findVotingSpans(const VotePass &pass, std::vector<int> &firstCol, std::vector<int> &lastCol)
+{
+    firstCol.assign(pass.rows, pass.cols);
+    lastCol.assign(pass.rows, -1);
 #pragma omp parallel for schedule(static)
-    for (int y = 0; y < rows; ++y) {
-        const uchar *ownMask = mask.ptr<uchar>(y);
-        const uchar *src = source.ptr<uchar>(y);
-        const uchar *dst = out.ptr<uchar>(y);
-        int lo = cols, hi = -1;
-        if (voteAll && !holeOnly) {
+    for (int y = 0; y < pass.rows; ++y) {
+        const uchar *ownMask = pass.mask.ptr<uchar>(y);
+        const uchar *src = pass.source.ptr<uchar>(y);
+        const uchar *dst = pass.out.ptr<uchar>(y);
+        int lo = pass.cols, hi = -1;
+        if (pass.voteAll && !pass.holeOnly) {
             lo = 0;
-            hi = cols - 1;
+            hi = pass.cols - 1;
         } else {
-            for (int x = 0; x < cols; ++x) {
-                if (takesVotes(ownMask, src, dst, x)) {
+            for (int x = 0; x < pass.cols; ++x) {
+                if (takesVotes(pass, ownMask, src, dst, x)) {
                     lo = std::min(lo, x);
                     hi = x;
                 }
@@ -201,25 +210,31 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
         firstCol[y] = lo;
         lastCol[y] = hi;
     }
+}
 
-    // Every field cell serves many pixels (25, or 81 at the step up), always
-    // with the same weight and the same shift from the voter to its vote:
-    // the voter at (yy, xx) votes for pixel (y, x) with the source colour at
-    // (y + oy, x + ox). At the step up the parity the voter adds to the
-    // doubled match cancels against its own, so the shift is the cell's.
-    // Decode once each cell that some voting pixel reaches.
+// Phase 2: every field cell serves many pixels (25, or 81 at the step up),
+// always with the same weight and the same shift from the voter to its
+// vote: the voter at (yy, xx) votes for pixel (y, x) with the source colour
+// at (y + oy, x + ox). At the step up the parity the voter adds to the
+// doubled match cancels against its own, so the shift is the cell's.
+// Decodes once each cell that some voting pixel reaches.
+std::unique_ptr<VoteCell[]> decodeVoteCells(const VotePass &pass, const std::vector<int> &firstCol,
+                                            const std::vector<int> &lastCol)
+{
+    const int R = pass.R, fieldRows = pass.fieldRows, fieldCols = pass.fieldCols;
+    const bool upscale = pass.upscale;
     const size_t fieldCells = size_t(std::max(fieldRows, 0)) * std::max(fieldCols, 0);
     std::unique_ptr<VoteCell[]> cells(new VoteCell[fieldCells > 0 ? fieldCells : 1]);
     std::vector<int> cellLo(std::max(fieldRows, 0), fieldCols), cellHi(std::max(fieldRows, 0), -1);
-    for (int y = 0; y < rows; ++y) {
+    for (int y = 0; y < pass.rows; ++y) {
         if (lastCol[y] < firstCol[y])
             continue;
         const int xxLo = std::max(firstCol[y] - R, 0);
-        const int xxHi = std::min(lastCol[y] + R, reachCols - 1);
+        const int xxHi = std::min(lastCol[y] + R, pass.reachCols - 1);
         if (xxHi < xxLo)
             continue;
         const int lo = upscale ? xxLo >> 1 : xxLo, hi = upscale ? xxHi >> 1 : xxHi;
-        for (int yy = std::max(y - R, 0); yy <= std::min(y + R, reachRows - 1); ++yy) {
+        for (int yy = std::max(y - R, 0); yy <= std::min(y + R, pass.reachRows - 1); ++yy) {
             const int fy = upscale ? yy >> 1 : yy;
             cellLo[fy] = std::min(cellLo[fy], lo);
             cellHi[fy] = std::max(cellHi[fy], hi);
@@ -227,8 +242,8 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
     }
 #pragma omp parallel for schedule(static)
     for (int fy = 0; fy < fieldRows; ++fy) {
-        const short *frow = field.ptr<short>(fy);
-        const short *crow = cost.ptr<short>(fy);
+        const short *frow = pass.field.ptr<short>(fy);
+        const short *crow = pass.cost.ptr<short>(fy);
         VoteCell *cellRow = cells.get() + size_t(fy) * fieldCols;
         for (int fx = cellLo[fy]; fx <= cellHi[fy]; ++fx) {
             const int px = loadCell(frow + 3 * fx);
@@ -236,15 +251,98 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
             VoteCell &cell = cellRow[fx];
             cell.ox = upscale ? 2 * (px - fx) : px - fx;
             cell.oy = upscale ? 2 * (py - fy) : py - fy;
-            cell.weight = similarity[loadCell(crow + fx)];
+            cell.weight = pass.similarity[loadCell(crow + fx)];
         }
     }
+    return cells;
+}
 
-    // Each pixel reads the field, the cost map, source and its own pixel of
-    // out, and writes only that pixel; the field is stable between sweeps,
-    // so the rows can be voted in parallel with the same result as one
-    // pass. Rows through the hole cost far more than the others: hand them
-    // out in small chunks.
+// Phase 3, one pixel: gathers its voters and writes its colour.
+inline void votePixel(const VotePass &pass, const VoteCell *cells, VoteHistograms &histograms,
+                      Voter *voterList, int y, int x, const uchar *ownMask, const uchar *src, uchar *dst)
+{
+    const int R = pass.R, rows = pass.rows, cols = pass.cols, fieldCols = pass.fieldCols;
+    const bool upscale = pass.upscale;
+    const cv::Mat &mask = pass.mask;
+    // Outside the mask without voteAll only the total weight decides: the
+    // pixel gets its source colour or keeps its own.
+    const bool totalOnly = !pass.voteAll && ownMask[3 * x] != 255;
+    const int yyLo = std::max(y - R, 0), yyHi = std::min(y + R, pass.reachRows - 1);
+    const int xxLo = std::max(x - R, 0), xxHi = std::min(x + R, pass.reachCols - 1);
+    // Weights are never negative, so a total-only sum may stop as soon as it
+    // reaches 1.0.
+    double wsum = 0.0;
+    int count = 0;
+    uint32_t firstColour = 0;
+    bool unanimous = true;
+    for (int yy = yyLo; yy <= yyHi && !(totalOnly && wsum >= 1.0); ++yy) {
+        const VoteCell *cellRow = cells + size_t(upscale ? yy >> 1 : yy) * fieldCols;
+        for (int xx = xxLo; xx <= xxHi; ++xx) {
+            const VoteCell &cell = cellRow[upscale ? xx >> 1 : xx];
+            const int vy = y + cell.oy, vx = x + cell.ox;
+            if (unsigned(vy) >= unsigned(rows) || unsigned(vx) >= unsigned(cols))
+                continue;
+            if (mask.ptr<uchar>(vy)[3 * vx] == 255)
+                continue;
+            const double w = cell.weight;
+            wsum += w;
+            if (totalOnly)
+                continue;
+            const uint32_t colour = packColour(pass.source.ptr<uchar>(vy) + 3 * vx);
+            if (count == 0)
+                firstColour = colour;
+            unanimous &= colour == firstColour;
+            voterList[count].colour = colour;
+            voterList[count].weight = w;
+            ++count;
+        }
+    }
+    if (wsum < 1.0)
+        return;
+    if (totalOnly) {
+        dst[3 * x] = src[3 * x];
+        dst[3 * x + 1] = src[3 * x + 1];
+        dst[3 * x + 2] = src[3 * x + 2];
+        return;
+    }
+    // All voters agree (the usual case away from the hole's seams): every
+    // channel holds one value, and its trimmed mean v * h / h is v.
+    if (unanimous) {
+        dst[3 * x] = uchar(firstColour);
+        dst[3 * x + 1] = uchar(firstColour >> 8);
+        dst[3 * x + 2] = uchar(firstColour >> 16);
+        return;
+    }
+    for (int k = 0; k < count; ++k) {
+        const uint32_t colour = voterList[k].colour;
+        const double w = voterList[k].weight;
+        histograms.add(0, int(colour & 255), w);
+        histograms.add(1, int((colour >> 8) & 255), w);
+        histograms.add(2, int(colour >> 16), w);
+    }
+    for (int c = 0; c < 3; ++c) {
+        // One value only: v * h / h is v.
+        const int single = histograms.only(c);
+        if (single >= 0) {
+            dst[3 * x + c] = uchar(single);
+            histograms.clear(c);
+            continue;
+        }
+        const int v = histograms.trimmedMean(c, wsum);
+        if (v >= 0)
+            dst[3 * x + c] = uchar(v);
+    }
+}
+
+// Phase 3: each pixel reads the field, the cost map, source and its own
+// pixel of out, and writes only that pixel; the field is stable between
+// sweeps, so the rows can be voted in parallel with the same result as one
+// pass. Rows through the hole cost far more than the others: hand them out
+// in small chunks.
+void votePixels(const VotePass &pass, const VoteCell *cells, const std::vector<int> &firstCol,
+                const std::vector<int> &lastCol)
+{
+    const int side = 2 * pass.R + 1;
     // The voters of the current pixel, in the order a histogram would
     // receive them: one list per thread, allocated here, because an
     // allocation that fails inside a parallel region cannot be caught.
@@ -255,83 +353,34 @@ void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &
         VoteHistograms histograms;
         Voter *voterList = voters.data() + listSize * size_t(omp_get_thread_num());
 #pragma omp for schedule(dynamic, 4)
-        for (int y = 0; y < rows; ++y) {
-            const uchar *ownMask = mask.ptr<uchar>(y);
-            const uchar *src = source.ptr<uchar>(y);
-            uchar *dst = out.ptr<uchar>(y);
-            const int yyLo = std::max(y - R, 0), yyHi = std::min(y + R, reachRows - 1);
+        for (int y = 0; y < pass.rows; ++y) {
+            const uchar *ownMask = pass.mask.ptr<uchar>(y);
+            const uchar *src = pass.source.ptr<uchar>(y);
+            uchar *dst = pass.out.ptr<uchar>(y);
             for (int x = firstCol[y]; x <= lastCol[y]; ++x) {
-                if (!takesVotes(ownMask, src, dst, x))
-                    continue;
-                // Outside the mask without voteAll only the total weight
-                // decides: the pixel gets its source colour or keeps its own.
-                const bool totalOnly = !voteAll && ownMask[3 * x] != 255;
-                const int xxLo = std::max(x - R, 0), xxHi = std::min(x + R, reachCols - 1);
-                // Weights are never negative, so a total-only sum may stop
-                // as soon as it reaches 1.0.
-                double wsum = 0.0;
-                int count = 0;
-                uint32_t firstColour = 0;
-                bool unanimous = true;
-                for (int yy = yyLo; yy <= yyHi && !(totalOnly && wsum >= 1.0); ++yy) {
-                    const VoteCell *cellRow = cells.get() + size_t(upscale ? yy >> 1 : yy) * fieldCols;
-                    for (int xx = xxLo; xx <= xxHi; ++xx) {
-                        const VoteCell &cell = cellRow[upscale ? xx >> 1 : xx];
-                        const int vy = y + cell.oy, vx = x + cell.ox;
-                        if (unsigned(vy) >= unsigned(rows) || unsigned(vx) >= unsigned(cols))
-                            continue;
-                        if (mask.ptr<uchar>(vy)[3 * vx] == 255)
-                            continue;
-                        const double w = cell.weight;
-                        wsum += w;
-                        if (totalOnly)
-                            continue;
-                        const uint32_t colour = packColour(source.ptr<uchar>(vy) + 3 * vx);
-                        if (count == 0)
-                            firstColour = colour;
-                        unanimous &= colour == firstColour;
-                        voterList[count].colour = colour;
-                        voterList[count].weight = w;
-                        ++count;
-                    }
-                }
-                if (wsum < 1.0)
-                    continue;
-                if (totalOnly) {
-                    dst[3 * x] = src[3 * x];
-                    dst[3 * x + 1] = src[3 * x + 1];
-                    dst[3 * x + 2] = src[3 * x + 2];
-                    continue;
-                }
-                // All voters agree (the usual case away from the hole's
-                // seams): every channel holds one value, and its trimmed
-                // mean v * h / h is v.
-                if (unanimous) {
-                    dst[3 * x] = uchar(firstColour);
-                    dst[3 * x + 1] = uchar(firstColour >> 8);
-                    dst[3 * x + 2] = uchar(firstColour >> 16);
-                    continue;
-                }
-                for (int k = 0; k < count; ++k) {
-                    const uint32_t colour = voterList[k].colour;
-                    const double w = voterList[k].weight;
-                    histograms.add(0, int(colour & 255), w);
-                    histograms.add(1, int((colour >> 8) & 255), w);
-                    histograms.add(2, int(colour >> 16), w);
-                }
-                for (int c = 0; c < 3; ++c) {
-                    // One value only: v * h / h is v.
-                    const int single = histograms.only(c);
-                    if (single >= 0) {
-                        dst[3 * x + c] = uchar(single);
-                        histograms.clear(c);
-                        continue;
-                    }
-                    const int v = histograms.trimmedMean(c, wsum);
-                    if (v >= 0)
-                        dst[3 * x + c] = uchar(v);
-                }
+                if (takesVotes(pass, ownMask, src, dst, x))
+                    votePixel(pass, cells, histograms, voterList, y, x, ownMask, src, dst);
             }
         }
     }
+}
+
+} // namespace
+
+// In three phases: which pixels of each row vote, the field cells they
+// reach decoded once, then the votes themselves.
+void MyPatchMatch::voteRows(const cv::Mat &source, cv::Mat &out, const cv::Mat &field,
+                            const cv::Mat &mask, bool upscale, const cv::Mat &cost,
+                            bool holeOnly)
+{
+    const int R = upscale ? 2 * m_patchRadius : m_patchRadius;
+    const VotePass pass{source, out, field, mask, cost, m_similarity, upscale, holeOnly, m_voteAll, R,
+                        source.rows, source.cols, field.rows, field.cols,
+                        upscale ? 2 * field.rows : field.rows, upscale ? 2 * field.cols : field.cols};
+    if (pass.rows <= 0 || pass.cols <= 0)
+        return;
+    std::vector<int> firstCol, lastCol;
+    findVotingSpans(pass, firstCol, lastCol);
+    const std::unique_ptr<VoteCell[]> cells = decodeVoteCells(pass, firstCol, lastCol);
+    votePixels(pass, cells.get(), firstCol, lastCol);
 }

@@ -11,6 +11,7 @@
 
 #include "custombackwidget.h"
 #include "customwidget.h"
+#include "jobdialog.h"
 #include "photoitem.h"
 
 struct PhotoHost
@@ -24,10 +25,13 @@ struct PhotoHost
 
     PhotoHost() { host.resize(400, 300); }
 
-    // A photo document for the file, added at the end of the list.
+    // A photo document for the file, added at the end of the list, with
+    // the progress dialog the window would give it.
     PhotoItem *load(const QString &path) const
     {
-        return new PhotoItem(back, mid, front, green, path, list, list->count());
+        auto *item = new PhotoItem(back, mid, front, green, path, list, list->count());
+        new JobDialog(item);
+        return item;
     }
 };
 

@@ -161,8 +161,8 @@ private slots:
         // A colour other than red or green leaves the brush without a picture of its own.
         view.recvSelectType(4, 30, 2);
         QCOMPARE(view.viewport()->cursor().shape(), Qt::OpenHandCursor);
-        QCOMPARE(view.tool(), 4);
-        QCOMPARE(view.colorType(), 2);
+        QCOMPARE(view.tool(), Tool::Brush);
+        QCOMPARE(colourCode(view.colorType()), 2);
     }
 
     void releaseUnderTheStampSizesTheRingByZoom()

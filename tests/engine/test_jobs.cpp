@@ -187,7 +187,7 @@ TEST(Job, SeamlessWithoutSetJobTypeRunsThePreviousType)
     const cv::Mat mask = layer(destination.size(), cv::Rect(20, 20, 6, 6));
     thread.setSeamlessJob(texture(40, 40, 3), destination, cv::Point(20, 20), mask);
     thread.run();
-    EXPECT_EQ(thread.m_jobType, 1);
+    EXPECT_EQ(thread.m_jobType, JobType::Erase);
     EXPECT_GT(cv::norm(destination(cv::Rect(19, 19, 8, 8)), before(cv::Rect(19, 19, 8, 8)), cv::NORM_INF), 0.0);
     EXPECT_EQ(cv::norm(destination(cv::Rect(0, 0, 40, 10)), before(cv::Rect(0, 0, 40, 10)), cv::NORM_INF), 0.0);
 }

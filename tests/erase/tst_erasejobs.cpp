@@ -21,6 +21,7 @@
 #include "globals.h"
 #include "photoitem.h"
 #include "photohost.h"
+#include "jobdialog.h"
 #include "processdialog.h"
 #include "threadfromqthread.h"
 
@@ -72,10 +73,10 @@ class TestEraseJobs : public QObject
             item->m_donorUsed = 1;
     }
 
-    static processDialog *dialogOf(PhotoItem *item) { return item->m_processDialog; }
+    static processDialog *dialogOf(PhotoItem *item) { return JobDialog::of(item)->dialog(); }
     static QProgressBar *barOf(PhotoItem *item)
     {
-        return item->m_processDialog->findChild<QProgressBar *>("progressBar");
+        return dialogOf(item)->findChild<QProgressBar *>("progressBar");
     }
 
     static cv::Rect cropOf(const PhotoItem *item)
@@ -182,7 +183,7 @@ private slots:
         const cv::Mat hole = holeArea(item->m_inpaintMask);
         const cv::Mat selected = redOf(item->m_inpaintMask);
 
-        g_dialogPos = QPoint(123, 77);
+        JobDialog::of(item)->setPlace(QPoint(123, 77));
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         // The job runs on the worker; the dialog is up and the call came back.
@@ -595,7 +596,7 @@ private slots:
         item->recvSelectType(4, 6, 0);
         paint(item, {QPointF(700, 600), QPointF(740, 620)}, 6);
         const cv::Mat original = item->m_image.clone();
-        g_dialogPos = QPoint(200, 150);
+        JobDialog::of(item)->setPlace(QPoint(200, 150));
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QVERIFY(startAndWaitForProgress(item));
         processDialog *dialog = dialogOf(item);
@@ -677,7 +678,7 @@ private slots:
     {
         PhotoItem *item = load(realPhoto("chelsea.png"));
         item->recvCloneCommand();
-        QCOMPARE(item->m_tool, 7);
+        QCOMPARE(item->m_tool, Tool::PieceDrag);
         paint(item, {QPointF(100, 100), QPointF(140, 120)}, 10);
         const cv::Mat original = item->m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
@@ -707,7 +708,7 @@ private slots:
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
-        QCOMPARE(item->m_workerThread->m_jobType, 2);
+        QCOMPARE(item->m_workerThread->m_jobType, JobType::Clone);
         QVERIFY(finished.wait(kJobTimeoutMs));
         const cv::Rect moved(item->m_moveX, item->m_moveY, bounds.width, bounds.height);
         QCOMPARE(item->getUndoStack()->count(), entries + 1);

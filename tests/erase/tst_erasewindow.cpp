@@ -20,6 +20,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "jobdialog.h"
 #include "processdialog.h"
 #include "threadfromqthread.h"
 #include "ui_mainwindow.h"
@@ -84,7 +85,7 @@ class TestEraseWindow : public QObject
         release(top, toCanvas(prev));
     }
 
-    processDialog *dialogOf(PhotoItem *item) const { return item->m_processDialog; }
+    processDialog *dialogOf(PhotoItem *item) const { return JobDialog::of(item)->dialog(); }
 
     // The brush stroke reached the red layer.
     bool brushPaints(PhotoItem *item) const { return cv::countNonZero(redOf(item->m_inpaintMask)) > 0; }
@@ -130,7 +131,7 @@ private slots:
         QCOMPARE(m_w->displayScale(), 1.0);
         QTest::mouseClick(ui->pushButton_penplus, Qt::LeftButton);
         ui->verticalSlider->setValue(24);
-        QCOMPARE(item->m_tool, 4);
+        QCOMPARE(item->m_tool, Tool::Brush);
         // Over the bowl of the spoon.
         stroke({QPointF(350, 265), QPointF(366, 285), QPointF(385, 300)});
         QVERIFY(brushPaints(item));
@@ -145,8 +146,8 @@ private slots:
         // The interface came back at once: the job runs under the dialog.
         QVERIFY(item->m_jobActive);
         QVERIFY(dialogOf(item)->isVisible());
-        QCOMPARE(g_dialogPos, ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
-        QCOMPARE(dialogOf(item)->pos(), g_dialogPos);
+        QCOMPARE(JobDialog::of(item)->place(), ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
+        QCOMPARE(dialogOf(item)->pos(), JobDialog::of(item)->place());
         const cv::Rect crop = cv::Rect(cv::Point(int(item->m_workMinX), int(item->m_workMinY)),
                                        cv::Point(int(item->m_workMaxX), int(item->m_workMaxY)));
         QVERIFY(finished.wait(kJobTimeoutMs));
@@ -264,7 +265,7 @@ private slots:
         QVERIFY(bounds.width > 10 && bounds.height > 10);
 
         QTest::mouseClick(ui->pushButton_clone, Qt::LeftButton);
-        QCOMPARE(item->m_tool, 12);
+        QCOMPARE(item->m_tool, Tool::SmartClone);
         CustomWidget *top = ui->widget_front_green;
         // Grab the piece in its middle and drag it onto the table at the left.
         const QPointF grab(bounds.x + bounds.width / 2.0, bounds.y + bounds.height / 2.0);

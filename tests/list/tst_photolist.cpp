@@ -59,11 +59,11 @@ class TestPhotoList : public QObject
     void verifyOnlyBound(PhotoItem *expected)
     {
         for (PhotoItem *p : m_w->photoItems())
-            p->m_tool = 4;
+            p->m_tool = Tool::Brush;
         emit m_w->sendSelectType(2, m_w->brushSize(), 0);
         for (PhotoItem *p : m_w->photoItems())
-            QCOMPARE(p->m_tool, p == expected ? 2 : 4);
-        emit m_w->sendSelectType(m_w->toolType(), m_w->brushSize(), m_w->colorType());
+            QCOMPARE(p->m_tool, p == expected ? Tool::Lasso : Tool::Brush);
+        emit m_w->sendSelectType(toolCode(m_w->toolType()), m_w->brushSize(), colourCode(m_w->colorType()));
         QCOMPARE(m_w->undoGroup()->activeStack(), expected->getUndoStack());
     }
 
@@ -281,13 +281,13 @@ private slots:
         m_w->openPhoto(photo("s1.png", 1));
         ui->pushButton_stamp->click();
         ui->pushButton_stamp_1->click();
-        QCOMPARE(m_w->toolType(), 10);
+        QCOMPARE(m_w->toolType(), Tool::StampRegionLasso);
         QVERIFY(!ui->horizontalSlider->isHidden());
         m_w->openPhoto(photo("s2.png", 2));
-        QCOMPARE(m_w->toolType(), 4);
-        QCOMPARE(m_w->colorType(), 0);
-        QCOMPARE(m_w->photoItems().at(1)->m_tool, 4);
-        QCOMPARE(ui->widget_front->tool(), 4);
+        QCOMPARE(m_w->toolType(), Tool::Brush);
+        QCOMPARE(m_w->colorType(), Colour::Mask);
+        QCOMPARE(m_w->photoItems().at(1)->m_tool, Tool::Brush);
+        QCOMPARE(ui->widget_front->tool(), Tool::Brush);
         QVERIFY(ui->horizontalSlider->isHidden());
         QVERIFY(!ui->verticalSlider->isHidden());
         QVERIFY(!ui->pushButton_red->isHidden());
@@ -301,15 +301,15 @@ private slots:
         PhotoItem *first = m_w->photoItems().at(0);
         ui->pushButton_rect->click();
         ui->pushButton_green->click();
-        QCOMPARE(m_w->colorType(), 1);
+        QCOMPARE(m_w->colorType(), Colour::Donor);
         ui->listWidget->setCurrentRow(0);
         QCOMPARE(ui->listWidget->currentRow(), 0);
         verifyOnlyBound(first);
-        QCOMPARE(m_w->toolType(), 4);
-        QCOMPARE(m_w->colorType(), 0);
-        QCOMPARE(first->m_tool, 4);
-        QCOMPARE(first->m_colorType, 0);
-        QCOMPARE(ui->widget_front->tool(), 4);
+        QCOMPARE(m_w->toolType(), Tool::Brush);
+        QCOMPARE(m_w->colorType(), Colour::Mask);
+        QCOMPARE(first->m_tool, Tool::Brush);
+        QCOMPARE(first->m_colorType, Colour::Mask);
+        QCOMPARE(ui->widget_front->tool(), Tool::Brush);
         QCOMPARE(ui->horizontalSlider->value(), 100);
         QCOMPARE(ui->horizontalSlider_2->value(), 100);
         // The fitted photo is the one on the canvas.
@@ -320,12 +320,12 @@ private slots:
     {
         openUnsaved(2);
         ui->pushButton_poly->click();
-        QCOMPARE(m_w->toolType(), 3);
+        QCOMPARE(m_w->toolType(), Tool::Polygon);
         QSignalSpy types(m_w, &MainWindow::sendSelectType);
         const QRect rect = ui->listWidget->visualItemRect(ui->listWidget->item(1));
         QTest::mouseClick(ui->listWidget->viewport(), Qt::LeftButton, Qt::NoModifier, rect.center());
         QCOMPARE(ui->listWidget->currentRow(), 1);
-        QCOMPARE(m_w->toolType(), 4);
+        QCOMPARE(m_w->toolType(), Tool::Brush);
         QVERIFY(!types.isEmpty());
         QCOMPARE(types.last().at(0).toInt(), 4);
     }
@@ -373,7 +373,7 @@ private slots:
         QCOMPARE(ui->listWidget->count(), 2);
         QCOMPARE(ui->listWidget->currentRow(), 0);
         verifyOnlyBound(former1);
-        QCOMPARE(m_w->toolType(), 4);
+        QCOMPARE(m_w->toolType(), Tool::Brush);
         QVERIFY(!ui->verticalSlider->isHidden());
         // The photo object goes with the next turn of the event loop.
         QTRY_VERIFY(gone.isNull());

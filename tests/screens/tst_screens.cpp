@@ -179,9 +179,9 @@ private slots:
         startWindow();
         openPhotoWithSelection();
         // Where the erase button asks the photo to open its dialog.
-        g_dialogPos = m_window->form()->pushButton_select_photo->mapToGlobal(QPoint(0, 0));
+        const QPoint place = m_window->form()->pushButton_select_photo->mapToGlobal(QPoint(0, 0));
         processDialog progress;
-        progress.move(g_dialogPos);
+        progress.move(place);
         progress.show();
         progress.recvProcessNum(60);
         settle();

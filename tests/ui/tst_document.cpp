@@ -53,7 +53,6 @@ private slots:
             QCOMPARE(cv::countNonZero(layer->reshape(1)), 0);
         }
         QCOMPARE(item->m_cloneSource.type(), CV_8UC3);
-        QCOMPARE(item->m_cloneSourceSpare.type(), CV_8UC3);
         QCOMPARE(item->m_cloneMask.type(), CV_8UC1);
         QCOMPARE(item->m_cloneMaskScaled.type(), CV_8UC1);
         // Defaults after construction.
@@ -61,8 +60,8 @@ private slots:
         QCOMPARE(item->m_strokeMinY, 200.0);
         QCOMPARE(item->m_strokeMaxX, -1.0);
         QCOMPARE(item->m_workMaxX, -1.0);
-        QCOMPARE(item->m_tool, 4);
-        QCOMPARE(item->m_colorType, 0);
+        QCOMPARE(item->m_tool, Tool::Brush);
+        QCOMPARE(item->m_colorType, Colour::Mask);
         QCOMPARE(item->m_brushSize, 30);
         QCOMPARE(int(item->m_saved), 1);
         QCOMPARE(int(item->m_stampSourceMissing), 1);
@@ -160,7 +159,6 @@ private slots:
         item->clearInpaintMaskBK();
         item->clearStrokeBaseRed();
         item->clearCloneSource();
-        item->clearCloneSourceSpare();
         item->clearCloneMask();
         item->clearCloneMaskScaled();
         QCOMPARE(item->m_inpaintMask.data, before);

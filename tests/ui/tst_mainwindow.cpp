@@ -88,8 +88,8 @@ private slots:
         QCOMPARE(ui->label_version->text(), QString("Version:1.2.2 x64"));
         QCOMPARE(ui->pushButton_plus->shortcut(), QKeySequence("Ctrl+="));
         QCOMPARE(ui->pushButton_undo->toolTip(), QString("Undo"));
-        QCOMPARE(m_w->toolType(), 4);
-        QCOMPARE(m_w->colorType(), 0);
+        QCOMPARE(m_w->toolType(), Tool::Brush);
+        QCOMPARE(m_w->colorType(), Colour::Mask);
         QCOMPARE(m_w->brushSize(), 30);
         QCOMPARE(m_w->displayScale(), 1.0);
         QCOMPARE(g_language, QString("EN"));
@@ -171,12 +171,12 @@ private slots:
         m_w->openPhoto(path);
         PhotoItem *first = m_w->photoItems().at(0);
         PhotoItem *second = m_w->photoItems().at(1);
-        QCOMPARE(second->m_tool, 4);
+        QCOMPARE(second->m_tool, Tool::Brush);
         ui->pushButton_rect->click();
-        QCOMPARE(second->m_tool, 1);
-        QCOMPARE(first->m_tool, 4);
-        QCOMPARE(ui->widget_front->tool(), 1);
-        QCOMPARE(ui->widget_front_green->tool(), 1);
+        QCOMPARE(second->m_tool, Tool::Rectangle);
+        QCOMPARE(first->m_tool, Tool::Brush);
+        QCOMPARE(ui->widget_front->tool(), Tool::Rectangle);
+        QCOMPARE(ui->widget_front_green->tool(), Tool::Rectangle);
         // Each signal reaches the bound photo exactly once.
         QSignalSpy finished(second, &PhotoItem::sendThreadFinish);
         emit m_w->sendEraseCommand();
@@ -184,21 +184,21 @@ private slots:
         m_w->unbindPhoto(second);
         m_w->unbindPhoto(second); // a missing connection is no fault
         ui->pushButton_poly->click();
-        QCOMPARE(second->m_tool, 1);
+        QCOMPARE(second->m_tool, Tool::Rectangle);
         m_w->bindPhoto(first);
         ui->pushButton_poly->click();
-        QCOMPARE(first->m_tool, 3);
+        QCOMPARE(first->m_tool, Tool::Polygon);
     }
 
     void openingFallsBackToTheBrush()
     {
         ui->pushButton_rect->click();
-        QCOMPARE(m_w->toolType(), 1);
+        QCOMPARE(m_w->toolType(), Tool::Rectangle);
         m_w->openPhoto(photo("brush.png", 60, 40));
-        QCOMPARE(m_w->toolType(), 4);
-        QCOMPARE(m_w->colorType(), 0);
-        QCOMPARE(m_w->photoItems().at(0)->m_tool, 4);
-        QCOMPARE(ui->widget_front->tool(), 4);
+        QCOMPARE(m_w->toolType(), Tool::Brush);
+        QCOMPARE(m_w->colorType(), Colour::Mask);
+        QCOMPARE(m_w->photoItems().at(0)->m_tool, Tool::Brush);
+        QCOMPARE(ui->widget_front->tool(), Tool::Brush);
     }
 
     void failedOpenLeavesTheListAndMovesTheFolders()
@@ -394,7 +394,7 @@ private slots:
         m_w->openPhoto(photo("drag.png", 400, 300));
         m_w->recv100();
         m_w->on_pushButton_handle_clicked();
-        QCOMPARE(m_w->toolType(), 9);
+        QCOMPARE(m_w->toolType(), Tool::MoveView);
         CustomWidget *top = ui->widget_front_green;
         QTest::mousePress(top, Qt::LeftButton, Qt::NoModifier, QPoint(100, 100));
         QMouseEvent drag(QEvent::MouseMove, QPointF(150, 100), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);

@@ -354,7 +354,7 @@ private slots:
         QCOMPARE(m_item->m_strokeBaseRed.at<cv::Vec4b>(140, 10), cv::Vec4b(0, 0, 0, 0));
         QCOMPARE(foreignLayerValues(m_item->m_strokeBaseRed), 0);
         QCOMPARE(m_item->getUndoStack()->count(), 0);
-        QCOMPARE(m_w->toolType(), 8);
+        QCOMPARE(m_w->toolType(), Tool::Stamp);
         // A new region starts empty.
         ui->pushButton_stamp_1->click();
         QCOMPARE(count(m_item->m_strokeBaseRed), 0);
@@ -584,7 +584,7 @@ private slots:
         ui->pushButton_rect->click();
         stroke({QPoint(40, 40), QPoint(60, 60)});
         emit m_w->sendCloneCommand();
-        QCOMPARE(m_item->m_tool, 7);
+        QCOMPARE(m_item->m_tool, Tool::PieceDrag);
         m_item->recvLeftPressPoint(QPointF(50, 50));
         QCOMPARE(int(m_item->m_grabbed), 1);
         QCOMPARE(m_item->m_dragPressX, 50);

@@ -14,6 +14,7 @@
 #include "customwidget.h"
 #include "globals.h"
 #include "mainwindow.h"
+#include "jobdialog.h"
 #include "photoitem.h"
 #include "testutil.h"
 #include "ui_mainwindow.h"
@@ -85,9 +86,9 @@ private slots:
         };
         for (const Case &c : cases) {
             c.button->click();
-            QCOMPARE(m_w->toolType(), c.code);
-            QCOMPARE(item->m_tool, c.code);
-            QCOMPARE(ui->widget_front->tool(), c.code);
+            QCOMPARE(toolCode(m_w->toolType()), c.code);
+            QCOMPARE(toolCode(item->m_tool), c.code);
+            QCOMPARE(toolCode(ui->widget_front->tool()), c.code);
             QVERIFY(looksSelected(c.button));
             QCOMPARE(!ui->verticalSlider->isHidden(), c.size);
             QCOMPARE(!ui->label->isHidden(), c.size);
@@ -101,7 +102,7 @@ private slots:
         }
         // The guide-line button is the clone tool without a selected look.
         m_w->on_pushButton_subline_clicked();
-        QCOMPARE(m_w->toolType(), 12);
+        QCOMPARE(m_w->toolType(), Tool::SmartClone);
         QVERIFY(!looksSelected(ui->pushButton_subline));
         QVERIFY(!looksSelected(ui->pushButton_clone));
         QVERIFY(ui->pushButton_red->isHidden());
@@ -115,13 +116,13 @@ private slots:
         const QString penStyle = ui->pushButton_penplus->styleSheet();
         QSignalSpy spy(m_w, &MainWindow::sendSelectType);
         ui->pushButton_handle->click();
-        QCOMPARE(m_w->toolType(), 4);
+        QCOMPARE(m_w->toolType(), Tool::Brush);
         QCOMPARE(spy.count(), 0);
         QCOMPARE(ui->pushButton_handle->styleSheet(), style);
         QCOMPARE(ui->pushButton_penplus->styleSheet(), penStyle);
         // The other tools work on the welcome page too.
         ui->pushButton_rect->click();
-        QCOMPARE(m_w->toolType(), 1);
+        QCOMPARE(m_w->toolType(), Tool::Rectangle);
     }
 
     void bracketAtTwoHundredAtActualSize()
@@ -188,10 +189,10 @@ private slots:
         PhotoItem *item = openPhoto();
         ui->pushButton_stamp->click();
         ui->pushButton_stamp_1->click();
-        QCOMPARE(m_w->toolType(), 10);
+        QCOMPARE(m_w->toolType(), Tool::StampRegionLasso);
         ui->pushButton_stamp_2->click();
-        QCOMPARE(m_w->toolType(), 11);
-        QCOMPARE(item->m_tool, 11);
+        QCOMPARE(m_w->toolType(), Tool::StampRegionPolygon);
+        QCOMPARE(item->m_tool, Tool::StampRegionPolygon);
         QVERIFY(looksSelected(ui->pushButton_stamp_1));
         QVERIFY(looksSelected(ui->pushButton_stamp_2));
         ui->pushButton_rect->click(); // a reset keeps their look
@@ -206,8 +207,8 @@ private slots:
             QApplication::sendEvent(c, &move);
         }
         QTest::mouseRelease(c, Qt::LeftButton, Qt::NoModifier, QPoint(20, 100));
-        QCOMPARE(m_w->toolType(), 8);
-        QCOMPARE(item->m_tool, 8);
+        QCOMPARE(m_w->toolType(), Tool::Stamp);
+        QCOMPARE(item->m_tool, Tool::Stamp);
         QCOMPARE(int(item->m_stampRegionActive), 1);
         QVERIFY(!looksSelected(ui->pushButton_stamp_1));
         QVERIFY(!looksSelected(ui->pushButton_stamp_2));
@@ -221,7 +222,7 @@ private slots:
     {
         ui->pushButton_stamp->click();
         ui->pushButton_stamp_1->click();
-        QCOMPARE(m_w->toolType(), 8);
+        QCOMPARE(m_w->toolType(), Tool::Stamp);
         QVERIFY(!looksSelected(ui->pushButton_stamp_1));
     }
 
@@ -233,13 +234,13 @@ private slots:
         connect(m_w, &MainWindow::getGreenRoi, this, [&] { order << "green"; });
         connect(m_w, &MainWindow::getRedRoi, this, [&] { order << "red"; });
         ui->pushButton_green->click();
-        QCOMPARE(m_w->colorType(), 1);
-        QCOMPARE(item->m_colorType, 1);
+        QCOMPARE(m_w->colorType(), Colour::Donor);
+        QCOMPARE(item->m_colorType, Colour::Donor);
         QVERIFY(looksSelected(ui->pushButton_green));
         QVERIFY(!looksSelected(ui->pushButton_red));
         QVERIFY(ui->widget_front_green->isVisible());
         ui->pushButton_red->click();
-        QCOMPARE(m_w->colorType(), 0);
+        QCOMPARE(m_w->colorType(), Colour::Mask);
         QVERIFY(ui->widget_front_green->isHidden());
         QVERIFY(ui->widget_front->isVisible());
         QCOMPARE(order, QStringList({"type1", "green", "type0", "red"}));
@@ -248,11 +249,13 @@ private slots:
     void eraserStoresTheDialogPlace()
     {
         openPhoto();
-        g_dialogPos = QPoint(-1, -1);
+        JobDialog *jobs = JobDialog::of(m_w->currentItem());
+        QVERIFY(jobs);
+        jobs->setPlace(QPoint(-1, -1));
         QSignalSpy spy(m_w, &MainWindow::sendEraseCommand);
         ui->pushButton_eraser->click();
         QCOMPARE(spy.count(), 1);
-        QCOMPARE(g_dialogPos, ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
+        QCOMPARE(jobs->place(), ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
         ui->pushButton_eraser->setEnabled(false);
         m_w->RecvThreadFinish();
         QVERIFY(ui->pushButton_eraser->isEnabled());

@@ -18,6 +18,8 @@
 #include <QTextStream>
 #include <QtMath>
 
+#include "spritesheet.h"
+
 #include <cstdio>
 #include <functional>
 
@@ -641,75 +643,69 @@ void sliderHandle(QPainter &p, const QRectF &cell)
 
 // ------------------------------------------------------------- the sheet
 
-struct RowCells { int x[4]; int y[4]; };
-
 const State kStates[4] = {Plain, Hover, Pressed, Disabled};
 
 void drawSheet(QPainter &p)
 {
     // Tool buttons: one row per tool, the four states across.
+    using namespace Sprite;
     const std::pair<int, Draw> tools[] = {
-        {27, glyphRect}, {71, glyphLasso}, {114, glyphPoly}, {159, glyphBrush},
-        {206, glyphFix}, {249, glyphGuide}, {634, glyphClone}, {676, glyphStamp}};
-    const int toolX[4] = {25, 57, 89, 121};
+        {kToolRectY, glyphRect}, {kToolLassoY, glyphLasso}, {kToolPolygonY, glyphPoly},
+        {kToolBrushY, glyphBrush}, {kToolFixY, glyphFix}, {kToolGuideY, glyphGuide},
+        {kToolCloneY, glyphClone}, {kToolStampY, glyphStamp}};
     for (const auto &t : tools)
         for (int i = 0; i < 4; ++i)
-            squareButton(p, QRectF(toolX[i], t.first, 32, 32), 32, kStates[i], t.second);
+            squareButton(p, QRectF(kToolX[i], t.first, kToolSide, kToolSide), kToolSide, kStates[i], t.second);
 
     // Command row: one column per command, the four states downwards.
     const std::pair<int, Draw> commands[] = {
-        {462, glyphBeforeAfter},
-        {509, [](QPainter &q, const QColor &c) { glyphMagnifier(q, c, true); }},
-        {551, [](QPainter &q, const QColor &c) { glyphMagnifier(q, c, false); }},
-        {597, glyphActual}, {647, glyphFit}, {694, glyphHand}, {758, glyphUndo},
-        {813, glyphRedo}, {862, glyphHistory}, {907, glyphSave}, {962, glyphPrint}};
-    const int commandY[4] = {434, 466, 498, 530};
+        {kBeforeAfterX, glyphBeforeAfter},
+        {kZoomInX, [](QPainter &q, const QColor &c) { glyphMagnifier(q, c, true); }},
+        {kZoomOutX, [](QPainter &q, const QColor &c) { glyphMagnifier(q, c, false); }},
+        {kActualSizeX, glyphActual}, {kFitX, glyphFit}, {kMoveX, glyphHand}, {kUndoX, glyphUndo},
+        {kRedoX, glyphRedo}, {kHistoryX, glyphHistory}, {kSaveX, glyphSave}, {kPrintX, glyphPrint}};
     for (const auto &c : commands)
         for (int i = 0; i < 4; ++i)
-            squareButton(p, QRectF(c.first, commandY[i], 32, 32), 32, kStates[i], c.second);
+            squareButton(p, QRectF(c.first, kCommandY[i], kCommandSide, kCommandSide), kCommandSide,
+                         kStates[i], c.second);
 
     // Header buttons.
-    const int headerY[4] = {27, 46, 65, 84};
     const std::tuple<int, Draw, bool> header[] = {
-        {207, glyphMenu, false}, {236, glyphMinimise, false}, {263, glyphMaximise, false},
-        {293, glyphCross, false}, {332, glyphCross, true}};
+        {kMenuX, glyphMenu, false}, {kMinimiseX, glyphMinimise, false}, {kMaximiseX, glyphMaximise, false},
+        {kDialogCloseX, glyphCross, false}, {kCloseX, glyphCross, true}};
     for (const auto &h : header)
         for (int i = 0; i < 4; ++i)
-            squareButton(p, QRectF(std::get<0>(h), headerY[i], 19, 19), 19, kStates[i],
-                         std::get<1>(h), std::get<2>(h));
+            squareButton(p, QRectF(std::get<0>(h), kHeaderY[i], kHeaderSide, kHeaderSide), kHeaderSide,
+                         kStates[i], std::get<1>(h), std::get<2>(h));
 
     // Fold arrows.
-    const int foldY[4] = {27, 45, 63, 81};
     for (int i = 0; i < 4; ++i) {
-        squareButton(p, QRectF(385, foldY[i], 18, 18), 18, kStates[i],
+        squareButton(p, QRectF(kFoldX, kFoldY[i], kFoldSide, kFoldSide), kFoldSide, kStates[i],
                      [](QPainter &q, const QColor &c) { glyphChevrons(q, c, true); });
-        squareButton(p, QRectF(403, foldY[i], 18, 18), 18, kStates[i],
+        squareButton(p, QRectF(kUnfoldX, kFoldY[i], kFoldSide, kFoldSide), kFoldSide, kStates[i],
                      [](QPainter &q, const QColor &c) { glyphChevrons(q, c, false); });
     }
 
     // Colour buttons, with the selected row beneath each.
-    const int colourX[4] = {25, 52, 79, 106};
     const QColor red(0xe8, 0x45, 0x3c), green(0x3d, 0xbb, 0x5c);
+    const qreal cs = kColourSide;
     for (int i = 0; i < 4; ++i) {
-        colourButton(p, QRectF(colourX[i], 348, 27, 27), red, kStates[i], false);
-        colourButton(p, QRectF(colourX[i], 379, 27, 27), red, kStates[i], true);
-        colourButton(p, QRectF(colourX[i], 431, 27, 27), green, kStates[i], false);
-        colourButton(p, QRectF(colourX[i], 458, 27, 27), green, kStates[i], true);
+        colourButton(p, QRectF(kColourX[i], kRedY, cs, cs), red, kStates[i], false);
+        colourButton(p, QRectF(kColourX[i], kRedSelectedY, cs, cs), red, kStates[i], true);
+        colourButton(p, QRectF(kColourX[i], kGreenY, cs, cs), green, kStates[i], false);
+        colourButton(p, QRectF(kColourX[i], kGreenSelectedY, cs, cs), green, kStates[i], true);
     }
 
     // Welcome, add and erase buttons.
-    const int bigY[4] = {139, 249, 359, 469};
-    const int addY[4] = {139, 199, 259, 319};
-    const int eraseY[4] = {139, 204, 269, 334};
     for (int i = 0; i < 4; ++i) {
-        welcomePhoto(p, QRectF(178, bigY[i], 110, 110), kStates[i]);
-        welcomeFolder(p, QRectF(310, bigY[i], 110, 110), kStates[i]);
-        addButton(p, QRectF(617, addY[i], 62, 60), kStates[i]);
-        eraseButton(p, QRectF(436, eraseY[i], 142, 65), kStates[i]);
+        welcomePhoto(p, QRectF(kWelcomePhotoX, kWelcomeY[i], kWelcomeSide, kWelcomeSide), kStates[i]);
+        welcomeFolder(p, QRectF(kWelcomeFolderX, kWelcomeY[i], kWelcomeSide, kWelcomeSide), kStates[i]);
+        addButton(p, QRectF(kAddX, kAddY[i], kAddWidth, kAddHeight), kStates[i]);
+        eraseButton(p, QRectF(kEraseX, kEraseY[i], kEraseWidth, kEraseHeight), kStates[i]);
     }
 
-    warningSign(p, QRectF(784, 140, 40, 40));
-    sliderHandle(p, QRectF(25, 309, 14, 14));
+    warningSign(p, QRectF(kWarningX, kWarningY, kWarningSide, kWarningSide));
+    sliderHandle(p, QRectF(kSliderHandleX, kSliderHandleY, kSliderHandleSide, kSliderHandleSide));
 }
 
 QImage newImage(int w, int h)
@@ -728,7 +724,7 @@ bool save(const QImage &img, const QString &path)
 
 QImage sheet(int factor)
 {
-    QImage img = newImage(1331 * factor, 782 * factor);
+    QImage img = newImage(Sprite::kSheetWidth * factor, Sprite::kSheetHeight * factor);
     QPainter p(&img);
     p.setRenderHint(QPainter::Antialiasing);
     p.setRenderHint(QPainter::TextAntialiasing);

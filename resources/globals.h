@@ -3,7 +3,6 @@
 
 // Process-wide values, one instance each (defined in globals.cpp).
 
-#include <QPoint>
 #include <QString>
 #include <QStringList>
 
@@ -16,7 +15,5 @@ extern QStringList g_linkKeys;
 extern QStringList g_linkValues;
 // Chooses the settings roots; set to 1 by the main window and never changed.
 extern int g_brand;
-// Global position where the progress dialog opens.
-extern QPoint g_dialogPos;
 
 #endif // GLOBALS_H

@@ -5,4 +5,3 @@ QString g_language;
 QStringList g_linkKeys;
 QStringList g_linkValues;
 int g_brand = 1;
-QPoint g_dialogPos;
