@@ -99,12 +99,12 @@ double runEngine(const Case &c, int runs)
             if (c.clone) {
                 cv::Mat composite = work.clone();
                 work(c.hole).copyTo(composite(c.hole + c.move));
-                thread.setCloneJob(work, composite, 2, c.hole.x + c.move.x, c.hole.y + c.move.y,
+                thread.setCloneJob(work, composite, JobType::Clone, c.hole.x + c.move.x, c.hole.y + c.move.y,
                                    layer(work.size(), c.hole, cv::Scalar(0, 0, 255, 128)));
             } else {
                 thread.setEraseJob(work, work, layer(work.size(), c.hole, cv::Scalar(0, 0, 255, 128)),
                                    layer(work.size(), c.donor, cv::Scalar(0, 255, 0, 128)),
-                                   c.donor.area() > 0, 1);
+                                   c.donor.area() > 0, JobType::Erase);
             }
             thread.run();
         });

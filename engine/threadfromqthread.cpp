@@ -128,7 +128,7 @@ void ThreadFromQThread::restoreAfterFailure()
     // put that back. The copy needs no allocation (same size and type).
     // Other jobs keep no copy of their own: their caller restores.
     m_patchMatch.m_eraseMode = 0;
-    if (m_jobType != 1)
+    if (m_jobType != JobType::Erase)
         return;
     if (m_sourceImage.empty() || m_sourceImage.size() != m_workImage.size()
         || m_sourceImage.type() != m_workImage.type() || m_sourceImage.data == m_workImage.data)

@@ -42,22 +42,10 @@ public:
                      const cv::Mat &green, bool useDonor, JobType jobType = JobType::Erase);
     void setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, JobType jobType,
                      int offsetX, int offsetY, const cv::Mat &red);
-    // The same with the job type as a number (command-line tool, tests).
-    void setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB, const cv::Mat &red,
-                     const cv::Mat &green, bool useDonor, int jobType)
-    {
-        setEraseJob(imageA, imageB, red, green, useDonor, jobTypeFromCode(jobType));
-    }
-    void setCloneJob(const cv::Mat &image, const cv::Mat &cloneImage, int jobType,
-                     int offsetX, int offsetY, const cv::Mat &red)
-    {
-        setCloneJob(image, cloneImage, jobTypeFromCode(jobType), offsetX, offsetY, red);
-    }
     // Does not set the job type: call setJobType(JobType::Seamless) after it.
     void setSeamlessJob(const cv::Mat &source, const cv::Mat &destination, cv::Point point,
                         const cv::Mat &mask);
     void setJobType(JobType jobType);
-    void setJobType(int jobType) { setJobType(jobTypeFromCode(jobType)); }
 
     // Asks the engine to stop at its next check (emits sendCancelstatus).
     void cancelWork();

@@ -52,7 +52,7 @@ int darkHolePixelsAfterJob(cv::Mat image, const cv::Mat &red, const cv::Mat &gre
     if (useDonor)
         image.setTo(cv::Scalar::all(0), hole);
     ThreadFromQThread thread;
-    thread.setEraseJob(image, image, red, green, useDonor, 1);
+    thread.setEraseJob(image, image, red, green, useDonor, JobType::Erase);
     thread.run();
     EXPECT_FALSE(thread.failed()) << thread.failure().toStdString();
     return holecheck::darkPixels(image, hole);

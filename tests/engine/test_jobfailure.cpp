@@ -73,7 +73,7 @@ void warmUp()
     cv::Mat image(40, 40, CV_8UC3, kFlat);
     ThreadFromQThread thread;
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 6, 6)), layer(image.size()), false,
-                       1);
+                       JobType::Erase);
     thread.run();
 }
 
@@ -91,7 +91,7 @@ void measureJob(cv::Size size, bool useDonor)
     // The high-water mark before the job lies below the job's peak; the
     // rise is measured from what is resident now.
     ThreadFromQThread thread;
-    thread.setEraseJob(image, image, red, green, useDonor, 1);
+    thread.setEraseJob(image, image, red, green, useDonor, JobType::Erase);
     thread.run();
     const uint64_t peak = peakResidentBytes();
     const uint64_t measured = peak > before ? peak - before : 0;
@@ -114,7 +114,7 @@ void eraseUnderMemoryLimit(bool useDonor)
     const cv::Mat red = layer(size, cv::Rect(1400, 1400, 40, 40));
     const cv::Mat green = layer(size, useDonor ? cv::Rect(0, 0, 1000, 3000) : cv::Rect(), kGreen);
     ThreadFromQThread thread;
-    thread.setEraseJob(image, image, red, green, useDonor, 1);
+    thread.setEraseJob(image, image, red, green, useDonor, JobType::Erase);
     // Room for the byte maps and the input copy, not for the field.
     const rlim_t room = 48ull << 20;
     rlimit limit{virtualBytes() + room, RLIM_INFINITY};
@@ -158,7 +158,7 @@ TEST(JobFailure, AnyExceptionFailsTheJobAndRestoresTheCrop)
     cv::Mat image(40, 40, CV_8UC3, kFlat);
     const cv::Mat before = image.clone();
     ThreadFromQThread thread;
-    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()), false, 1);
+    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()), false, JobType::Erase);
     const auto connection = QObject::connect(
         &thread, &ThreadFromQThread::progressSum, &thread,
         [](long) { throw std::runtime_error("injected failure"); }, Qt::DirectConnection);
@@ -172,7 +172,7 @@ TEST(JobFailure, AnyExceptionFailsTheJobAndRestoresTheCrop)
 
     // The next job starts with a clean record.
     QObject::disconnect(connection);
-    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()), false, 1);
+    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()), false, JobType::Erase);
     thread.run();
     EXPECT_FALSE(thread.failed());
     EXPECT_TRUE(thread.failure().isEmpty());
@@ -182,7 +182,7 @@ TEST(JobFailure, CancelIsNotAFailure)
 {
     cv::Mat image(40, 40, CV_8UC3, kFlat);
     ThreadFromQThread thread;
-    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()), false, 1);
+    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()), false, JobType::Erase);
     QObject::connect(&thread, &ThreadFromQThread::progressSum, &thread, [&](long) { thread.cancelWork(); },
                      Qt::DirectConnection);
     thread.run();

@@ -113,7 +113,7 @@ TEST(Job, GreenWithoutRedDoesNothing)
     long progress = 0;
     QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long) { ++progress; });
     thread.setEraseJob(image, image, layer(image.size()), layer(image.size(), cv::Rect(5, 5, 9, 9), kGreen),
-                       true, 1);
+                       true, JobType::Erase);
     thread.run();
     EXPECT_EQ(cv::norm(image, before, cv::NORM_INF), 0.0);
     EXPECT_EQ(progress, 0);
@@ -126,7 +126,7 @@ TEST(Job, DonorWithAllZeroGreenStillRunsTheDonorDriver)
     cv::Mat image = texture(40, 40);
     const cv::Mat before = image.clone();
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()),
-                       true, 1);
+                       true, JobType::Erase);
     thread.run();
     // Empty donor: no level, the output is the input, hole colours kept.
     EXPECT_EQ(cv::norm(image, before, cv::NORM_INF), 0.0);
@@ -140,7 +140,7 @@ TEST(Job, RedCoveringTheWholeImageIsAccepted)
     ThreadFromQThread thread;
     cv::Mat image = texture(24, 30);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(0, 0, 30, 24)), layer(image.size()),
-                       false, 1);
+                       false, JobType::Erase);
     thread.run();
     ASSERT_FALSE(thread.m_resultImage.empty());
     EXPECT_EQ(thread.m_resultImage.size(), image.size());
@@ -151,11 +151,11 @@ TEST(Job, UnknownJobTypeFinishesOncePerConnection)
     ThreadFromQThread thread;
     cv::Mat image = texture(20, 20);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(5, 5, 4, 4)), layer(image.size()),
-                       false, 7);
+                       false, jobTypeFromCode(7));
     const cv::Mat before = image.clone();
     EXPECT_EQ(countFinished(thread, 1), 1);
     ThreadFromQThread second;
-    second.setJobType(0);
+    second.setJobType(JobType::None);
     EXPECT_EQ(countFinished(second, 2), 2);
     EXPECT_EQ(cv::norm(image, before, cv::NORM_INF), 0.0);
 }
@@ -165,7 +165,7 @@ TEST(Job, CancelBeforeTheRunIsLost)
     ThreadFromQThread thread;
     cv::Mat image = texture(48, 48);
     const cv::Rect hole(20, 20, 6, 6);
-    thread.setEraseJob(image, image, layer(image.size(), hole), layer(image.size()), false, 1);
+    thread.setEraseJob(image, image, layer(image.size(), hole), layer(image.size()), false, JobType::Erase);
     thread.cancelWork();
     EXPECT_TRUE(thread.m_patchMatch.m_cancel.load());
     thread.run();
@@ -178,7 +178,7 @@ TEST(Job, SeamlessWithoutSetJobTypeRunsThePreviousType)
     ThreadFromQThread thread;
     cv::Mat first = texture(40, 40);
     thread.setEraseJob(first, first, layer(first.size(), cv::Rect(10, 10, 5, 5)), layer(first.size()),
-                       false, 1);
+                       false, JobType::Erase);
     thread.run();
     // Now a seamless job's images, but the type is still 1 (erase): the
     // erase runs on the new destination with the new mask as red layer.
@@ -200,7 +200,7 @@ TEST(Job, SeamlessPasteWritesTheDestination)
     cv::Mat mask(20, 20, CV_8UC1, cv::Scalar(0));
     mask(cv::Rect(4, 4, 12, 12)).setTo(255);
     thread.setSeamlessJob(source, destination, cv::Point(30, 30), mask);
-    thread.setJobType(3);
+    thread.setJobType(JobType::Seamless);
     thread.run();
     EXPECT_EQ(thread.m_resultImage.data, destination.data);
     EXPECT_EQ(destination.at<cv::Vec3b>(0, 0), cv::Vec3b(40, 40, 40));
@@ -213,7 +213,7 @@ TEST(Job, SeamlessPasteOffTheImageDoesNotCrash)
     const cv::Mat before = destination.clone();
     thread.setSeamlessJob(cv::Mat(20, 20, CV_8UC3, cv::Scalar::all(9)), destination, cv::Point(-100, 500),
                           cv::Mat(20, 20, CV_8UC1, cv::Scalar(255)));
-    thread.setJobType(3);
+    thread.setJobType(JobType::Seamless);
     int finished = 0;
     QObject::connect(&thread, &ThreadFromQThread::finished_thread, [&] { ++finished; });
     thread.run();
@@ -234,7 +234,7 @@ TEST(Job, CloneJobSettlesTheMovedPiece)
     image(piece).copyTo(composite(cv::Rect(40, 20, 10, 10)));
     std::vector<long> values;
     QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long v) { values.push_back(v); });
-    thread.setCloneJob(image, composite, 2, 40, 20, layer(image.size(), piece));
+    thread.setCloneJob(image, composite, JobType::Clone, 40, 20, layer(image.size(), piece));
     thread.run();
     EXPECT_EQ(values, (std::vector<long>{4, 3, 2, 1}));
     EXPECT_EQ(thread.m_patchMatch.m_cloneOffsetY, 25); // dropped 5 rows lower
@@ -248,7 +248,7 @@ TEST(Thread, ProgressAndFinishArriveQueuedOnTheInterfaceThread)
     ThreadFromQThread thread;
     cv::Mat image = texture(64, 64);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(22, 22, 18, 18)), layer(image.size()),
-                       false, 1);
+                       false, JobType::Erase);
     std::vector<long> values;
     int finished = 0;
     QEventLoop loop;
@@ -302,7 +302,7 @@ TEST(Thread, CancelledPlainEraseLeavesTheBlackHole)
     cv::Mat image = texture(64, 64);
     const cv::Mat before = image.clone();
     const cv::Rect hole(22, 22, 18, 18);
-    thread.setEraseJob(image, image, layer(image.size(), hole), layer(image.size()), false, 1);
+    thread.setEraseJob(image, image, layer(image.size(), hole), layer(image.size()), false, JobType::Erase);
     runAndCancelAtFirstProgress(thread);
     const cv::Rect blacked = stamped(hole, image.size());
     EXPECT_EQ(cv::countNonZero(image(blacked).reshape(1)), 0);
@@ -318,7 +318,7 @@ TEST(Thread, CancelledDonorEraseLeavesTheImageUntouched)
     cv::Mat image = texture(64, 64);
     const cv::Mat before = image.clone();
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(22, 22, 18, 18)),
-                       layer(image.size(), cv::Rect(0, 0, 64, 20), kGreen), true, 1);
+                       layer(image.size(), cv::Rect(0, 0, 64, 20), kGreen), true, JobType::Erase);
     runAndCancelAtFirstProgress(thread);
     EXPECT_EQ(cv::norm(image, before, cv::NORM_INF), 0.0);
 }
@@ -328,7 +328,7 @@ TEST(Thread, StartingWhileRunningDoesNothing)
     ThreadFromQThread thread;
     cv::Mat image = texture(64, 64);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(22, 22, 18, 18)), layer(image.size()),
-                       false, 1);
+                       false, JobType::Erase);
     std::atomic<int> finished{0}, progress{0};
     std::atomic<bool> reported{false}, release{false};
     QObject::connect(&thread, &ThreadFromQThread::finished_thread, &thread, [&] { ++finished; },

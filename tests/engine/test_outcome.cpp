@@ -44,7 +44,7 @@ EraseResult erase(const cv::Mat &picture, const cv::Rect &selection)
     red(selection).setTo(cv::Scalar(0, 0, 255, 128));
     cv::Mat green(picture.size(), CV_8UC4, cv::Scalar::all(0));
     ThreadFromQThread thread;
-    thread.setEraseJob(r.output, r.output, red, green, false, 1);
+    thread.setEraseJob(r.output, r.output, red, green, false, JobType::Erase);
     thread.run();
     // The stamp grows every selected pixel by one in each direction.
     const cv::Rect grown = cv::Rect(selection.x - 1, selection.y - 1, selection.width + 2,

@@ -190,7 +190,7 @@ TEST(Fuzz, EveryEraseIsRefusedWithAReasonOrFilled)
             view.setTo(cv::Scalar::all(0), hole);
 
         ThreadFromQThread thread;
-        thread.setEraseJob(view, view, red, green, c.useDonor, 1);
+        thread.setEraseJob(view, view, red, green, c.useDonor, JobType::Erase);
         thread.start(QThread::InheritPriority);
         ASSERT_TRUE(thread.wait(60000)) << "the job hangs";
         ASSERT_FALSE(thread.failed()) << thread.failure().toStdString();

@@ -127,7 +127,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
     try {
         cv::Mat view = job.photo(job.crop);
         ThreadFromQThread thread;
-        thread.setEraseJob(view, view, job.red(job.crop), job.green(job.crop), job.useDonor, 1);
+        thread.setEraseJob(view, view, job.red(job.crop), job.green(job.crop), job.useDonor, JobType::Erase);
         long base = 0;
         QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long sum) {
             if (base == 0)
