@@ -55,6 +55,31 @@ bool nativeTypeOk(Codec codec, const cv::Mat &image)
     return image.depth() == CV_8U || (wide && image.depth() == CV_16U);
 }
 
+Decoded decodeNative(Codec codec, const std::vector<uint8_t> &bytes)
+{
+    switch (codec) {
+    case Codec::Jpeg: return detail::decodeJpeg(bytes.data(), bytes.size());
+    case Codec::Png: return detail::decodePng(bytes.data(), bytes.size());
+    case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
+    case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size());
+    case Codec::Other: break;
+    }
+    return detail::decodeWithOpenCV(bytes);
+}
+
+Encoded encodePixels(Codec codec, const cv::Mat &image, const std::string &suffix,
+                     const EncodeOptions &options, const Metadata &metadata)
+{
+    switch (codec) {
+    case Codec::Jpeg: return detail::encodeJpeg(image, options);
+    case Codec::Png: return detail::encodePng(image, options, metadata);
+    case Codec::Tiff: return detail::encodeTiff(image);
+    case Codec::Webp: return detail::encodeWebp(image, options);
+    case Codec::Other: break;
+    }
+    return detail::encodeWithOpenCV(image, suffix, options);
+}
+
 } // namespace
 
 Decoded decodeBytes(const std::vector<uint8_t> &bytes)
@@ -65,14 +90,21 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes)
         return empty;
     }
     try {
-        switch (codecOfBytes(bytes)) {
-        case Codec::Jpeg: return detail::decodeJpeg(bytes.data(), bytes.size());
-        case Codec::Png: return detail::decodePng(bytes.data(), bytes.size());
-        case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
-        case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size());
-        case Codec::Other: break;
+        const Codec codec = codecOfBytes(bytes);
+        if (codec == Codec::Other)
+            return detail::decodeWithOpenCV(bytes);
+        Decoded result = decodeNative(codec, bytes);
+        if (!result.readable())
+            return result;
+        int orientation = 1;
+        result.metadata = detail::readMetadata(bytes.data(), bytes.size(), orientation);
+        // libtiff's reader and OpenCV's (for other orientations) place TIFF
+        // pixels themselves.
+        if (codec != Codec::Tiff) {
+            result.report.exifOrientation = orientation;
+            detail::applyExifOrientation(result.pixels, orientation);
         }
-        return detail::decodeWithOpenCV(bytes);
+        return result;
     } catch (const std::bad_alloc &) {
         Decoded failed;
         failed.error = "not enough memory to decode";
@@ -161,7 +193,8 @@ std::string checkEncodable(const std::string &suffix, const cv::Mat &image)
     return {};
 }
 
-Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOptions &options)
+Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOptions &options,
+               const Metadata &metadata)
 {
     try {
         const std::string s = lowerSuffix(suffix);
@@ -171,19 +204,25 @@ Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOpti
             refused.error = refusal;
             return refused;
         }
-        switch (codecForSuffix(s)) {
-        case Codec::Jpeg: return detail::encodeJpeg(image, options);
-        case Codec::Png: return detail::encodePng(image, options);
-        case Codec::Tiff: return detail::encodeTiff(image);
-        case Codec::Webp: return detail::encodeWebp(image, options);
-        case Codec::Other: break;
-        }
-        return detail::encodeWithOpenCV(image, s, options);
+        const Codec codec = codecForSuffix(s);
+        const Metadata written =
+            holdsMetadata(s) ? detail::metadataForUprightPixels(metadata, image.size()) : Metadata();
+        Encoded encoded = encodePixels(codec, image, s, options, written);
+        if (encoded.ok() && codec != Codec::Png)
+            encoded.error = detail::writeMetadata(encoded.bytes, codec, written);
+        if (!encoded.ok())
+            encoded.bytes.clear();
+        return encoded;
     } catch (const std::bad_alloc &) {
         Encoded failed;
         failed.error = "not enough memory to encode";
         return failed;
     }
+}
+
+bool holdsMetadata(const std::string &suffix)
+{
+    return codecForSuffix(suffix) != Codec::Other;
 }
 
 bool opencvCodecsLoaded() { return detail::opencvCodecsLoadedNow(); }

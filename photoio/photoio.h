@@ -8,7 +8,10 @@
 // codecs, which are loaded only when such a file is met (the library pulls in
 // well over a hundred shared libraries, whose loading costs a command-line
 // run several times its work). Decoded pixels are those cv::imread gives in
-// colour mode: CV_8UC3, blue-green-red, EXIF orientation applied for JPEG.
+// colour mode: CV_8UC3, blue-green-red, EXIF orientation applied for JPEG,
+// PNG and WebP. Beside the pixels, a decode carries the file's metadata
+// (EXIF, XMP, IPTC, ICC profile, read with Exiv2), and encoding writes it
+// back into every format that holds it.
 //
 // Decoding never throws: it returns the pixels with what the decoder said
 // (damaged or not, what was narrowed). Encoding returns the bytes or an
@@ -47,10 +50,25 @@ struct DecodeReport
     int exifOrientation = 1; // 1 = as stored; 2..8 were applied to the pixels
 };
 
+// What a photo carries beside its pixels, as stored blocks; empty = none.
+struct Metadata
+{
+    // EXIF as a TIFF structure (byte-order mark first, as after a JPEG's
+    // "Exif\0\0"), without the preview thumbnail and the tags that describe
+    // the stored pixels (sizes, strips, compression).
+    std::vector<uint8_t> exif;
+    std::string xmp;           // the XMP packet as stored
+    std::vector<uint8_t> iptc; // IPTC IIM datasets
+    std::vector<uint8_t> icc;  // the ICC profile, unchanged
+
+    bool empty() const { return exif.empty() && xmp.empty() && iptc.empty() && icc.empty(); }
+};
+
 struct Decoded
 {
     cv::Mat pixels; // CV_8UC3 BGR; empty if nothing could be read
     DecodeReport report;
+    Metadata metadata; // JPEG, PNG, TIFF and WebP; none through OpenCV
     std::string error; // why pixels is empty ("not an image", "cannot open ...")
 
     bool readable() const { return !pixels.empty(); }
@@ -93,9 +111,17 @@ Codec codecForSuffix(const std::string &suffix);
 std::string checkEncodable(const std::string &suffix, const cv::Mat &image);
 
 // Encodes `image` (CV_8UC1, CV_8UC3 BGR or CV_8UC4 BGRA; other depths only
-// through OpenCV) in the format of `suffix`.
+// through OpenCV) in the format of `suffix`, with `metadata` written in as
+// far as the format holds it (JPEG, PNG and TIFF: EXIF, XMP, IPTC, ICC;
+// WebP: EXIF, XMP, ICC; other formats: none). The pixels are taken as
+// upright: the EXIF Orientation written is 1, and the EXIF and XMP preview
+// thumbnails are left out (they would still show what was erased). The
+// profile is written unchanged; the pixels are never converted.
 Encoded encode(const cv::Mat &image, const std::string &suffix,
-               const EncodeOptions &options = EncodeOptions());
+               const EncodeOptions &options = EncodeOptions(), const Metadata &metadata = Metadata());
+
+// True if files of `suffix` keep metadata (see encode()).
+bool holdsMetadata(const std::string &suffix);
 
 // --- Writing -----------------------------------------------------------------
 

@@ -5,6 +5,7 @@
 
 #include <webp/decode.h>
 #include <webp/encode.h>
+#include <webp/mux.h>
 
 #include <algorithm>
 
@@ -63,6 +64,34 @@ Encoded encodeWebp(const cv::Mat &image, const EncodeOptions &options)
         result.bytes.assign(out, out + size);
     WebPFree(out);
     return result;
+}
+
+// The metadata chunks through libwebp's own muxer, which also adds the
+// extended header they need. WebP has no IPTC chunk.
+std::string addWebpChunks(std::vector<uint8_t> &bytes, const Metadata &metadata)
+{
+    const WebPData image{bytes.data(), bytes.size()};
+    WebPMux *mux = WebPMuxCreate(&image, 1);
+    if (!mux)
+        return "cannot add the metadata (WebP muxer)";
+    auto set = [mux](const char *fourcc, const uint8_t *data, size_t size) {
+        const WebPData chunk{data, size};
+        return size == 0 || WebPMuxSetChunk(mux, fourcc, &chunk, 1) == WEBP_MUX_OK;
+    };
+    const bool ok = set("ICCP", metadata.icc.data(), metadata.icc.size())
+                    && set("EXIF", metadata.exif.data(), metadata.exif.size())
+                    && set("XMP ", reinterpret_cast<const uint8_t *>(metadata.xmp.data()), metadata.xmp.size());
+    WebPData assembled;
+    WebPDataInit(&assembled);
+    const bool assembledOk = ok && WebPMuxAssemble(mux, &assembled) == WEBP_MUX_OK;
+    WebPMuxDelete(mux);
+    if (!assembledOk) {
+        WebPDataClear(&assembled);
+        return "cannot add the metadata (WebP muxer)";
+    }
+    bytes.assign(assembled.bytes, assembled.bytes + assembled.size);
+    WebPDataClear(&assembled);
+    return {};
 }
 
 } // namespace photoio::detail

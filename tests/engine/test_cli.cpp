@@ -2,6 +2,8 @@
 // progress, the batch form, and every refusal and failure (its exit code,
 // its one line on stderr, no output and no temporary left behind).
 
+#include "taggedphoto.h"
+
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -505,4 +507,87 @@ TEST_F(Cli, RandomSmallPhotosEndCleanly)
         EXPECT_TRUE(temporaries(dir.path()).isEmpty());
         QFile::remove(out);
     }
+}
+
+// A camera-style JPEG (turned a quarter, with a preview) and the mask of
+// its upright pixels, for the metadata runs.
+struct TaggedInput
+{
+    QString photo, mask;
+};
+
+TaggedInput taggedInput(const cv::Mat &photo, const QString &folder)
+{
+    const cv::Mat crop = photo(cv::Rect(300, 200, 160, 120)).clone();
+    TaggedInput in{folder + "/tagged.jpg", folder + "/tagged.mask.png"};
+    const taggedphoto::Run r =
+        taggedphoto::writeTaggedJpeg(crop, in.photo.toStdString(), (folder + "/thumb.jpg").toStdString());
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    cv::Mat m(crop.cols, crop.rows, CV_8UC3, cv::Scalar::all(0)); // upright: orientation 6 turns it
+    m(cv::Rect(50, 60, 14, 12)).setTo(cv::Scalar::all(255));
+    cv::imwrite(in.mask.toStdString(), m);
+    return in;
+}
+
+TEST_F(Cli, KeepsMetadataAndProfileInEveryFormat)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    const QByteArray profile = taggedphoto::fileBytes(taggedphoto::profilePath());
+    const QByteArray xmp = taggedphoto::readBlock(in.photo.toStdString(), "XMP");
+    ASSERT_FALSE(xmp.isEmpty());
+    for (const QString suffix : {"jpg", "png", "tif", "webp"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        const QString output = path("kept." + suffix);
+        const ToolRun r = runTool({in.photo, in.mask, output, "--quiet"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        const std::string out = output.toStdString();
+        const QJsonObject tags = taggedphoto::readTags(out);
+        const QJsonObject expected = taggedphoto::expectedTags();
+        for (auto it = expected.begin(); it != expected.end(); ++it) {
+            if (suffix == "webp" && it.key().startsWith("IPTC:"))
+                continue; // WebP holds no IPTC
+            EXPECT_EQ(tags.value(it.key()).toVariant(), it.value().toVariant()) << it.key().toStdString();
+        }
+        EXPECT_NEAR(tags.value("EXIF:GPSLatitude").toDouble(), 48.8584, 1e-4);
+        EXPECT_EQ(tags.value("EXIF:Orientation").toInt(), 1);
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty()) << "the preview shows the erased";
+        EXPECT_EQ(taggedphoto::readBlock(out, "ICC_Profile"), profile);
+        EXPECT_EQ(taggedphoto::readBlock(out, "XMP"), xmp);
+        // Written upright: the result has the mask's size, as the viewer shows it.
+        EXPECT_EQ(cv::imread(out, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION).size(),
+                  cv::imread(in.mask.toStdString()).size());
+    }
+}
+
+TEST_F(Cli, StripMetadataWritesNone)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    for (const QString suffix : {"jpg", "png", "tif", "webp"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        const QString output = path("stripped." + suffix);
+        const ToolRun r = runTool({in.photo, in.mask, output, "--strip-metadata"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        const std::string out = output.toStdString();
+        const QJsonObject tags = taggedphoto::readTags(out);
+        const QJsonObject expected = taggedphoto::expectedTags();
+        for (auto it = expected.begin(); it != expected.end(); ++it)
+            EXPECT_FALSE(tags.contains(it.key())) << it.key().toStdString();
+        EXPECT_FALSE(tags.contains("EXIF:GPSLatitude"));
+        EXPECT_FALSE(tags.contains("EXIF:Orientation"));
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ICC_Profile").isEmpty());
+        EXPECT_TRUE(taggedphoto::readBlock(out, "XMP").isEmpty());
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty());
+    }
+}
+
+TEST_F(Cli, FormatWithoutMetadataSaysSo)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    const QString output = path("plain.bmp");
+    ToolRun r = runTool({in.photo, in.mask, output});
+    ASSERT_EQ(r.status, Done) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains("metadata not kept (.bmp files hold none)")) << r.err.toStdString();
+    r = runTool({in.photo, in.mask, output, "--strip-metadata"});
+    ASSERT_EQ(r.status, Done) << r.err.toStdString();
+    EXPECT_FALSE(r.err.contains("metadata")) << "nothing to keep when stripping";
 }

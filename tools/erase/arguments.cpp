@@ -21,6 +21,11 @@ const char *const kDescription =
     "donor, if there is one, from DIR/NAME.donor.png; the result keeps the photo's\n"
     "name and format in the output folder.\n"
     "\n"
+    "The result keeps the photo's EXIF, XMP and IPTC metadata and its colour\n"
+    "profile wherever its format holds them (JPEG, PNG, TIFF; WebP all but IPTC),\n"
+    "with Orientation 1 (the pixels are written upright) and without the EXIF\n"
+    "preview thumbnail, which would still show what was erased.\n"
+    "\n"
     "Exit codes:\n"
     "  0  every photo was erased and written\n"
     "  1  usage error\n"
@@ -35,6 +40,8 @@ struct Options
     QCommandLineOption masks{"masks", "Batch: folder of the masks and donors.", "DIR"};
     QCommandLineOption output{"output", "Batch: folder the results are written to.", "DIR"};
     QCommandLineOption quiet{"quiet", "No progress and no notes; errors only."};
+    QCommandLineOption stripMetadata{"strip-metadata",
+                                     "Write no metadata: no EXIF, XMP, IPTC or colour profile."};
 };
 
 void setUp(QCommandLineParser &parser, const Options &options)
@@ -43,7 +50,7 @@ void setUp(QCommandLineParser &parser, const Options &options)
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsOptions);
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOptions({options.donor, options.masks, options.output, options.quiet});
+    parser.addOptions({options.donor, options.masks, options.output, options.quiet, options.stripMetadata});
     parser.addPositionalArgument("PHOTO", "The photo to erase from (batch: one or more).");
     parser.addPositionalArgument("MASK", "Single form: the mask.");
     parser.addPositionalArgument("OUTPUT", "Single form: the file to write.");
@@ -130,5 +137,9 @@ ParseOutcome parseArguments(const QStringList &arguments, EraseRequest &request,
     }
     request.quiet = parser.isSet(options.quiet);
     const bool batch = parser.isSet(options.masks) || parser.isSet(options.output);
-    return batch ? readBatch(parser, options, request, message) : readSingle(parser, options, request, message);
+    const ParseOutcome outcome =
+        batch ? readBatch(parser, options, request, message) : readSingle(parser, options, request, message);
+    for (EraseItem &item : request.items)
+        item.stripMetadata = parser.isSet(options.stripMetadata);
+    return outcome;
 }

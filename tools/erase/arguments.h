@@ -26,6 +26,7 @@ struct EraseItem
     QString donor; // empty: no donor
     QString output;
     QString name;  // how messages name this photo
+    bool stripMetadata = false; // write no EXIF, XMP, IPTC or profile
 };
 
 struct EraseRequest

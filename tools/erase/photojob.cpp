@@ -109,6 +109,12 @@ Problem loadInputs(const EraseItem &item, PreparedJob &job)
     job.photo = photo.pixels;
     job.crop = workCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
     job.narrowed = fromStd(photoio::narrowingNote(photo.report));
+    if (!item.stripMetadata)
+        job.metadata = photo.metadata;
+    const QString suffix = QFileInfo(item.output).suffix().toLower();
+    if (!job.metadata.empty() && !photoio::holdsMetadata(toLocal(suffix)))
+        job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "metadata not kept (." + suffix
+                        + " files hold none)";
     return {};
 }
 
@@ -174,7 +180,8 @@ Problem checkResult(const EraseItem &, const PreparedJob &job)
 
 Problem writeResult(const EraseItem &item, const PreparedJob &job)
 {
-    const photoio::Encoded encoded = photoio::encode(job.photo, toLocal(QFileInfo(item.output).suffix()));
+    const photoio::Encoded encoded = photoio::encode(job.photo, toLocal(QFileInfo(item.output).suffix()),
+                                                     photoio::EncodeOptions(), job.metadata);
     std::string why = encoded.error;
     if (why.empty())
         why = photoio::writeFileChecked(toLocal(item.output), encoded.bytes);

@@ -7,6 +7,7 @@
 // the exit code it calls for.
 
 #include "arguments.h"
+#include "photoio.h"
 
 #include <QString>
 #include <opencv2/core.hpp>
@@ -29,6 +30,7 @@ struct PreparedJob
     bool useDonor = false;
     cv::Rect crop;        // the work box the window would cut
     QString narrowed;     // what reading the photo narrowed, or empty
+    photoio::Metadata metadata; // what the photo carries, written with the result
 };
 
 // Output folder exists and is writable, the output is no folder.
@@ -46,7 +48,8 @@ Problem runJob(const EraseItem &item, PreparedJob &job, const std::function<void
 // The last guard before writing: a hole left black (the engine found nothing
 // to copy) where the photo around it has no black pixel is a failed job.
 Problem checkResult(const EraseItem &item, const PreparedJob &job);
-// Encodes and writes the result through the checked write.
+// Encodes and writes the result, with the photo's metadata unless the item
+// strips it, through the checked write.
 Problem writeResult(const EraseItem &item, const PreparedJob &job);
 
 #endif // MERVANE_ERASE_PHOTOJOB_H
