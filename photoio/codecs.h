@@ -13,10 +13,11 @@
 namespace photoio::detail {
 
 Decoded decodeJpeg(const uint8_t *data, size_t size);
-Decoded decodePng(const uint8_t *data, size_t size);
+// keep16: 16-bit samples stay 16-bit (CV_16UC3) instead of being narrowed.
+Decoded decodePng(const uint8_t *data, size_t size, bool keep16 = false);
 Decoded decodeTiff(const uint8_t *data, size_t size);
 Decoded decodeWebp(const uint8_t *data, size_t size);
-Decoded decodeWithOpenCV(const std::vector<uint8_t> &bytes);
+Decoded decodeWithOpenCV(const std::vector<uint8_t> &bytes, bool keep16 = false);
 
 Encoded encodeJpeg(const cv::Mat &image, const EncodeOptions &options);
 // PNG writes its metadata itself (iCCP, eXIf, XMP and IPTC text chunks).

@@ -55,11 +55,11 @@ bool nativeTypeOk(Codec codec, const cv::Mat &image)
     return image.depth() == CV_8U || (wide && image.depth() == CV_16U);
 }
 
-Decoded decodeNative(Codec codec, const std::vector<uint8_t> &bytes)
+Decoded decodeNative(Codec codec, const std::vector<uint8_t> &bytes, bool keep16)
 {
     switch (codec) {
     case Codec::Jpeg: return detail::decodeJpeg(bytes.data(), bytes.size());
-    case Codec::Png: return detail::decodePng(bytes.data(), bytes.size());
+    case Codec::Png: return detail::decodePng(bytes.data(), bytes.size(), keep16);
     case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
     case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size());
     case Codec::Other: break;
@@ -82,8 +82,9 @@ Encoded encodePixels(Codec codec, const cv::Mat &image, const std::string &suffi
 
 } // namespace
 
-Decoded decodeBytes(const std::vector<uint8_t> &bytes)
+Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth)
 {
+    const bool keep16 = depth == Depth::Keep;
     if (bytes.empty()) {
         Decoded empty;
         empty.error = "empty file";
@@ -92,10 +93,16 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes)
     try {
         const Codec codec = codecOfBytes(bytes);
         if (codec == Codec::Other)
-            return detail::decodeWithOpenCV(bytes);
-        Decoded result = decodeNative(codec, bytes);
+            return detail::decodeWithOpenCV(bytes, keep16);
+        Decoded result = decodeNative(codec, bytes, keep16);
         if (!result.readable())
             return result;
+        // libtiff's RGBA reader is 8-bit: a wide TIFF is read again by OpenCV.
+        if (keep16 && codec == Codec::Tiff && result.report.bitsPerSample == 16 && !result.report.damaged) {
+            const Decoded wide = detail::decodeWithOpenCV(bytes, true);
+            if (wide.readable() && wide.pixels.size() == result.pixels.size() && wide.pixels.type() == CV_16UC3)
+                result.pixels = wide.pixels;
+        }
         int orientation = 1;
         result.metadata = detail::readMetadata(bytes.data(), bytes.size(), orientation);
         // libtiff's reader and OpenCV's (for other orientations) place TIFF
@@ -116,7 +123,7 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes)
     }
 }
 
-Decoded decodeFile(const std::string &path)
+Decoded decodeFile(const std::string &path, Depth depth)
 {
     Decoded result;
     std::FILE *file = std::fopen(path.c_str(), "rb");
@@ -142,19 +149,24 @@ Decoded decodeFile(const std::string &path)
         result.error = std::string("cannot read (") + std::strerror(savedErrno) + ")";
         return result;
     }
-    return decodeBytes(bytes);
+    return decodeBytes(bytes, depth);
 }
 
-std::string narrowingNote(const DecodeReport &report)
+std::string narrowingNote(const DecodeReport &report, const cv::Mat &pixels)
 {
     std::string note;
-    if (report.bitsPerSample > 8)
+    if (report.bitsPerSample > 8 && pixels.depth() == CV_8U)
         note = std::to_string(report.bitsPerSample) + "-bit samples narrowed to 8 bits";
     if (report.hasAlpha)
         note += std::string(note.empty() ? "" : ", ") + "alpha channel dropped";
     if (report.codec == Codec::Jpeg && report.channels == 4)
         note += std::string(note.empty() ? "" : ", ") + "CMYK converted to RGB";
     return note;
+}
+
+std::string narrowingNote(const DecodeReport &report)
+{
+    return narrowingNote(report, cv::Mat());
 }
 
 Codec codecForSuffix(const std::string &suffix)

@@ -74,13 +74,22 @@ struct Decoded
     bool readable() const { return !pixels.empty(); }
 };
 
+// What a decode does with samples wider than 8 bits.
+enum class Depth
+{
+    Narrow, // CV_8UC3 always, as cv::imread in colour mode
+    Keep,   // 16-bit PNG and TIFF files decode as CV_16UC3 (TIFF through OpenCV)
+};
+
 // Reads and decodes a whole file. The codec is chosen from the file's first
 // bytes, not from its name.
-Decoded decodeFile(const std::string &path);
-Decoded decodeBytes(const std::vector<uint8_t> &bytes);
+Decoded decodeFile(const std::string &path, Depth depth = Depth::Narrow);
+Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth = Depth::Narrow);
 
-// One line saying what decoding to 8-bit BGR dropped ("16-bit samples
+// One line saying what decoding to `pixels` dropped ("16-bit samples
 // narrowed to 8 bits, alpha channel dropped"), or empty when nothing was.
+std::string narrowingNote(const DecodeReport &report, const cv::Mat &pixels);
+// The same for 8-bit BGR pixels (a decode with Depth::Narrow).
 std::string narrowingNote(const DecodeReport &report);
 
 // --- Encoding ----------------------------------------------------------------

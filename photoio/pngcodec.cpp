@@ -63,12 +63,14 @@ void describe(png_structp png, png_infop info, DecodeReport &report)
 }
 
 // The transformations to 8-bit BGR, in OpenCV's order.
-void askForBgr(png_structp png, png_infop info)
+void askForBgr(png_structp png, png_infop info, bool keep16)
 {
     const int type = png_get_color_type(png, info);
     const int depth = png_get_bit_depth(png, info);
-    if (depth == 16)
+    if (depth == 16 && !keep16)
         png_set_strip_16(png);
+    if (depth == 16 && keep16)
+        png_set_swap(png); // samples in the machine's order
     png_set_strip_alpha(png);
     if (type == PNG_COLOR_TYPE_PALETTE)
         png_set_palette_to_rgb(png);
@@ -84,7 +86,7 @@ void askForBgr(png_structp png, png_infop info)
 
 } // namespace
 
-Decoded decodePng(const uint8_t *data, size_t size)
+Decoded decodePng(const uint8_t *data, size_t size, bool keep16)
 {
     Decoded result;
     result.report.codec = Codec::Png;
@@ -110,9 +112,10 @@ Decoded decodePng(const uint8_t *data, size_t size)
     png_set_read_fn(png, &source, readFromMemory);
     png_read_info(png, info);
     describe(png, info, result.report);
-    askForBgr(png, info);
-    cv::Mat pixels(int(png_get_image_height(png, info)), int(png_get_image_width(png, info)), CV_8UC3,
-                   cv::Scalar::all(0));
+    const bool wide = keep16 && png_get_bit_depth(png, info) == 16;
+    askForBgr(png, info, wide);
+    cv::Mat pixels(int(png_get_image_height(png, info)), int(png_get_image_width(png, info)),
+                   wide ? CV_16UC3 : CV_8UC3, cv::Scalar::all(0));
     result.pixels = pixels;
     rows.resize(size_t(pixels.rows));
     for (int y = 0; y < pixels.rows; ++y)

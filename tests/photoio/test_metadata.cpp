@@ -1,9 +1,11 @@
 // Metadata through the photo I/O module: what a camera-style JPEG carries
 // (EXIF, XMP, IPTC, ICC profile) comes out of a decode and goes into every
 // format that holds it; the written file says Orientation 1 and has no
-// preview thumbnail; a file without metadata encodes as before.
+// preview thumbnail; a file without metadata encodes as before. And the
+// other thing a file carries beside its pixels: 16-bit samples, kept on request.
 
 #include "photoio.h"
+#include "samples.h"
 #include "taggedphoto.h"
 
 #include <gtest/gtest.h>
@@ -145,6 +147,42 @@ TEST_F(Metadata, DamagedMetadataIsNoMetadataNotADamagedPhoto)
     const photoio::Decoded d = photoio::decodeBytes(bytes);
     ASSERT_TRUE(d.readable()) << d.error;
     EXPECT_FALSE(d.report.damaged);
+}
+
+} // namespace
+
+namespace {
+
+// A smooth 16-bit picture: every level of a ramp, which 8 bits would band.
+cv::Mat wideGradient(int rows, int cols)
+{
+    cv::Mat wide(rows, cols, CV_16UC3);
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < cols; ++x)
+            wide.at<cv::Vec3w>(y, x) = cv::Vec3w(ushort(x * 65535 / (cols - 1)), ushort(y * 65535 / (rows - 1)),
+                                                 ushort((x + y) * 65535 / (rows + cols - 2)));
+    return wide;
+}
+
+TEST(WideDecode, SixteenBitPngAndTiffKeepTheirSamples)
+{
+    const cv::Mat wide = wideGradient(97, 301);
+    for (const std::string suffix : {"png", "tif"}) {
+        SCOPED_TRACE(suffix);
+        const photoio::Encoded e = photoio::encode(wide, suffix);
+        ASSERT_TRUE(e.ok()) << e.error;
+        const photoio::Decoded kept = photoio::decodeBytes(e.bytes, photoio::Depth::Keep);
+        ASSERT_TRUE(kept.readable()) << kept.error;
+        ASSERT_EQ(kept.pixels.type(), CV_16UC3);
+        EXPECT_EQ(cv::norm(kept.pixels, wide, cv::NORM_INF), 0) << "every 16-bit sample as written";
+        EXPECT_EQ(photoio::narrowingNote(kept.report, kept.pixels), "");
+        const photoio::Decoded narrow = photoio::decodeBytes(e.bytes);
+        ASSERT_EQ(narrow.pixels.type(), CV_8UC3);
+        EXPECT_EQ(photoio::narrowingNote(narrow.report, narrow.pixels), "16-bit samples narrowed to 8 bits");
+    }
+    // 8-bit files are the same either way.
+    const photoio::Encoded eight = photoio::encode(samples::photos(0).front(), "png");
+    EXPECT_EQ(photoio::decodeBytes(eight.bytes, photoio::Depth::Keep).pixels.type(), CV_8UC3);
 }
 
 } // namespace
