@@ -132,6 +132,8 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
                     mask = levelMasks[i - 1];
                     // At full size every unmarked pixel is written back from
                     // the input below; only the hole needs its votes.
+                    if (i == 1 && m_keepFinalVote)
+                        m_finalVote = engine::keepFinalVote(field, cost, mask, m_similarity, m_patchRadius);
                     if (i == 1)
                         voteHole(levelImages[0], candidate, field, mask, true, cost);
                     else

@@ -5,6 +5,7 @@
 #include <opencv2/core.hpp>
 
 #include "levelrules.h"
+#include "widevote.h"
 
 #include <atomic>
 #include <cstdint>
@@ -140,6 +141,10 @@ public:
     unsigned char *m_donorMap = nullptr;
     unsigned char *m_eraseMap = nullptr;
     int32_t m_runEnabled = 1;
+    // Set before an erase to keep what its full-size vote used in
+    // m_finalVote (see widevote.h); the output is the same either way.
+    bool m_keepFinalVote = false;
+    engine::FinalVote m_finalVote;
 
 signals:
     // The pyramid level being worked, counting down to 1.
