@@ -237,6 +237,12 @@ bool holdsMetadata(const std::string &suffix)
     return codecForSuffix(suffix) != Codec::Other;
 }
 
+bool holdsSixteenBits(const std::string &suffix)
+{
+    const Codec codec = codecForSuffix(suffix);
+    return codec == Codec::Png || codec == Codec::Tiff;
+}
+
 bool opencvCodecsLoaded() { return detail::opencvCodecsLoadedNow(); }
 
 } // namespace photoio

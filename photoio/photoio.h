@@ -131,6 +131,9 @@ Encoded encode(const cv::Mat &image, const std::string &suffix,
 
 // True if files of `suffix` keep metadata (see encode()).
 bool holdsMetadata(const std::string &suffix);
+// True if files of `suffix` hold 16-bit samples as this module writes them
+// (PNG and TIFF).
+bool holdsSixteenBits(const std::string &suffix);
 
 // --- Writing -----------------------------------------------------------------
 

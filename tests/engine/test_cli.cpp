@@ -17,6 +17,9 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <algorithm>
+#include <set>
+
 #include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -318,12 +321,14 @@ TEST_F(Cli, WideAndAlphaInputsSayWhatWasNarrowed)
     photo.convertTo(wide, CV_16U, 257.0);
     const QString widePath = path("wide.png");
     cv::imwrite(widePath.toStdString(), wide);
-    const QString output = path("out.png");
-    ToolRun r = runTool({widePath, maskPath, output});
+    // 16 bits are kept where the output holds them (SixteenBitPhotosStaySixteenBit);
+    // a JPEG does not.
+    ToolRun r = runTool({widePath, maskPath, path("out.jpg")});
     EXPECT_EQ(r.status, Done);
     EXPECT_EQ(r.err.count('\n'), 1);
-    EXPECT_TRUE(r.err.contains("16-bit samples narrowed to 8 bits")) << r.err.toStdString();
-    EXPECT_EQ(cv::imread(output.toStdString()).size(), photo.size());
+    EXPECT_TRUE(r.err.contains("16-bit samples written as 8 bits (.jpg files hold 8)")) << r.err.toStdString();
+    EXPECT_EQ(cv::imread(path("out.jpg").toStdString()).size(), photo.size());
+    const QString output = path("out.png");
     cv::Mat alpha;
     cv::cvtColor(photo, alpha, cv::COLOR_BGR2BGRA);
     const QString alphaPath = path("alpha.png");
@@ -590,4 +595,75 @@ TEST_F(Cli, FormatWithoutMetadataSaysSo)
     r = runTool({in.photo, in.mask, output, "--strip-metadata"});
     ASSERT_EQ(r.status, Done) << r.err.toStdString();
     EXPECT_FALSE(r.err.contains("metadata")) << "nothing to keep when stripping";
+}
+
+// A 16-bit photo: the coffee photo widened, with a smooth 16-bit ramp over
+// it so that the low bits carry the picture too, and a mask over a smooth
+// part of it.
+cv::Mat widePhoto(const cv::Mat &photo)
+{
+    cv::Mat wide(photo.size(), CV_16UC3);
+    for (int y = 0; y < photo.rows; ++y)
+        for (int x = 0; x < photo.cols; ++x) {
+            const cv::Vec3b p = photo.at<cv::Vec3b>(y, x);
+            for (int c = 0; c < 3; ++c)
+                wide.at<cv::Vec3w>(y, x)[c] = ushort(std::min(65535, p[c] * 200 + x * 20 + y * 13 + c * 977));
+        }
+    return wide;
+}
+
+std::set<int> levelsIn(const cv::Mat &wide, const cv::Mat &where, int channel)
+{
+    std::set<int> levels;
+    for (int y = 0; y < wide.rows; ++y)
+        for (int x = 0; x < wide.cols; ++x)
+            if (where.at<uchar>(y, x))
+                levels.insert(wide.at<cv::Vec3w>(y, x)[channel]);
+    return levels;
+}
+
+TEST_F(Cli, SixteenBitPhotosStaySixteenBit)
+{
+    // A smooth ramp, the hardest case for banding: every 16-bit level apart.
+    cv::Mat ramp(240, 320, CV_16UC3);
+    for (int y = 0; y < ramp.rows; ++y)
+        for (int x = 0; x < ramp.cols; ++x)
+            ramp.at<cv::Vec3w>(y, x) = cv::Vec3w(ushort(9000 + x * 150), ushort(5000 + y * 190), ushort(20000 + (x + y) * 70));
+    const cv::Rect selection(120, 90, 70, 50);
+    cv::Mat m(ramp.size(), CV_8UC3, cv::Scalar::all(0));
+    m(selection).setTo(cv::Scalar::all(255));
+    const QString rampMask = path("ramp.mask.png");
+    cv::imwrite(rampMask.toStdString(), m);
+    const cv::Mat real = widePhoto(photo);
+    for (const QString suffix : {"png", "tif"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        for (const bool smooth : {true, false}) {
+            const cv::Mat input = smooth ? ramp : real;
+            const QString inputPath = path(QString(smooth ? "ramp." : "wide.") + suffix);
+            cv::imwrite(inputPath.toStdString(), input);
+            const QString output = path(QString(smooth ? "ramp-out." : "wide-out.") + suffix);
+            const ToolRun r = runTool({inputPath, smooth ? rampMask : maskPath, output});
+            ASSERT_EQ(r.status, Done) << r.err.toStdString();
+            EXPECT_FALSE(r.err.contains("narrowed")) << r.err.toStdString();
+            const cv::Mat result = cv::imread(output.toStdString(), cv::IMREAD_UNCHANGED);
+            ASSERT_EQ(result.type(), CV_16UC3);
+            ASSERT_EQ(result.size(), input.size());
+            // The engine's hole: the mask grown by its 3 x 3 stamp.
+            cv::Mat hole(input.size(), CV_8UC1, cv::Scalar(0));
+            hole(smooth ? selection : this->hole).setTo(255);
+            cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+            EXPECT_EQ(cv::norm(result, input, cv::NORM_INF, ~hole), 0) << "outside the hole bit for bit";
+            EXPECT_GT(cv::norm(result, input, cv::NORM_INF, hole), 0) << "the hole was filled";
+            if (smooth) {
+                for (int c = 0; c < 3; ++c)
+                    EXPECT_GT(int(levelsIn(result, hole, c).size()), 256) << "channel " << c << " bands";
+            }
+        }
+    }
+    // An 8-bit format takes the 8-bit result, and says so once.
+    const QString widePath = path("wide.png");
+    const ToolRun r = runTool({widePath, maskPath, path("wide-out.jpg")});
+    ASSERT_EQ(r.status, Done) << r.err.toStdString();
+    EXPECT_EQ(r.err.count("16-bit samples written as 8 bits (.jpg files hold 8)"), 1) << r.err.toStdString();
+    EXPECT_EQ(cv::imread(path("wide-out.jpg").toStdString(), cv::IMREAD_UNCHANGED).type(), CV_8UC3);
 }

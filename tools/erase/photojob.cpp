@@ -21,9 +21,10 @@ QString fromStd(const std::string &text) { return QString::fromStdString(text); 
 std::string toLocal(const QString &path) { return path.toLocal8Bit().toStdString(); }
 
 // Reads one input; on refusal says which one ("mask 'm.png': damaged file").
-Problem readInput(const QString &what, const QString &path, photoio::Decoded &decoded)
+Problem readInput(const QString &what, const QString &path, photoio::Decoded &decoded,
+                  photoio::Depth depth = photoio::Depth::Narrow)
 {
-    decoded = photoio::decodeFile(toLocal(path));
+    decoded = photoio::decodeFile(toLocal(path), depth);
     const QString subject = what + " '" + path + "': ";
     if (decoded.report.damaged)
         return refused(subject + "damaged file (" + fromStd(decoded.report.damage) + ")");
@@ -72,6 +73,33 @@ void collectFailure(QtMsgType type, const QMessageLogContext &, const QString &m
     }
 }
 
+// The 16-bit photo with the erase's hole: outside it the photo's own
+// samples, inside it the vote of the erase again on the 16-bit crop (the
+// 8-bit result widened where a pixel gathered too little weight).
+cv::Mat wideResult(const PreparedJob &job)
+{
+    cv::Mat result = job.wide.clone();
+    if (job.vote.empty() || job.vote.mask.size() != job.crop.size()) {
+        // No kept vote: the 8-bit fill, widened, in the marked pixels.
+        cv::Mat widened, changed;
+        job.photo(job.crop).convertTo(widened, CV_16UC3, 257.0);
+        cv::Mat original8;
+        job.wide(job.crop).convertTo(original8, CV_8UC3, 1.0 / 257.0);
+        cv::compare(original8.reshape(1), job.photo(job.crop).reshape(1), changed, cv::CMP_NE);
+        changed = changed.reshape(3);
+        cv::Mat anyChanged;
+        cv::transform(changed, anyChanged, cv::Matx13f(1, 1, 1));
+        widened.copyTo(result(job.crop), anyChanged);
+        return result;
+    }
+    cv::Mat hole, crop = result(job.crop), widened;
+    cv::extractChannel(job.vote.mask, hole, 0);
+    job.photo(job.crop).convertTo(widened, CV_16UC3, 257.0);
+    widened.copyTo(crop, hole == 255);
+    engine::voteHoleWide(job.wide(job.crop), crop, job.vote);
+    return result;
+}
+
 } // namespace
 
 Problem checkTarget(const EraseItem &item)
@@ -85,7 +113,7 @@ Problem checkTarget(const EraseItem &item)
 Problem loadInputs(const EraseItem &item, PreparedJob &job)
 {
     photoio::Decoded photo, mask, donor;
-    if (Problem p = readInput("photo", item.photo, photo))
+    if (Problem p = readInput("photo", item.photo, photo, photoio::Depth::Keep))
         return p;
     if (photo.pixels.cols > kMaxSide || photo.pixels.rows > kMaxSide)
         return refused("photo '" + item.photo + "' is too large (a side is over 65535 pixels)");
@@ -106,12 +134,19 @@ Problem loadInputs(const EraseItem &item, PreparedJob &job)
         return refused("mask '" + item.mask + "' is empty: nothing to erase");
     job.green = job.useDonor ? selectionLayer(donor.pixels, cv::Scalar(0, 255, 0, 128), donorBox)
                              : cv::Mat(photo.pixels.size(), CV_8UC4, cv::Scalar::all(0));
+    const QString suffix = QFileInfo(item.output).suffix().toLower();
     job.photo = photo.pixels;
+    if (photo.pixels.depth() == CV_16U) {
+        job.wide = photo.pixels;
+        photo.pixels.convertTo(job.photo, CV_8UC3, 1.0 / 257.0); // the engine searches on 8 bits
+    }
     job.crop = workCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
-    job.narrowed = fromStd(photoio::narrowingNote(photo.report));
+    job.narrowed = fromStd(photoio::narrowingNote(photo.report, photo.pixels));
+    if (!job.wide.empty() && !photoio::holdsSixteenBits(toLocal(suffix)))
+        job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "16-bit samples written as 8 bits (." + suffix
+                        + " files hold 8)";
     if (!item.stripMetadata)
         job.metadata = photo.metadata;
-    const QString suffix = QFileInfo(item.output).suffix().toLower();
     if (!job.metadata.empty() && !photoio::holdsMetadata(toLocal(suffix)))
         job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "metadata not kept (." + suffix
                         + " files hold none)";
@@ -136,6 +171,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
     try {
         cv::Mat view = job.photo(job.crop);
         ThreadFromQThread thread;
+        thread.m_patchMatch.m_keepFinalVote = !job.wide.empty();
         thread.setEraseJob(view, view, job.red(job.crop), job.green(job.crop), job.useDonor, 1);
         long base = 0;
         QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long sum) {
@@ -147,6 +183,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
         const QtMessageHandler previous = qInstallMessageHandler(collectFailure);
         thread.run(); // on this thread: progress arrives directly
         qInstallMessageHandler(previous);
+        job.vote = thread.m_patchMatch.m_finalVote;
     } catch (const std::bad_alloc &) {
         g_jobFailure = "out of memory";
     } catch (const cv::Exception &e) {
@@ -180,8 +217,9 @@ Problem checkResult(const EraseItem &, const PreparedJob &job)
 
 Problem writeResult(const EraseItem &item, const PreparedJob &job)
 {
-    const photoio::Encoded encoded = photoio::encode(job.photo, toLocal(QFileInfo(item.output).suffix()),
-                                                     photoio::EncodeOptions(), job.metadata);
+    const std::string suffix = toLocal(QFileInfo(item.output).suffix());
+    const cv::Mat pixels = !job.wide.empty() && photoio::holdsSixteenBits(suffix) ? wideResult(job) : job.photo;
+    const photoio::Encoded encoded = photoio::encode(pixels, suffix, photoio::EncodeOptions(), job.metadata);
     std::string why = encoded.error;
     if (why.empty())
         why = photoio::writeFileChecked(toLocal(item.output), encoded.bytes);

@@ -8,6 +8,7 @@
 
 #include "arguments.h"
 #include "photoio.h"
+#include "widevote.h"
 
 #include <QString>
 #include <opencv2/core.hpp>
@@ -26,6 +27,9 @@ struct Problem
 struct PreparedJob
 {
     cv::Mat photo;        // CV_8UC3, the result is written into it
+    cv::Mat wide;         // CV_16UC3 when the photo has 16-bit samples: the
+                          // photo itself; `photo` is then its 8-bit copy
+    engine::FinalVote vote; // what the erase's full-size vote used (wide only)
     cv::Mat red, green;   // selection layers, CV_8UC4, the photo's size
     bool useDonor = false;
     cv::Rect crop;        // the work box the window would cut
@@ -49,7 +53,9 @@ Problem runJob(const EraseItem &item, PreparedJob &job, const std::function<void
 // to copy) where the photo around it has no black pixel is a failed job.
 Problem checkResult(const EraseItem &item, const PreparedJob &job);
 // Encodes and writes the result, with the photo's metadata unless the item
-// strips it, through the checked write.
+// strips it, through the checked write. A 16-bit photo is written at 16 bits
+// where the format holds them, its hole rebuilt from the 16-bit pixels with
+// the erase's own vote; elsewhere its 8-bit result is written.
 Problem writeResult(const EraseItem &item, const PreparedJob &job);
 
 #endif // MERVANE_ERASE_PHOTOJOB_H
