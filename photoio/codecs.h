@@ -17,6 +17,9 @@ Decoded decodeJpeg(const uint8_t *data, size_t size);
 Decoded decodePng(const uint8_t *data, size_t size, bool keep16 = false);
 Decoded decodeTiff(const uint8_t *data, size_t size);
 Decoded decodeWebp(const uint8_t *data, size_t size);
+// HEIC, HEIF and AVIF: the file's metadata comes with the pixels.
+bool isHeif(const uint8_t *data, size_t size);
+Decoded decodeHeif(const uint8_t *data, size_t size);
 Decoded decodeWithOpenCV(const std::vector<uint8_t> &bytes, bool keep16 = false);
 
 Encoded encodeJpeg(const cv::Mat &image, const EncodeOptions &options);
@@ -24,6 +27,8 @@ Encoded encodeJpeg(const cv::Mat &image, const EncodeOptions &options);
 Encoded encodePng(const cv::Mat &image, const EncodeOptions &options, const Metadata &metadata);
 Encoded encodeTiff(const cv::Mat &image);
 Encoded encodeWebp(const cv::Mat &image, const EncodeOptions &options);
+// av1: AVIF, else HEIC. Writes `metadata` (EXIF, XMP, ICC) itself.
+Encoded encodeHeif(const cv::Mat &image, const EncodeOptions &options, const Metadata &metadata, bool av1);
 Encoded encodeWithOpenCV(const cv::Mat &image, const std::string &suffix,
                          const EncodeOptions &options);
 bool opencvHasWriter(const std::string &suffix);
@@ -32,6 +37,9 @@ bool opencvCodecsLoadedNow();
 // The metadata a file carries, read with Exiv2, and its EXIF orientation
 // (1..8; 1 when there is none). Never throws: unreadable metadata is none.
 Metadata readMetadata(const uint8_t *data, size_t size, int &orientation);
+// An EXIF block (a TIFF structure) without its preview and the tags that
+// describe stored pixels; empty if Exiv2 cannot read it.
+std::vector<uint8_t> photoTagsOnly(const uint8_t *data, size_t size);
 // `metadata` as it is written beside upright pixels of `size`: EXIF without
 // its preview, Orientation 1 and the pixel sizes given; XMP likewise (the
 // packet is kept byte for byte when nothing in it had to change).

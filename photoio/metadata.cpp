@@ -175,6 +175,24 @@ Metadata readMetadata(const uint8_t *data, size_t size, int &orientation)
     return metadata;
 }
 
+std::vector<uint8_t> photoTagsOnly(const uint8_t *data, size_t size)
+{
+    initialiseExiv2();
+    std::lock_guard<std::mutex> guard(exiv2Lock());
+    try {
+        Exiv2::ExifData exif;
+        const Exiv2::ByteOrder order = Exiv2::ExifParser::decode(exif, data, uint32_t(size));
+        keepPhotoTagsOnly(exif);
+        if (exif.empty())
+            return {};
+        Exiv2::Blob blob;
+        Exiv2::ExifParser::encode(blob, order == Exiv2::invalidByteOrder ? Exiv2::littleEndian : order, exif);
+        return std::vector<uint8_t>(blob.begin(), blob.end());
+    } catch (...) {
+        return {};
+    }
+}
+
 Metadata metadataForUprightPixels(const Metadata &metadata, const cv::Size &size)
 {
     Metadata ready = metadata;
@@ -206,7 +224,8 @@ Metadata metadataForUprightPixels(const Metadata &metadata, const cv::Size &size
 
 std::string writeMetadata(std::vector<uint8_t> &bytes, Codec codec, const Metadata &metadata)
 {
-    if (metadata.empty() || codec == Codec::Other || codec == Codec::Png)
+    if (metadata.empty() || codec == Codec::Other || codec == Codec::Png || codec == Codec::Heif
+        || codec == Codec::Avif)
         return {};
     if (codec == Codec::Webp)
         return addWebpChunks(bytes, metadata);

@@ -26,6 +26,8 @@ Codec codecOfBytes(const std::vector<uint8_t> &bytes)
         return Codec::Tiff;
     if (startsWith(bytes, "RIFF", 4) && startsWith(bytes, "WEBP", 4, 8))
         return Codec::Webp;
+    if (startsWith(bytes, "ftyp", 4, 4) && detail::isHeif(bytes.data(), bytes.size()))
+        return Codec::Heif;
     return Codec::Other;
 }
 
@@ -55,6 +57,11 @@ bool nativeTypeOk(Codec codec, const cv::Mat &image)
     return image.depth() == CV_8U || (wide && image.depth() == CV_16U);
 }
 
+bool writtenByLibheif(Codec codec)
+{
+    return codec == Codec::Heif || codec == Codec::Avif;
+}
+
 Decoded decodeNative(Codec codec, const std::vector<uint8_t> &bytes, bool keep16)
 {
     switch (codec) {
@@ -62,6 +69,7 @@ Decoded decodeNative(Codec codec, const std::vector<uint8_t> &bytes, bool keep16
     case Codec::Png: return detail::decodePng(bytes.data(), bytes.size(), keep16);
     case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
     case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size());
+    case Codec::Heif: case Codec::Avif: return detail::decodeHeif(bytes.data(), bytes.size());
     case Codec::Other: break;
     }
     return detail::decodeWithOpenCV(bytes);
@@ -75,6 +83,8 @@ Encoded encodePixels(Codec codec, const cv::Mat &image, const std::string &suffi
     case Codec::Png: return detail::encodePng(image, options, metadata);
     case Codec::Tiff: return detail::encodeTiff(image);
     case Codec::Webp: return detail::encodeWebp(image, options);
+    case Codec::Heif: return detail::encodeHeif(image, options, metadata, false);
+    case Codec::Avif: return detail::encodeHeif(image, options, metadata, true);
     case Codec::Other: break;
     }
     return detail::encodeWithOpenCV(image, suffix, options);
@@ -103,6 +113,10 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth)
             if (wide.readable() && wide.pixels.size() == result.pixels.size() && wide.pixels.type() == CV_16UC3)
                 result.pixels = wide.pixels;
         }
+        // libheif brings its metadata along and turns the pixels upright by
+        // the file's own boxes.
+        if (writtenByLibheif(codec))
+            return result;
         int orientation = 1;
         result.metadata = detail::readMetadata(bytes.data(), bytes.size(), orientation);
         // libtiff's reader and OpenCV's (for other orientations) place TIFF
@@ -180,6 +194,10 @@ Codec codecForSuffix(const std::string &suffix)
         return Codec::Tiff;
     if (s == "webp")
         return Codec::Webp;
+    if (s == "heic" || s == "heif" || s == "hif")
+        return Codec::Heif;
+    if (s == "avif")
+        return Codec::Avif;
     return Codec::Other;
 }
 
@@ -220,7 +238,7 @@ Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOpti
         const Metadata written =
             holdsMetadata(s) ? detail::metadataForUprightPixels(metadata, image.size()) : Metadata();
         Encoded encoded = encodePixels(codec, image, s, options, written);
-        if (encoded.ok() && codec != Codec::Png)
+        if (encoded.ok() && codec != Codec::Png && !writtenByLibheif(codec))
             encoded.error = detail::writeMetadata(encoded.bytes, codec, written);
         if (!encoded.ok())
             encoded.bytes.clear();

@@ -31,6 +31,8 @@ enum class Codec
     Png,
     Tiff,
     Webp,
+    Heif,  // HEIC and HEIF (HEVC) through libheif; also what decoding an AVIF says
+    Avif,  // AVIF (AV1) through libheif, for encoding
     Other, // OpenCV's image codecs, loaded on first use
 };
 
@@ -101,6 +103,7 @@ struct EncodeOptions
     int jpegQuality = 95;      // 1..100
     int pngCompression = -1;   // 0..9; -1 = fastest level with the SUB filter
     int webpQuality = 101;     // 1..100 lossy; above 100 lossless
+    int heifQuality = 90;      // 0..100, HEIC and AVIF; 90 looks the same as the original
 };
 
 struct Encoded
@@ -122,7 +125,7 @@ std::string checkEncodable(const std::string &suffix, const cv::Mat &image);
 // Encodes `image` (CV_8UC1, CV_8UC3 BGR or CV_8UC4 BGRA; other depths only
 // through OpenCV) in the format of `suffix`, with `metadata` written in as
 // far as the format holds it (JPEG, PNG and TIFF: EXIF, XMP, IPTC, ICC;
-// WebP: EXIF, XMP, ICC; other formats: none). The pixels are taken as
+// WebP, HEIC and AVIF: EXIF, XMP, ICC; other formats: none). The pixels are taken as
 // upright: the EXIF Orientation written is 1, and the EXIF and XMP preview
 // thumbnails are left out (they would still show what was erased). The
 // profile is written unchanged; the pixels are never converted.

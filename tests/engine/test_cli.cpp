@@ -667,3 +667,38 @@ TEST_F(Cli, SixteenBitPhotosStaySixteenBit)
     EXPECT_EQ(r.err.count("16-bit samples written as 8 bits (.jpg files hold 8)"), 1) << r.err.toStdString();
     EXPECT_EQ(cv::imread(path("wide-out.jpg").toStdString(), cv::IMREAD_UNCHANGED).type(), CV_8UC3);
 }
+
+TEST_F(Cli, HeicAndAvifKeepMetadataAndTakeAQuality)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    const QByteArray profile = taggedphoto::fileBytes(taggedphoto::profilePath());
+    const cv::Size upright = cv::imread(in.mask.toStdString()).size();
+    for (const QString suffix : {"heic", "avif"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        const QString output = path("kept." + suffix);
+        ToolRun r = runTool({in.photo, in.mask, output, "--quiet"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        const std::string out = output.toStdString();
+        const QJsonObject tags = taggedphoto::readTags(out);
+        EXPECT_EQ(tags.value("EXIF:Artist").toString(), "Ada Example");
+        EXPECT_EQ(tags.value("EXIF:Copyright").toString(), "(c) Ada Example");
+        EXPECT_NEAR(tags.value("EXIF:GPSLatitude").toDouble(), 48.8584, 1e-4);
+        EXPECT_EQ(tags.value("XMP:Creator").toString(), "Ada Example");
+        EXPECT_EQ(tags.value("EXIF:Orientation").toInt(), 1);
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty());
+        EXPECT_EQ(taggedphoto::readBlock(out, "ICC_Profile"), profile);
+        // Upright, and read back by the tool itself.
+        EXPECT_EQ(tags.value("File:ImageWidth").toInt(), upright.width);
+        EXPECT_EQ(tags.value("File:ImageHeight").toInt(), upright.height);
+        r = runTool({output, in.mask, path("again.png"), "--quiet"});
+        EXPECT_EQ(r.status, Done) << r.err.toStdString();
+        // A lower quality makes a smaller file.
+        const QString small = path("small." + suffix);
+        r = runTool({in.photo, in.mask, small, "--quiet", "--quality", "20"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        EXPECT_LT(QFileInfo(small).size(), QFileInfo(output).size());
+    }
+    const ToolRun bad = runTool({in.photo, in.mask, path("x.heic"), "--quality", "101"});
+    EXPECT_EQ(bad.status, Usage);
+    EXPECT_TRUE(bad.err.contains("--quality needs a number from 0 to 100")) << bad.err.toStdString();
+}

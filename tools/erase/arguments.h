@@ -27,6 +27,7 @@ struct EraseItem
     QString output;
     QString name;  // how messages name this photo
     bool stripMetadata = false; // write no EXIF, XMP, IPTC or profile
+    int quality = -1;           // 0..100 for JPEG, WebP, HEIC, AVIF; -1: each format's default
 };
 
 struct EraseRequest

@@ -219,7 +219,10 @@ Problem writeResult(const EraseItem &item, const PreparedJob &job)
 {
     const std::string suffix = toLocal(QFileInfo(item.output).suffix());
     const cv::Mat pixels = !job.wide.empty() && photoio::holdsSixteenBits(suffix) ? wideResult(job) : job.photo;
-    const photoio::Encoded encoded = photoio::encode(pixels, suffix, photoio::EncodeOptions(), job.metadata);
+    photoio::EncodeOptions options;
+    if (item.quality >= 0)
+        options.jpegQuality = options.webpQuality = options.heifQuality = item.quality;
+    const photoio::Encoded encoded = photoio::encode(pixels, suffix, options, job.metadata);
     std::string why = encoded.error;
     if (why.empty())
         why = photoio::writeFileChecked(toLocal(item.output), encoded.bytes);
