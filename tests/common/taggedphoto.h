@@ -16,6 +16,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <gtest/gtest.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -93,6 +94,32 @@ inline QJsonObject readTags(const std::string &path)
 inline QByteArray readBlock(const std::string &path, const QString &tag)
 {
     return exiftool({"-b", "-" + tag, QString::fromStdString(path)}).out;
+}
+
+// Every expected tag in `tags` (IPTC only where the format holds it), the
+// GPS position, and Orientation 1.
+inline void expectKept(const QJsonObject &tags, bool holdsIptc)
+{
+    const QJsonObject expected = expectedTags();
+    for (auto it = expected.begin(); it != expected.end(); ++it) {
+        if (!holdsIptc && it.key().startsWith("IPTC:"))
+            EXPECT_FALSE(tags.contains(it.key())) << it.key().toStdString();
+        else
+            EXPECT_EQ(tags.value(it.key()).toVariant(), it.value().toVariant()) << it.key().toStdString();
+    }
+    EXPECT_NEAR(tags.value("EXIF:GPSLatitude").toDouble(), 48.8584, 1e-4);
+    EXPECT_NEAR(tags.value("EXIF:GPSLongitude").toDouble(), 2.2945, 1e-4);
+    EXPECT_EQ(tags.value("EXIF:Orientation").toInt(), 1) << "the pixels are upright already";
+}
+
+// None of the expected tags, no GPS, no orientation.
+inline void expectNone(const QJsonObject &tags)
+{
+    const QJsonObject expected = expectedTags();
+    for (auto it = expected.begin(); it != expected.end(); ++it)
+        EXPECT_FALSE(tags.contains(it.key())) << it.key().toStdString();
+    EXPECT_FALSE(tags.contains("EXIF:GPSLatitude"));
+    EXPECT_FALSE(tags.contains("EXIF:Orientation"));
 }
 
 inline QByteArray fileBytes(const QString &path)

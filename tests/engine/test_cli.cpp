@@ -546,15 +546,7 @@ TEST_F(Cli, KeepsMetadataAndProfileInEveryFormat)
         const ToolRun r = runTool({in.photo, in.mask, output, "--quiet"});
         ASSERT_EQ(r.status, Done) << r.err.toStdString();
         const std::string out = output.toStdString();
-        const QJsonObject tags = taggedphoto::readTags(out);
-        const QJsonObject expected = taggedphoto::expectedTags();
-        for (auto it = expected.begin(); it != expected.end(); ++it) {
-            if (suffix == "webp" && it.key().startsWith("IPTC:"))
-                continue; // WebP holds no IPTC
-            EXPECT_EQ(tags.value(it.key()).toVariant(), it.value().toVariant()) << it.key().toStdString();
-        }
-        EXPECT_NEAR(tags.value("EXIF:GPSLatitude").toDouble(), 48.8584, 1e-4);
-        EXPECT_EQ(tags.value("EXIF:Orientation").toInt(), 1);
+        taggedphoto::expectKept(taggedphoto::readTags(out), suffix != "webp");
         EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty()) << "the preview shows the erased";
         EXPECT_EQ(taggedphoto::readBlock(out, "ICC_Profile"), profile);
         EXPECT_EQ(taggedphoto::readBlock(out, "XMP"), xmp);
@@ -573,12 +565,7 @@ TEST_F(Cli, StripMetadataWritesNone)
         const ToolRun r = runTool({in.photo, in.mask, output, "--strip-metadata"});
         ASSERT_EQ(r.status, Done) << r.err.toStdString();
         const std::string out = output.toStdString();
-        const QJsonObject tags = taggedphoto::readTags(out);
-        const QJsonObject expected = taggedphoto::expectedTags();
-        for (auto it = expected.begin(); it != expected.end(); ++it)
-            EXPECT_FALSE(tags.contains(it.key())) << it.key().toStdString();
-        EXPECT_FALSE(tags.contains("EXIF:GPSLatitude"));
-        EXPECT_FALSE(tags.contains("EXIF:Orientation"));
+        taggedphoto::expectNone(taggedphoto::readTags(out));
         EXPECT_TRUE(taggedphoto::readBlock(out, "ICC_Profile").isEmpty());
         EXPECT_TRUE(taggedphoto::readBlock(out, "XMP").isEmpty());
         EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty());
@@ -680,11 +667,7 @@ TEST_F(Cli, HeicAndAvifKeepMetadataAndTakeAQuality)
         ASSERT_EQ(r.status, Done) << r.err.toStdString();
         const std::string out = output.toStdString();
         const QJsonObject tags = taggedphoto::readTags(out);
-        EXPECT_EQ(tags.value("EXIF:Artist").toString(), "Ada Example");
-        EXPECT_EQ(tags.value("EXIF:Copyright").toString(), "(c) Ada Example");
-        EXPECT_NEAR(tags.value("EXIF:GPSLatitude").toDouble(), 48.8584, 1e-4);
-        EXPECT_EQ(tags.value("XMP:Creator").toString(), "Ada Example");
-        EXPECT_EQ(tags.value("EXIF:Orientation").toInt(), 1);
+        taggedphoto::expectKept(tags, false); // no IPTC in HEIF files
         EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty());
         EXPECT_EQ(taggedphoto::readBlock(out, "ICC_Profile"), profile);
         // Upright, and read back by the tool itself.

@@ -74,27 +74,26 @@ void collectFailure(QtMsgType type, const QMessageLogContext &, const QString &m
 }
 
 // The 16-bit photo with the erase's hole: outside it the photo's own
-// samples, inside it the vote of the erase again on the 16-bit crop (the
-// 8-bit result widened where a pixel gathered too little weight).
+// samples, inside it the erase's vote again on the 16-bit crop (where a
+// pixel gathered too little weight, its 8-bit result widened). Without a
+// kept vote (an erase with nothing to step up from), the 8-bit result
+// widened wherever it differs from the photo.
 cv::Mat wideResult(const PreparedJob &job)
 {
     cv::Mat result = job.wide.clone();
-    if (job.vote.empty() || job.vote.mask.size() != job.crop.size()) {
-        // No kept vote: the 8-bit fill, widened, in the marked pixels.
-        cv::Mat widened, changed;
-        job.photo(job.crop).convertTo(widened, CV_16UC3, 257.0);
-        cv::Mat original8;
-        job.wide(job.crop).convertTo(original8, CV_8UC3, 1.0 / 257.0);
-        cv::compare(original8.reshape(1), job.photo(job.crop).reshape(1), changed, cv::CMP_NE);
-        changed = changed.reshape(3);
-        cv::Mat anyChanged;
-        cv::transform(changed, anyChanged, cv::Matx13f(1, 1, 1));
-        widened.copyTo(result(job.crop), anyChanged);
+    cv::Mat crop = result(job.crop), widened, hole;
+    job.photo(job.crop).convertTo(widened, CV_16UC3, 257.0);
+    if (job.vote.empty()) {
+        cv::Mat narrow, differs;
+        job.wide(job.crop).convertTo(narrow, CV_8UC3, 1.0 / 257.0);
+        cv::absdiff(narrow, job.photo(job.crop), differs);
+        cv::Mat channels[3];
+        cv::split(differs, channels);
+        hole = channels[0] | channels[1] | channels[2];
+        widened.copyTo(crop, hole);
         return result;
     }
-    cv::Mat hole, crop = result(job.crop), widened;
     cv::extractChannel(job.vote.mask, hole, 0);
-    job.photo(job.crop).convertTo(widened, CV_16UC3, 257.0);
     widened.copyTo(crop, hole == 255);
     engine::voteHoleWide(job.wide(job.crop), crop, job.vote);
     return result;
