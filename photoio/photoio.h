@@ -4,14 +4,16 @@
 // Reading and writing photos, without widgets.
 //
 // The common formats (JPEG, PNG, TIFF, WebP) go straight to libjpeg-turbo,
-// libpng, libtiff and libwebp; every other format goes to OpenCV's image
-// codecs, which are loaded only when such a file is met (the library pulls in
-// well over a hundred shared libraries, whose loading costs a command-line
-// run several times its work). Decoded pixels are those cv::imread gives in
-// colour mode: CV_8UC3, blue-green-red, EXIF orientation applied for JPEG,
-// PNG and WebP. Beside the pixels, a decode carries the file's metadata
-// (EXIF, XMP, IPTC, ICC profile, read with Exiv2), and encoding writes it
-// back into every format that holds it.
+// libpng, libtiff and libwebp, the formats phones write (HEIC, HEIF, AVIF)
+// to libheif; every other format goes to OpenCV's image codecs, which are
+// loaded only when such a file is met (the library pulls in well over a
+// hundred shared libraries, whose loading costs a command-line run several
+// times its work). Decoded pixels are those cv::imread gives in colour mode:
+// CV_8UC3, blue-green-red, EXIF orientation applied for JPEG, PNG and WebP
+// (HEIF files are turned by their own boxes); Depth::Keep keeps 16-bit
+// samples. Beside the pixels, a decode carries the file's metadata (EXIF,
+// XMP, IPTC, ICC profile, read with Exiv2 or libheif), and encoding writes
+// it back into every format that holds it. colour.h shows a profile on screen.
 //
 // Decoding never throws: it returns the pixels with what the decoder said
 // (damaged or not, what was narrowed). Encoding returns the bytes or an

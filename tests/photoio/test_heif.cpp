@@ -132,3 +132,26 @@ TEST_F(Heif, DamagedFilesAreRefused)
 }
 
 } // namespace
+
+namespace {
+
+TEST(HeifSizes, TinyAndOddPicturesEncodeOrFailCleanly)
+{
+    for (const cv::Size size : {cv::Size(1, 1), cv::Size(3, 2), cv::Size(65, 1), cv::Size(17, 33)}) {
+        cv::Mat picture(size, CV_8UC3);
+        cv::randu(picture, 0, 256);
+        for (const std::string suffix : {"heic", "avif"}) {
+            const photoio::Encoded e = photoio::encode(picture, suffix);
+            if (!e.ok()) {
+                EXPECT_TRUE(e.bytes.empty());
+                EXPECT_LT(size.area(), 17 * 33) << suffix << ": " << e.error;
+                continue;
+            }
+            const photoio::Decoded d = photoio::decodeBytes(e.bytes);
+            ASSERT_TRUE(d.readable()) << suffix << " " << size << ": " << d.error;
+            EXPECT_EQ(d.pixels.size(), size) << suffix;
+        }
+    }
+}
+
+} // namespace
