@@ -13,10 +13,11 @@
 namespace photoio::detail {
 
 Decoded decodeJpeg(const uint8_t *data, size_t size);
-// keep16: 16-bit samples stay 16-bit (CV_16UC3) instead of being narrowed.
+// keep16: 16-bit samples stay 16-bit (CV_16UC3) instead of being narrowed,
+// and alpha is kept (CV_8UC4, CV_16UC4).
 Decoded decodePng(const uint8_t *data, size_t size, bool keep16 = false);
 Decoded decodeTiff(const uint8_t *data, size_t size);
-Decoded decodeWebp(const uint8_t *data, size_t size);
+Decoded decodeWebp(const uint8_t *data, size_t size, bool keepAlpha = false);
 // HEIC, HEIF and AVIF: the file's metadata comes with the pixels.
 bool isHeif(const uint8_t *data, size_t size);
 Decoded decodeHeif(const uint8_t *data, size_t size);

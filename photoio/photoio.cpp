@@ -68,7 +68,7 @@ Decoded decodeNative(Codec codec, const std::vector<uint8_t> &bytes, bool keep16
     case Codec::Jpeg: return detail::decodeJpeg(bytes.data(), bytes.size());
     case Codec::Png: return detail::decodePng(bytes.data(), bytes.size(), keep16);
     case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
-    case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size());
+    case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size(), keep16);
     case Codec::Heif: case Codec::Avif: return detail::decodeHeif(bytes.data(), bytes.size());
     case Codec::Other: break;
     }
@@ -107,11 +107,13 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth)
         Decoded result = decodeNative(codec, bytes, keep16);
         if (!result.readable())
             return result;
-        // libtiff's RGBA reader is 8-bit: a wide TIFF is read again by OpenCV.
-        if (keep16 && codec == Codec::Tiff && result.report.bitsPerSample == 16 && !result.report.damaged) {
-            const Decoded wide = detail::decodeWithOpenCV(bytes, true);
-            if (wide.readable() && wide.pixels.size() == result.pixels.size() && wide.pixels.type() == CV_16UC3)
-                result.pixels = wide.pixels;
+        // libtiff's RGBA reader gives 8-bit BGR: a wide TIFF, or one with
+        // alpha, is read again by OpenCV.
+        const bool wideOrAlpha = result.report.bitsPerSample == 16 || result.report.hasAlpha;
+        if (keep16 && codec == Codec::Tiff && wideOrAlpha && !result.report.damaged) {
+            const Decoded kept = detail::decodeWithOpenCV(bytes, true);
+            if (kept.readable() && kept.pixels.size() == result.pixels.size())
+                result.pixels = kept.pixels;
         }
         // libheif brings its metadata along and turns the pixels upright by
         // the file's own boxes.
@@ -171,7 +173,7 @@ std::string narrowingNote(const DecodeReport &report, const cv::Mat &pixels)
     std::string note;
     if (report.bitsPerSample > 8 && pixels.depth() == CV_8U)
         note = std::to_string(report.bitsPerSample) + "-bit samples narrowed to 8 bits";
-    if (report.hasAlpha)
+    if (report.hasAlpha && pixels.channels() != 4)
         note += std::string(note.empty() ? "" : ", ") + "alpha channel dropped";
     if (report.codec == Codec::Jpeg && report.channels == 4)
         note += std::string(note.empty() ? "" : ", ") + "CMYK converted to RGB";
@@ -259,6 +261,12 @@ bool holdsSixteenBits(const std::string &suffix)
 {
     const Codec codec = codecForSuffix(suffix);
     return codec == Codec::Png || codec == Codec::Tiff;
+}
+
+bool holdsAlpha(const std::string &suffix)
+{
+    const Codec codec = codecForSuffix(suffix);
+    return codec == Codec::Png || codec == Codec::Tiff || codec == Codec::Webp;
 }
 
 bool opencvCodecsLoaded() { return detail::opencvCodecsLoadedNow(); }

@@ -82,7 +82,8 @@ struct Decoded
 enum class Depth
 {
     Narrow, // CV_8UC3 always, as cv::imread in colour mode
-    Keep,   // 16-bit PNG and TIFF files decode as CV_16UC3 (TIFF through OpenCV)
+    Keep,   // 16-bit PNG and TIFF files decode as CV_16UC3 (TIFF through OpenCV),
+            // files with alpha (PNG, TIFF, WebP) as CV_8UC4 or CV_16UC4 (BGRA)
 };
 
 // Reads and decodes a whole file. The codec is chosen from the file's first
@@ -139,6 +140,9 @@ bool holdsMetadata(const std::string &suffix);
 // True if files of `suffix` hold 16-bit samples as this module writes them
 // (PNG and TIFF).
 bool holdsSixteenBits(const std::string &suffix);
+// True if files of `suffix` hold an alpha channel as this module writes
+// them (PNG, TIFF, WebP).
+bool holdsAlpha(const std::string &suffix);
 
 // --- Writing -----------------------------------------------------------------
 

@@ -62,16 +62,20 @@ void describe(png_structp png, png_infop info, DecodeReport &report)
     report.channels = colours + (report.hasAlpha ? 1 : 0);
 }
 
-// The transformations to 8-bit BGR, in OpenCV's order.
-void askForBgr(png_structp png, png_infop info, bool keep16)
+// The transformations to 8-bit BGR, in OpenCV's order; with `keep`, 16-bit
+// samples stay 16-bit and an alpha channel (or transparency chunk) gives BGRA.
+void askForBgr(png_structp png, png_infop info, bool keep, bool alpha)
 {
     const int type = png_get_color_type(png, info);
     const int depth = png_get_bit_depth(png, info);
-    if (depth == 16 && !keep16)
+    if (depth == 16 && !keep)
         png_set_strip_16(png);
-    if (depth == 16 && keep16)
+    if (depth == 16 && keep)
         png_set_swap(png); // samples in the machine's order
-    png_set_strip_alpha(png);
+    if (keep && alpha)
+        png_set_tRNS_to_alpha(png);
+    else
+        png_set_strip_alpha(png);
     if (type == PNG_COLOR_TYPE_PALETTE)
         png_set_palette_to_rgb(png);
     if ((type & PNG_COLOR_MASK_COLOR) == 0 && depth < 8)
@@ -113,9 +117,10 @@ Decoded decodePng(const uint8_t *data, size_t size, bool keep16)
     png_read_info(png, info);
     describe(png, info, result.report);
     const bool wide = keep16 && png_get_bit_depth(png, info) == 16;
-    askForBgr(png, info, wide);
+    const bool alpha = keep16 && result.report.hasAlpha;
+    askForBgr(png, info, keep16, alpha);
     cv::Mat pixels(int(png_get_image_height(png, info)), int(png_get_image_width(png, info)),
-                   wide ? CV_16UC3 : CV_8UC3, cv::Scalar::all(0));
+                   CV_MAKETYPE(wide ? CV_16U : CV_8U, alpha ? 4 : 3), cv::Scalar::all(0));
     result.pixels = pixels;
     rows.resize(size_t(pixels.rows));
     for (int y = 0; y < pixels.rows; ++y)

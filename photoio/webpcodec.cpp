@@ -11,7 +11,7 @@
 
 namespace photoio::detail {
 
-Decoded decodeWebp(const uint8_t *data, size_t size)
+Decoded decodeWebp(const uint8_t *data, size_t size, bool keepAlpha)
 {
     Decoded result;
     result.report.codec = Codec::Webp;
@@ -23,8 +23,12 @@ Decoded decodeWebp(const uint8_t *data, size_t size)
     }
     result.report.hasAlpha = features.has_alpha != 0;
     result.report.channels = features.has_alpha ? 4 : 3;
-    cv::Mat pixels(features.height, features.width, CV_8UC3);
-    if (!WebPDecodeBGRInto(data, size, pixels.data, pixels.total() * 3, int(pixels.step))) {
+    const bool alpha = keepAlpha && features.has_alpha;
+    cv::Mat pixels(features.height, features.width, alpha ? CV_8UC4 : CV_8UC3);
+    const bool decoded =
+        alpha ? WebPDecodeBGRAInto(data, size, pixels.data, pixels.total() * 4, int(pixels.step)) != nullptr
+              : WebPDecodeBGRInto(data, size, pixels.data, pixels.total() * 3, int(pixels.step)) != nullptr;
+    if (!decoded) {
         markDamaged(result.report, "WebP data ends early or is corrupt");
         result.error = "damaged file (WebP data ends early or is corrupt)";
         return result;

@@ -328,17 +328,69 @@ TEST_F(Cli, WideAndAlphaInputsSayWhatWasNarrowed)
     EXPECT_EQ(r.err.count('\n'), 1);
     EXPECT_TRUE(r.err.contains("16-bit samples written as 8 bits (.jpg files hold 8)")) << r.err.toStdString();
     EXPECT_EQ(cv::imread(path("out.jpg").toStdString()).size(), photo.size());
-    const QString output = path("out.png");
+    // Alpha is kept where the output holds it (AlphaIsKeptOutsideTheHole);
+    // a JPEG does not.
+    const QString output = path("out.jpg");
     cv::Mat alpha;
     cv::cvtColor(photo, alpha, cv::COLOR_BGR2BGRA);
     const QString alphaPath = path("alpha.png");
     cv::imwrite(alphaPath.toStdString(), alpha);
     r = runTool({alphaPath, maskPath, output});
     EXPECT_EQ(r.status, Done);
-    EXPECT_TRUE(r.err.contains("alpha channel dropped")) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains("alpha channel dropped (.jpg files hold none)")) << r.err.toStdString();
     r = runTool({alphaPath, maskPath, output, "--quiet"});
     EXPECT_EQ(r.status, Done);
     EXPECT_TRUE(r.err.isEmpty());
+}
+
+TEST_F(Cli, AlphaIsKeptOutsideTheHole)
+{
+    // Transparency over the photo: a soft ramp of alpha, and a fully
+    // transparent corner; the hole lies where alpha is partial.
+    for (const bool wide : {false, true}) {
+        cv::Mat bgra;
+        cv::cvtColor(photo, bgra, cv::COLOR_BGR2BGRA);
+        if (wide)
+            bgra.convertTo(bgra, CV_16UC4, 257.0);
+        const double top = wide ? 65535.0 : 255.0;
+        for (int y = 0; y < bgra.rows; ++y)
+            for (int x = 0; x < bgra.cols; ++x) {
+                const double a = x < 60 && y < 60 ? 0.0 : top * (0.3 + 0.7 * x / bgra.cols);
+                if (wide)
+                    bgra.at<cv::Vec4w>(y, x)[3] = ushort(a);
+                else
+                    bgra.at<cv::Vec4b>(y, x)[3] = uchar(a);
+            }
+        cv::Mat holeMask(photo.size(), CV_8UC1, cv::Scalar(0));
+        holeMask(hole).setTo(255);
+        cv::dilate(holeMask, holeMask, cv::Mat::ones(3, 3, CV_8U));
+        cv::Mat expectedAlpha, resultAlpha;
+        cv::extractChannel(bgra, expectedAlpha, 3);
+        expectedAlpha.setTo(cv::Scalar(top), holeMask);
+        for (const QString suffix : {"png", "tif", "webp"}) {
+            if (wide && suffix == "webp")
+                continue; // WebP is 8-bit
+            SCOPED_TRACE((suffix + (wide ? " 16-bit" : " 8-bit")).toStdString());
+            const QString input = path("transparent." + suffix);
+            cv::imwrite(input.toStdString(), bgra, {cv::IMWRITE_WEBP_QUALITY, 101});
+            const QString output = path("transparent-out." + suffix);
+            const ToolRun r = runTool({input, maskPath, output});
+            ASSERT_EQ(r.status, Done) << r.err.toStdString();
+            EXPECT_FALSE(r.err.contains("alpha")) << r.err.toStdString();
+            const cv::Mat result = cv::imread(output.toStdString(), cv::IMREAD_UNCHANGED);
+            ASSERT_EQ(result.type(), bgra.type());
+            cv::extractChannel(result, resultAlpha, 3);
+            EXPECT_EQ(cv::norm(resultAlpha, expectedAlpha, cv::NORM_INF), 0) << "alpha kept, the fill opaque";
+            cv::Mat before, after;
+            cv::cvtColor(bgra, before, cv::COLOR_BGRA2BGR);
+            cv::cvtColor(result, after, cv::COLOR_BGRA2BGR);
+            // Lossless WebP may change the colour under fully transparent
+            // pixels; everywhere else outside the hole it is kept.
+            const cv::Mat visible = ~holeMask & (expectedAlpha > 0);
+            EXPECT_EQ(cv::norm(after, before, cv::NORM_INF, visible), 0) << "colour outside the hole kept";
+            EXPECT_GT(cv::norm(after, before, cv::NORM_INF, holeMask), 0) << "the hole was filled";
+        }
+    }
 }
 
 TEST_F(Cli, BatchErasesEachPhotoAndGoesOnPastFailures)

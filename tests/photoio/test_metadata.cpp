@@ -2,7 +2,8 @@
 // (EXIF, XMP, IPTC, ICC profile) comes out of a decode and goes into every
 // format that holds it; the written file says Orientation 1 and has no
 // preview thumbnail; a file without metadata encodes as before. And the
-// other thing a file carries beside its pixels: 16-bit samples, kept on request.
+// other things a file carries beside its pixels: 16-bit samples and alpha,
+// kept on request.
 
 #include "photoio.h"
 #include "samples.h"
@@ -170,6 +171,26 @@ TEST(WideDecode, SixteenBitPngAndTiffKeepTheirSamples)
         const photoio::Decoded narrow = photoio::decodeBytes(e.bytes);
         ASSERT_EQ(narrow.pixels.type(), CV_8UC3);
         EXPECT_EQ(photoio::narrowingNote(narrow.report, narrow.pixels), "16-bit samples narrowed to 8 bits");
+    }
+    // Alpha, 8 and 16 bits, kept as stored.
+    cv::Mat bgra(61, 97, CV_8UC4);
+    cv::randu(bgra, 0, 256);
+    cv::Mat bgra16;
+    bgra.convertTo(bgra16, CV_16UC4, 257.0);
+    for (const std::string suffix : {"png", "tif", "webp"}) {
+        for (const cv::Mat &picture : {bgra, bgra16}) {
+            if (suffix == "webp" && picture.depth() != CV_8U)
+                continue;
+            SCOPED_TRACE(suffix + " " + std::to_string(picture.depth()));
+            const photoio::Encoded e = photoio::encode(picture, suffix);
+            ASSERT_TRUE(e.ok()) << e.error;
+            const photoio::Decoded kept = photoio::decodeBytes(e.bytes, photoio::Depth::Keep);
+            ASSERT_EQ(kept.pixels.type(), picture.type());
+            if (suffix != "webp") // lossless WebP may change colour under alpha 0
+                EXPECT_EQ(cv::norm(kept.pixels, picture, cv::NORM_INF), 0);
+            EXPECT_EQ(photoio::narrowingNote(kept.report, kept.pixels), "");
+            EXPECT_EQ(photoio::decodeBytes(e.bytes).pixels.type(), CV_8UC3) << "narrowed by default";
+        }
     }
     // 8-bit files are the same either way.
     const photoio::Encoded eight = photoio::encode(samples::photos(0).front(), "png");

@@ -26,7 +26,7 @@ const char *const kDescription =
     "all but IPTC), with Orientation 1 (the pixels are written upright) and\n"
     "without the EXIF preview thumbnail, which would still show what was erased.\n"
     "A 16-bit PNG or TIFF stays 16-bit where the output format holds it (PNG,\n"
-    "TIFF).\n"
+    "TIFF); alpha is kept outside the hole where it can be (PNG, TIFF, WebP).\n"
     "\n"
     "Exit codes:\n"
     "  0  every photo was erased and written\n"

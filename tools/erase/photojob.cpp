@@ -73,6 +73,31 @@ void collectFailure(QtMsgType type, const QMessageLogContext &, const QString &m
     }
 }
 
+// The engine's hole in the work crop: the mask grown by its 3 x 3 stamp.
+cv::Mat engineHole(const PreparedJob &job)
+{
+    cv::Mat hole;
+    cv::extractChannel(job.red(job.crop), hole, 3);
+    cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+    return hole;
+}
+
+// `colour` with the photo's alpha channel, made opaque over the hole (the
+// fill has nothing transparent to take after), at `colour`'s depth.
+cv::Mat withAlpha(const cv::Mat &colour, const PreparedJob &job)
+{
+    cv::Mat alpha;
+    const double scale = colour.depth() == job.alpha.depth() ? 1.0 : colour.depth() == CV_8U ? 1.0 / 257.0 : 257.0;
+    job.alpha.convertTo(alpha, colour.depth(), scale);
+    alpha(job.crop).setTo(cv::Scalar::all(colour.depth() == CV_8U ? 255 : 65535), engineHole(job));
+    cv::Mat bgra;
+    const cv::Mat parts[] = {colour, alpha};
+    const int fromTo[] = {0, 0, 1, 1, 2, 2, 3, 3};
+    bgra.create(colour.size(), CV_MAKETYPE(colour.depth(), 4));
+    cv::mixChannels(parts, 2, &bgra, 1, fromTo, 4);
+    return bgra;
+}
+
 // The 16-bit photo with the erase's hole: outside it the photo's own
 // samples, inside it the erase's vote again on the 16-bit crop (where a
 // pixel gathered too little weight, its 8-bit result widened). Without a
@@ -134,13 +159,21 @@ Problem loadInputs(const EraseItem &item, PreparedJob &job)
     job.green = job.useDonor ? selectionLayer(donor.pixels, cv::Scalar(0, 255, 0, 128), donorBox)
                              : cv::Mat(photo.pixels.size(), CV_8UC4, cv::Scalar::all(0));
     const QString suffix = QFileInfo(item.output).suffix().toLower();
-    job.photo = photo.pixels;
-    if (photo.pixels.depth() == CV_16U) {
-        job.wide = photo.pixels;
-        photo.pixels.convertTo(job.photo, CV_8UC3, 1.0 / 257.0); // the engine searches on 8 bits
+    cv::Mat colour = photo.pixels;
+    if (colour.channels() == 4) {
+        cv::extractChannel(colour, job.alpha, 3);
+        cv::cvtColor(colour, colour, cv::COLOR_BGRA2BGR);
+    }
+    job.photo = colour;
+    if (colour.depth() == CV_16U) {
+        job.wide = colour;
+        colour.convertTo(job.photo, CV_8UC3, 1.0 / 257.0); // the engine searches on 8 bits
     }
     job.crop = workCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
     job.narrowed = fromStd(photoio::narrowingNote(photo.report, photo.pixels));
+    if (!job.alpha.empty() && !photoio::holdsAlpha(toLocal(suffix)))
+        job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "alpha channel dropped (." + suffix
+                        + " files hold none)";
     if (!job.wide.empty() && !photoio::holdsSixteenBits(toLocal(suffix)))
         job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "16-bit samples written as 8 bits (." + suffix
                         + " files hold 8)";
@@ -195,10 +228,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
 
 Problem checkResult(const EraseItem &, const PreparedJob &job)
 {
-    // The engine's hole is the mask grown by its 3 x 3 stamp.
-    cv::Mat hole;
-    cv::extractChannel(job.red(job.crop), hole, 3);
-    cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+    const cv::Mat hole = engineHole(job);
     const cv::Mat result = job.photo(job.crop);
     bool blackInHole = false, blackAround = false;
     for (int y = 0; y < result.rows && !(blackInHole && blackAround); ++y) {
@@ -217,7 +247,9 @@ Problem checkResult(const EraseItem &, const PreparedJob &job)
 Problem writeResult(const EraseItem &item, const PreparedJob &job)
 {
     const std::string suffix = toLocal(QFileInfo(item.output).suffix());
-    const cv::Mat pixels = !job.wide.empty() && photoio::holdsSixteenBits(suffix) ? wideResult(job) : job.photo;
+    cv::Mat pixels = !job.wide.empty() && photoio::holdsSixteenBits(suffix) ? wideResult(job) : job.photo;
+    if (!job.alpha.empty() && photoio::holdsAlpha(suffix))
+        pixels = withAlpha(pixels, job);
     photoio::EncodeOptions options;
     if (item.quality >= 0)
         options.jpegQuality = options.webpQuality = options.heifQuality = item.quality;

@@ -30,6 +30,7 @@ struct PreparedJob
     cv::Mat wide;         // CV_16UC3 when the photo has 16-bit samples: the
                           // photo itself; `photo` is then its 8-bit copy
     engine::FinalVote vote; // what the erase's full-size vote used (wide only)
+    cv::Mat alpha;        // the photo's alpha channel (its depth), or empty
     cv::Mat red, green;   // selection layers, CV_8UC4, the photo's size
     bool useDonor = false;
     cv::Rect crop;        // the work box the window would cut
@@ -55,7 +56,9 @@ Problem checkResult(const EraseItem &item, const PreparedJob &job);
 // Encodes and writes the result, with the photo's metadata unless the item
 // strips it, through the checked write. A 16-bit photo is written at 16 bits
 // where the format holds them, its hole rebuilt from the 16-bit pixels with
-// the erase's own vote; elsewhere its 8-bit result is written.
+// the erase's own vote; elsewhere its 8-bit result is written. A photo with
+// alpha keeps it outside the hole, where the format holds alpha; the filled
+// hole is opaque.
 Problem writeResult(const EraseItem &item, const PreparedJob &job);
 
 #endif // MERVANE_ERASE_PHOTOJOB_H
