@@ -25,6 +25,8 @@ bool MyPatchMatch::walkCoarseToFine(int coarsest, const cv::Mat *levelImages, co
                 cv::Mat candidate;
                 cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
                 mask = levelMasks[i - 1];
+                if (i == 1 && steps.beforeBaseVote)
+                    steps.beforeBaseVote(field, cost, mask);
                 if (i == 1 && steps.holeOnlyAtBase)
                     voteHole(levelImages[0], candidate, field, mask, true, cost);
                 else

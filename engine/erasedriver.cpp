@@ -123,6 +123,11 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
         // At full size every unmarked pixel is written back from the input
         // below; only the hole needs its votes.
         steps.holeOnlyAtBase = true;
+        if (m_keepFinalVote) {
+            steps.beforeBaseVote = [&](const cv::Mat &baseField, const cv::Mat &baseCost, const cv::Mat &baseMask) {
+                m_finalVote = engine::keepFinalVote(baseField, baseCost, baseMask, m_similarity, m_patchRadius);
+            };
+        }
         steps.progressEachRound = !donor;
         if (!walkCoarseToFine(L, levelImages, levelMasks, field, cost, result, steps))
             return;

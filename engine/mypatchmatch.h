@@ -5,6 +5,7 @@
 #include <opencv2/core.hpp>
 
 #include "levelrules.h"
+#include "widevote.h"
 
 #include <atomic>
 #include <functional>
@@ -143,6 +144,10 @@ public:
     unsigned char *m_donorMap = nullptr;
     unsigned char *m_eraseMap = nullptr;
     int32_t m_runEnabled = 1;
+    // Set before an erase to keep what its full-size vote used in
+    // m_finalVote (see widevote.h); the output is the same either way.
+    bool m_keepFinalVote = false;
+    engine::FinalVote m_finalVote;
 
 signals:
     // The pyramid level being worked, counting down to 1.
@@ -177,6 +182,9 @@ private:
         std::function<bool(int level, const cv::Mat &mask)> sweep;
         // The last vote onto full size fills the hole only.
         bool holeOnlyAtBase = false;
+        // Called, if set, just before that last vote, with the field, cost
+        // map and full-size mask it will read.
+        std::function<void(const cv::Mat &field, const cv::Mat &cost, const cv::Mat &mask)> beforeBaseVote;
         // Progress after every round rather than once per level.
         bool progressEachRound = false;
     };

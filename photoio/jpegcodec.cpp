@@ -76,17 +76,6 @@ void cmykToBgr(const uint8_t *cmyk, uint8_t *bgr, int width)
     }
 }
 
-// As OpenCV does: the first APP1 block, read as EXIF past its 6-byte
-// "Exif\0\0" header.
-int orientationFromMarkers(jpeg_decompress_struct &info)
-{
-    for (jpeg_saved_marker_ptr m = info.marker_list; m; m = m->next) {
-        if (m->marker == JPEG_APP0 + 1)
-            return m->data_length > 6 ? exifOrientation(m->data + 6, m->data_length - 6) : 1;
-    }
-    return 1;
-}
-
 // Reads the scanlines into `pixels`; stops early if libjpeg runs dry.
 void readScanlines(jpeg_decompress_struct &info, cv::Mat &pixels, bool cmyk)
 {
@@ -123,7 +112,6 @@ Decoded decodeJpeg(const uint8_t *data, size_t size)
         return result;
     }
     jpeg_mem_src(&info, data, static_cast<unsigned long>(size));
-    jpeg_save_markers(&info, JPEG_APP0 + 1, 0xffff);
     jpeg_read_header(&info, TRUE);
     result.report.channels = info.num_components;
     result.report.bitsPerSample = info.data_precision;
@@ -135,10 +123,8 @@ Decoded decodeJpeg(const uint8_t *data, size_t size)
     result.pixels.setTo(cv::Scalar::all(0));
     started = true;
     readScanlines(info, result.pixels, cmyk);
-    result.report.exifOrientation = orientationFromMarkers(info);
     jpeg_finish_decompress(&info);
     jpeg_destroy_decompress(&info);
-    applyExifOrientation(result.pixels, result.report.exifOrientation);
     return result;
 }
 

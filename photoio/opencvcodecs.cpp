@@ -65,7 +65,7 @@ int bitsOfDepth(int depth)
 
 } // namespace
 
-Decoded decodeWithOpenCV(const std::vector<uint8_t> &bytes)
+Decoded decodeWithOpenCV(const std::vector<uint8_t> &bytes, bool keep16)
 {
     Decoded result;
     result.report.codec = Codec::Other;
@@ -76,7 +76,16 @@ Decoded decodeWithOpenCV(const std::vector<uint8_t> &bytes)
     }
     try {
         const cv::Mat data(1, int(bytes.size()), CV_8UC1, const_cast<uint8_t *>(bytes.data()));
-        result.pixels = lib.decode(data, 1 /* IMREAD_COLOR */);
+        result.pixels = lib.decode(data, keep16 ? 3 /* IMREAD_COLOR | IMREAD_ANYDEPTH */ : 1 /* IMREAD_COLOR */);
+        if (keep16) {
+            // Colour with alpha, 8 or 16 bits, as stored.
+            const cv::Mat unchanged = lib.decode(data, -1 /* IMREAD_UNCHANGED */);
+            if (unchanged.channels() == 4 && (unchanged.depth() == CV_8U || unchanged.depth() == CV_16U)
+                && unchanged.size() == result.pixels.size())
+                result.pixels = unchanged;
+        }
+        if (keep16 && result.pixels.depth() != CV_16U && result.pixels.depth() != CV_8U)
+            result.pixels = lib.decode(data, 1); // float and 32-bit files: 8 bits as before
         if (result.pixels.empty()) {
             result.error = "not an image this program can read";
             return result;

@@ -26,6 +26,8 @@ Codec codecOfBytes(const std::vector<uint8_t> &bytes)
         return Codec::Tiff;
     if (startsWith(bytes, "RIFF", 4) && startsWith(bytes, "WEBP", 4, 8))
         return Codec::Webp;
+    if (startsWith(bytes, "ftyp", 4, 4) && detail::isHeif(bytes.data(), bytes.size()))
+        return Codec::Heif;
     return Codec::Other;
 }
 
@@ -55,24 +57,77 @@ bool nativeTypeOk(Codec codec, const cv::Mat &image)
     return image.depth() == CV_8U || (wide && image.depth() == CV_16U);
 }
 
+bool writtenByLibheif(Codec codec)
+{
+    return codec == Codec::Heif || codec == Codec::Avif;
+}
+
+Decoded decodeNative(Codec codec, const std::vector<uint8_t> &bytes, bool keep16)
+{
+    switch (codec) {
+    case Codec::Jpeg: return detail::decodeJpeg(bytes.data(), bytes.size());
+    case Codec::Png: return detail::decodePng(bytes.data(), bytes.size(), keep16);
+    case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
+    case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size(), keep16);
+    case Codec::Heif: case Codec::Avif: return detail::decodeHeif(bytes.data(), bytes.size());
+    case Codec::Other: break;
+    }
+    return detail::decodeWithOpenCV(bytes);
+}
+
+Encoded encodePixels(Codec codec, const cv::Mat &image, const std::string &suffix,
+                     const EncodeOptions &options, const Metadata &metadata)
+{
+    switch (codec) {
+    case Codec::Jpeg: return detail::encodeJpeg(image, options);
+    case Codec::Png: return detail::encodePng(image, options, metadata);
+    case Codec::Tiff: return detail::encodeTiff(image);
+    case Codec::Webp: return detail::encodeWebp(image, options);
+    case Codec::Heif: return detail::encodeHeif(image, options, metadata, false);
+    case Codec::Avif: return detail::encodeHeif(image, options, metadata, true);
+    case Codec::Other: break;
+    }
+    return detail::encodeWithOpenCV(image, suffix, options);
+}
+
 } // namespace
 
-Decoded decodeBytes(const std::vector<uint8_t> &bytes)
+Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth)
 {
+    const bool keep16 = depth == Depth::Keep;
     if (bytes.empty()) {
         Decoded empty;
         empty.error = "empty file";
         return empty;
     }
     try {
-        switch (codecOfBytes(bytes)) {
-        case Codec::Jpeg: return detail::decodeJpeg(bytes.data(), bytes.size());
-        case Codec::Png: return detail::decodePng(bytes.data(), bytes.size());
-        case Codec::Tiff: return detail::decodeTiff(bytes.data(), bytes.size());
-        case Codec::Webp: return detail::decodeWebp(bytes.data(), bytes.size());
-        case Codec::Other: break;
+        const Codec codec = codecOfBytes(bytes);
+        if (codec == Codec::Other)
+            return detail::decodeWithOpenCV(bytes, keep16);
+        Decoded result = decodeNative(codec, bytes, keep16);
+        if (!result.readable())
+            return result;
+        // libtiff's RGBA reader gives 8-bit BGR: a wide TIFF, or one with
+        // alpha, is read again by OpenCV.
+        const bool wideOrAlpha = result.report.bitsPerSample == 16 || result.report.hasAlpha;
+        if (keep16 && codec == Codec::Tiff && wideOrAlpha && !result.report.damaged) {
+            const Decoded kept = detail::decodeWithOpenCV(bytes, true);
+            if (kept.readable() && kept.pixels.size() == result.pixels.size())
+                result.pixels = kept.pixels;
         }
-        return detail::decodeWithOpenCV(bytes);
+        // libheif brings its metadata along and turns the pixels upright by
+        // the file's own boxes.
+        if (writtenByLibheif(codec))
+            return result;
+        int orientation = 1;
+        result.metadata = detail::readMetadata(bytes.data(), bytes.size(), orientation);
+        // libtiff's reader and OpenCV's (for other orientations) place TIFF
+        // pixels themselves.
+        if (codec != Codec::Tiff) {
+            result.report.exifOrientation = orientation;
+            detail::applyExifOrientation(result.pixels, orientation);
+        }
+        return result;
     } catch (const std::bad_alloc &) {
         Decoded failed;
         failed.error = "not enough memory to decode";
@@ -84,7 +139,7 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes)
     }
 }
 
-Decoded decodeFile(const std::string &path)
+Decoded decodeFile(const std::string &path, Depth depth)
 {
     Decoded result;
     std::FILE *file = std::fopen(path.c_str(), "rb");
@@ -110,19 +165,24 @@ Decoded decodeFile(const std::string &path)
         result.error = std::string("cannot read (") + std::strerror(savedErrno) + ")";
         return result;
     }
-    return decodeBytes(bytes);
+    return decodeBytes(bytes, depth);
 }
 
-std::string narrowingNote(const DecodeReport &report)
+std::string narrowingNote(const DecodeReport &report, const cv::Mat &pixels)
 {
     std::string note;
-    if (report.bitsPerSample > 8)
+    if (report.bitsPerSample > 8 && pixels.depth() == CV_8U)
         note = std::to_string(report.bitsPerSample) + "-bit samples narrowed to 8 bits";
-    if (report.hasAlpha)
+    if (report.hasAlpha && pixels.channels() != 4)
         note += std::string(note.empty() ? "" : ", ") + "alpha channel dropped";
     if (report.codec == Codec::Jpeg && report.channels == 4)
         note += std::string(note.empty() ? "" : ", ") + "CMYK converted to RGB";
     return note;
+}
+
+std::string narrowingNote(const DecodeReport &report)
+{
+    return narrowingNote(report, cv::Mat());
 }
 
 Codec codecForSuffix(const std::string &suffix)
@@ -136,6 +196,10 @@ Codec codecForSuffix(const std::string &suffix)
         return Codec::Tiff;
     if (s == "webp")
         return Codec::Webp;
+    if (s == "heic" || s == "heif" || s == "hif")
+        return Codec::Heif;
+    if (s == "avif")
+        return Codec::Avif;
     return Codec::Other;
 }
 
@@ -161,7 +225,8 @@ std::string checkEncodable(const std::string &suffix, const cv::Mat &image)
     return {};
 }
 
-Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOptions &options)
+Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOptions &options,
+               const Metadata &metadata)
 {
     try {
         const std::string s = lowerSuffix(suffix);
@@ -171,19 +236,37 @@ Encoded encode(const cv::Mat &image, const std::string &suffix, const EncodeOpti
             refused.error = refusal;
             return refused;
         }
-        switch (codecForSuffix(s)) {
-        case Codec::Jpeg: return detail::encodeJpeg(image, options);
-        case Codec::Png: return detail::encodePng(image, options);
-        case Codec::Tiff: return detail::encodeTiff(image);
-        case Codec::Webp: return detail::encodeWebp(image, options);
-        case Codec::Other: break;
-        }
-        return detail::encodeWithOpenCV(image, s, options);
+        const Codec codec = codecForSuffix(s);
+        const Metadata written =
+            holdsMetadata(s) ? detail::metadataForUprightPixels(metadata, image.size()) : Metadata();
+        Encoded encoded = encodePixels(codec, image, s, options, written);
+        if (encoded.ok() && codec != Codec::Png && !writtenByLibheif(codec))
+            encoded.error = detail::writeMetadata(encoded.bytes, codec, written);
+        if (!encoded.ok())
+            encoded.bytes.clear();
+        return encoded;
     } catch (const std::bad_alloc &) {
         Encoded failed;
         failed.error = "not enough memory to encode";
         return failed;
     }
+}
+
+bool holdsMetadata(const std::string &suffix)
+{
+    return codecForSuffix(suffix) != Codec::Other;
+}
+
+bool holdsSixteenBits(const std::string &suffix)
+{
+    const Codec codec = codecForSuffix(suffix);
+    return codec == Codec::Png || codec == Codec::Tiff;
+}
+
+bool holdsAlpha(const std::string &suffix)
+{
+    const Codec codec = codecForSuffix(suffix);
+    return codec == Codec::Png || codec == Codec::Tiff || codec == Codec::Webp;
 }
 
 bool opencvCodecsLoaded() { return detail::opencvCodecsLoadedNow(); }

@@ -4,11 +4,16 @@
 // Reading and writing photos, without widgets.
 //
 // The common formats (JPEG, PNG, TIFF, WebP) go straight to libjpeg-turbo,
-// libpng, libtiff and libwebp; every other format goes to OpenCV's image
-// codecs, which are loaded only when such a file is met (the library pulls in
-// well over a hundred shared libraries, whose loading costs a command-line
-// run several times its work). Decoded pixels are those cv::imread gives in
-// colour mode: CV_8UC3, blue-green-red, EXIF orientation applied for JPEG.
+// libpng, libtiff and libwebp, the formats phones write (HEIC, HEIF, AVIF)
+// to libheif; every other format goes to OpenCV's image codecs, which are
+// loaded only when such a file is met (the library pulls in well over a
+// hundred shared libraries, whose loading costs a command-line run several
+// times its work). Decoded pixels are those cv::imread gives in colour mode:
+// CV_8UC3, blue-green-red, EXIF orientation applied for JPEG, PNG and WebP
+// (HEIF files are turned by their own boxes); Depth::Keep keeps 16-bit
+// samples. Beside the pixels, a decode carries the file's metadata (EXIF,
+// XMP, IPTC, ICC profile, read with Exiv2 or libheif), and encoding writes
+// it back into every format that holds it. colour.h shows a profile on screen.
 //
 // Decoding never throws: it returns the pixels with what the decoder said
 // (damaged or not, what was narrowed). Encoding returns the bytes or an
@@ -28,6 +33,8 @@ enum class Codec
     Png,
     Tiff,
     Webp,
+    Heif,  // HEIC and HEIF (HEVC) through libheif; also what decoding an AVIF says
+    Avif,  // AVIF (AV1) through libheif, for encoding
     Other, // OpenCV's image codecs, loaded on first use
 };
 
@@ -47,22 +54,47 @@ struct DecodeReport
     int exifOrientation = 1; // 1 = as stored; 2..8 were applied to the pixels
 };
 
+// What a photo carries beside its pixels, as stored blocks; empty = none.
+struct Metadata
+{
+    // EXIF as a TIFF structure (byte-order mark first, as after a JPEG's
+    // "Exif\0\0"), without the preview thumbnail and the tags that describe
+    // the stored pixels (sizes, strips, compression).
+    std::vector<uint8_t> exif;
+    std::string xmp;           // the XMP packet as stored
+    std::vector<uint8_t> iptc; // IPTC IIM datasets
+    std::vector<uint8_t> icc;  // the ICC profile, unchanged
+
+    bool empty() const { return exif.empty() && xmp.empty() && iptc.empty() && icc.empty(); }
+};
+
 struct Decoded
 {
     cv::Mat pixels; // CV_8UC3 BGR; empty if nothing could be read
     DecodeReport report;
+    Metadata metadata; // JPEG, PNG, TIFF and WebP; none through OpenCV
     std::string error; // why pixels is empty ("not an image", "cannot open ...")
 
     bool readable() const { return !pixels.empty(); }
 };
 
+// What a decode does with samples wider than 8 bits.
+enum class Depth
+{
+    Narrow, // CV_8UC3 always, as cv::imread in colour mode
+    Keep,   // 16-bit PNG and TIFF files decode as CV_16UC3 (TIFF through OpenCV),
+            // files with alpha (PNG, TIFF, WebP) as CV_8UC4 or CV_16UC4 (BGRA)
+};
+
 // Reads and decodes a whole file. The codec is chosen from the file's first
 // bytes, not from its name.
-Decoded decodeFile(const std::string &path);
-Decoded decodeBytes(const std::vector<uint8_t> &bytes);
+Decoded decodeFile(const std::string &path, Depth depth = Depth::Narrow);
+Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth = Depth::Narrow);
 
-// One line saying what decoding to 8-bit BGR dropped ("16-bit samples
+// One line saying what decoding to `pixels` dropped ("16-bit samples
 // narrowed to 8 bits, alpha channel dropped"), or empty when nothing was.
+std::string narrowingNote(const DecodeReport &report, const cv::Mat &pixels);
+// The same for 8-bit BGR pixels (a decode with Depth::Narrow).
 std::string narrowingNote(const DecodeReport &report);
 
 // --- Encoding ----------------------------------------------------------------
@@ -74,6 +106,7 @@ struct EncodeOptions
     int jpegQuality = 95;      // 1..100
     int pngCompression = -1;   // 0..9; -1 = fastest level with the SUB filter
     int webpQuality = 101;     // 1..100 lossy; above 100 lossless
+    int heifQuality = 90;      // 0..100, HEIC and AVIF; 90 looks the same as the original
 };
 
 struct Encoded
@@ -93,9 +126,23 @@ Codec codecForSuffix(const std::string &suffix);
 std::string checkEncodable(const std::string &suffix, const cv::Mat &image);
 
 // Encodes `image` (CV_8UC1, CV_8UC3 BGR or CV_8UC4 BGRA; other depths only
-// through OpenCV) in the format of `suffix`.
+// through OpenCV) in the format of `suffix`, with `metadata` written in as
+// far as the format holds it (JPEG, PNG and TIFF: EXIF, XMP, IPTC, ICC;
+// WebP, HEIC and AVIF: EXIF, XMP, ICC; other formats: none). The pixels are taken as
+// upright: the EXIF Orientation written is 1, and the EXIF and XMP preview
+// thumbnails are left out (they would still show what was erased). The
+// profile is written unchanged; the pixels are never converted.
 Encoded encode(const cv::Mat &image, const std::string &suffix,
-               const EncodeOptions &options = EncodeOptions());
+               const EncodeOptions &options = EncodeOptions(), const Metadata &metadata = Metadata());
+
+// True if files of `suffix` keep metadata (see encode()).
+bool holdsMetadata(const std::string &suffix);
+// True if files of `suffix` hold 16-bit samples as this module writes them
+// (PNG and TIFF).
+bool holdsSixteenBits(const std::string &suffix);
+// True if files of `suffix` hold an alpha channel as this module writes
+// them (PNG, TIFF, WebP).
+bool holdsAlpha(const std::string &suffix);
 
 // --- Writing -----------------------------------------------------------------
 

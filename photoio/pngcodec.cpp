@@ -60,22 +60,22 @@ void describe(png_structp png, png_infop info, DecodeReport &report)
     report.hasAlpha = (type & PNG_COLOR_MASK_ALPHA) || trns;
     const int colours = (type & PNG_COLOR_MASK_COLOR) ? 3 : 1;
     report.channels = colours + (report.hasAlpha ? 1 : 0);
-#ifdef PNG_eXIf_SUPPORTED
-    png_uint_32 size = 0;
-    png_bytep exif = nullptr;
-    if (png_get_valid(png, info, PNG_INFO_eXIf) && png_get_eXIf_1(png, info, &size, &exif) && exif)
-        report.exifOrientation = exifOrientation(exif, size);
-#endif
 }
 
-// The transformations to 8-bit BGR, in OpenCV's order.
-void askForBgr(png_structp png, png_infop info)
+// The transformations to 8-bit BGR, in OpenCV's order; with `keep`, 16-bit
+// samples stay 16-bit and an alpha channel (or transparency chunk) gives BGRA.
+void askForBgr(png_structp png, png_infop info, bool keep, bool alpha)
 {
     const int type = png_get_color_type(png, info);
     const int depth = png_get_bit_depth(png, info);
-    if (depth == 16)
+    if (depth == 16 && !keep)
         png_set_strip_16(png);
-    png_set_strip_alpha(png);
+    if (depth == 16 && keep)
+        png_set_swap(png); // samples in the machine's order
+    if (keep && alpha)
+        png_set_tRNS_to_alpha(png);
+    else
+        png_set_strip_alpha(png);
     if (type == PNG_COLOR_TYPE_PALETTE)
         png_set_palette_to_rgb(png);
     if ((type & PNG_COLOR_MASK_COLOR) == 0 && depth < 8)
@@ -90,7 +90,7 @@ void askForBgr(png_structp png, png_infop info)
 
 } // namespace
 
-Decoded decodePng(const uint8_t *data, size_t size)
+Decoded decodePng(const uint8_t *data, size_t size, bool keep16)
 {
     Decoded result;
     result.report.codec = Codec::Png;
@@ -116,9 +116,11 @@ Decoded decodePng(const uint8_t *data, size_t size)
     png_set_read_fn(png, &source, readFromMemory);
     png_read_info(png, info);
     describe(png, info, result.report);
-    askForBgr(png, info);
-    cv::Mat pixels(int(png_get_image_height(png, info)), int(png_get_image_width(png, info)), CV_8UC3,
-                   cv::Scalar::all(0));
+    const bool wide = keep16 && png_get_bit_depth(png, info) == 16;
+    const bool alpha = keep16 && result.report.hasAlpha;
+    askForBgr(png, info, keep16, alpha);
+    cv::Mat pixels(int(png_get_image_height(png, info)), int(png_get_image_width(png, info)),
+                   CV_MAKETYPE(wide ? CV_16U : CV_8U, alpha ? 4 : 3), cv::Scalar::all(0));
     result.pixels = pixels;
     rows.resize(size_t(pixels.rows));
     for (int y = 0; y < pixels.rows; ++y)
@@ -126,11 +128,68 @@ Decoded decodePng(const uint8_t *data, size_t size)
     png_read_image(png, rows.data());
     png_read_end(png, endInfo);
     png_destroy_read_struct(&png, &info, &endInfo);
-    applyExifOrientation(result.pixels, result.report.exifOrientation);
     return result;
 }
 
-Encoded encodePng(const cv::Mat &image, const EncodeOptions &options)
+namespace {
+
+// The metadata chunks of a PNG as libpng writes them: the profile in iCCP,
+// EXIF in eXIf, XMP in its iTXt chunk, and IPTC in the "Raw profile type
+// iptc" text that readers of PNG metadata look for (the datasets as hex).
+struct PngMetadata
+{
+    std::string xmp;
+    std::string iptcHex;
+    std::vector<png_text> texts;
+
+    explicit PngMetadata(const Metadata &metadata) : xmp(metadata.xmp)
+    {
+        if (!metadata.iptc.empty()) {
+            static const char kHex[] = "0123456789abcdef";
+            char length[16];
+            std::snprintf(length, sizeof length, "%8zu", metadata.iptc.size());
+            iptcHex = std::string("\niptc\n") + length + "\n";
+            for (size_t i = 0; i < metadata.iptc.size(); ++i) {
+                iptcHex += kHex[metadata.iptc[i] >> 4];
+                iptcHex += kHex[metadata.iptc[i] & 15];
+                if (i % 36 == 35 || i + 1 == metadata.iptc.size())
+                    iptcHex += '\n';
+            }
+        }
+        if (!xmp.empty())
+            texts.push_back(text(PNG_ITXT_COMPRESSION_NONE, "XML:com.adobe.xmp", xmp));
+        if (!iptcHex.empty())
+            texts.push_back(text(PNG_TEXT_COMPRESSION_zTXt, "Raw profile type iptc", iptcHex));
+    }
+
+    static png_text text(int compression, const char *key, std::string &value)
+    {
+        png_text t{};
+        t.compression = compression;
+        t.key = const_cast<char *>(key);
+        t.text = value.data();
+        t.text_length = compression == PNG_ITXT_COMPRESSION_NONE ? 0 : value.size();
+        t.itxt_length = compression == PNG_ITXT_COMPRESSION_NONE ? value.size() : 0;
+        return t;
+    }
+};
+
+void setMetadata(png_structp png, png_infop info, const Metadata &metadata, PngMetadata &chunks)
+{
+    if (!metadata.icc.empty())
+        png_set_iCCP(png, info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, metadata.icc.data(),
+                     png_uint_32(metadata.icc.size()));
+#ifdef PNG_eXIf_SUPPORTED
+    if (!metadata.exif.empty())
+        png_set_eXIf_1(png, info, png_uint_32(metadata.exif.size()), const_cast<png_bytep>(metadata.exif.data()));
+#endif
+    if (!chunks.texts.empty())
+        png_set_text(png, info, chunks.texts.data(), int(chunks.texts.size()));
+}
+
+} // namespace
+
+Encoded encodePng(const cv::Mat &image, const EncodeOptions &options, const Metadata &metadata)
 {
     Encoded result;
     const int channels = image.channels();
@@ -139,6 +198,7 @@ Encoded encodePng(const cv::Mat &image, const EncodeOptions &options)
         return result;
     }
     Context context;
+    PngMetadata chunks(metadata);
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &context, onError, onWarning);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     if (!info) {
@@ -168,6 +228,7 @@ Encoded encodePng(const cv::Mat &image, const EncodeOptions &options)
                  image.depth() == CV_8U ? 8 : 16,
                  channels == 1 ? PNG_COLOR_TYPE_GRAY : channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGBA,
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    setMetadata(png, info, metadata, chunks);
     png_write_info(png, info);
     png_set_bgr(png);
     png_set_swap(png);

@@ -5,12 +5,13 @@
 
 #include <webp/decode.h>
 #include <webp/encode.h>
+#include <webp/mux.h>
 
 #include <algorithm>
 
 namespace photoio::detail {
 
-Decoded decodeWebp(const uint8_t *data, size_t size)
+Decoded decodeWebp(const uint8_t *data, size_t size, bool keepAlpha)
 {
     Decoded result;
     result.report.codec = Codec::Webp;
@@ -22,8 +23,12 @@ Decoded decodeWebp(const uint8_t *data, size_t size)
     }
     result.report.hasAlpha = features.has_alpha != 0;
     result.report.channels = features.has_alpha ? 4 : 3;
-    cv::Mat pixels(features.height, features.width, CV_8UC3);
-    if (!WebPDecodeBGRInto(data, size, pixels.data, pixels.total() * 3, int(pixels.step))) {
+    const bool alpha = keepAlpha && features.has_alpha;
+    cv::Mat pixels(features.height, features.width, alpha ? CV_8UC4 : CV_8UC3);
+    const bool decoded =
+        alpha ? WebPDecodeBGRAInto(data, size, pixels.data, pixels.total() * 4, int(pixels.step)) != nullptr
+              : WebPDecodeBGRInto(data, size, pixels.data, pixels.total() * 3, int(pixels.step)) != nullptr;
+    if (!decoded) {
         markDamaged(result.report, "WebP data ends early or is corrupt");
         result.error = "damaged file (WebP data ends early or is corrupt)";
         return result;
@@ -63,6 +68,34 @@ Encoded encodeWebp(const cv::Mat &image, const EncodeOptions &options)
         result.bytes.assign(out, out + size);
     WebPFree(out);
     return result;
+}
+
+// The metadata chunks through libwebp's own muxer, which also adds the
+// extended header they need. WebP has no IPTC chunk.
+std::string addWebpChunks(std::vector<uint8_t> &bytes, const Metadata &metadata)
+{
+    const WebPData image{bytes.data(), bytes.size()};
+    WebPMux *mux = WebPMuxCreate(&image, 1);
+    if (!mux)
+        return "cannot add the metadata (WebP muxer)";
+    auto set = [mux](const char *fourcc, const uint8_t *data, size_t size) {
+        const WebPData chunk{data, size};
+        return size == 0 || WebPMuxSetChunk(mux, fourcc, &chunk, 1) == WEBP_MUX_OK;
+    };
+    const bool ok = set("ICCP", metadata.icc.data(), metadata.icc.size())
+                    && set("EXIF", metadata.exif.data(), metadata.exif.size())
+                    && set("XMP ", reinterpret_cast<const uint8_t *>(metadata.xmp.data()), metadata.xmp.size());
+    WebPData assembled;
+    WebPDataInit(&assembled);
+    const bool assembledOk = ok && WebPMuxAssemble(mux, &assembled) == WEBP_MUX_OK;
+    WebPMuxDelete(mux);
+    if (!assembledOk) {
+        WebPDataClear(&assembled);
+        return "cannot add the metadata (WebP muxer)";
+    }
+    bytes.assign(assembled.bytes, assembled.bytes + assembled.size);
+    WebPDataClear(&assembled);
+    return {};
 }
 
 } // namespace photoio::detail

@@ -2,6 +2,8 @@
 // progress, the batch form, and every refusal and failure (its exit code,
 // its one line on stderr, no output and no temporary left behind).
 
+#include "taggedphoto.h"
+
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -14,6 +16,9 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 #include <QTemporaryDir>
+
+#include <algorithm>
+#include <set>
 
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -328,22 +333,76 @@ TEST_F(Cli, WideAndAlphaInputsSayWhatWasNarrowed)
     photo.convertTo(wide, CV_16U, 257.0);
     const QString widePath = path("wide.png");
     cv::imwrite(widePath.toStdString(), wide);
-    const QString output = path("out.png");
-    ToolRun r = runTool({widePath, maskPath, output});
+    // 16 bits are kept where the output holds them (SixteenBitPhotosStaySixteenBit);
+    // a JPEG does not.
+    ToolRun r = runTool({widePath, maskPath, path("out.jpg")});
     EXPECT_EQ(r.status, Done);
     EXPECT_EQ(r.err.count('\n'), 1);
-    EXPECT_TRUE(r.err.contains("16-bit samples narrowed to 8 bits")) << r.err.toStdString();
-    EXPECT_EQ(cv::imread(output.toStdString()).size(), photo.size());
+    EXPECT_TRUE(r.err.contains("16-bit samples written as 8 bits (.jpg files hold 8)")) << r.err.toStdString();
+    EXPECT_EQ(cv::imread(path("out.jpg").toStdString()).size(), photo.size());
+    // Alpha is kept where the output holds it (AlphaIsKeptOutsideTheHole);
+    // a JPEG does not.
+    const QString output = path("out.jpg");
     cv::Mat alpha;
     cv::cvtColor(photo, alpha, cv::COLOR_BGR2BGRA);
     const QString alphaPath = path("alpha.png");
     cv::imwrite(alphaPath.toStdString(), alpha);
     r = runTool({alphaPath, maskPath, output});
     EXPECT_EQ(r.status, Done);
-    EXPECT_TRUE(r.err.contains("alpha channel dropped")) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains("alpha channel dropped (.jpg files hold none)")) << r.err.toStdString();
     r = runTool({alphaPath, maskPath, output, "--quiet"});
     EXPECT_EQ(r.status, Done);
     EXPECT_TRUE(r.err.isEmpty());
+}
+
+TEST_F(Cli, AlphaIsKeptOutsideTheHole)
+{
+    // Transparency over the photo: a soft ramp of alpha, and a fully
+    // transparent corner; the hole lies where alpha is partial.
+    for (const bool wide : {false, true}) {
+        cv::Mat bgra;
+        cv::cvtColor(photo, bgra, cv::COLOR_BGR2BGRA);
+        if (wide)
+            bgra.convertTo(bgra, CV_16UC4, 257.0);
+        const double top = wide ? 65535.0 : 255.0;
+        for (int y = 0; y < bgra.rows; ++y)
+            for (int x = 0; x < bgra.cols; ++x) {
+                const double a = x < 60 && y < 60 ? 0.0 : top * (0.3 + 0.7 * x / bgra.cols);
+                if (wide)
+                    bgra.at<cv::Vec4w>(y, x)[3] = ushort(a);
+                else
+                    bgra.at<cv::Vec4b>(y, x)[3] = uchar(a);
+            }
+        cv::Mat holeMask(photo.size(), CV_8UC1, cv::Scalar(0));
+        holeMask(hole).setTo(255);
+        cv::dilate(holeMask, holeMask, cv::Mat::ones(3, 3, CV_8U));
+        cv::Mat expectedAlpha, resultAlpha;
+        cv::extractChannel(bgra, expectedAlpha, 3);
+        expectedAlpha.setTo(cv::Scalar(top), holeMask);
+        for (const QString suffix : {"png", "tif", "webp"}) {
+            if (wide && suffix == "webp")
+                continue; // WebP is 8-bit
+            SCOPED_TRACE((suffix + (wide ? " 16-bit" : " 8-bit")).toStdString());
+            const QString input = path("transparent." + suffix);
+            cv::imwrite(input.toStdString(), bgra, {cv::IMWRITE_WEBP_QUALITY, 101});
+            const QString output = path("transparent-out." + suffix);
+            const ToolRun r = runTool({input, maskPath, output});
+            ASSERT_EQ(r.status, Done) << r.err.toStdString();
+            EXPECT_FALSE(r.err.contains("alpha")) << r.err.toStdString();
+            const cv::Mat result = cv::imread(output.toStdString(), cv::IMREAD_UNCHANGED);
+            ASSERT_EQ(result.type(), bgra.type());
+            cv::extractChannel(result, resultAlpha, 3);
+            EXPECT_EQ(cv::norm(resultAlpha, expectedAlpha, cv::NORM_INF), 0) << "alpha kept, the fill opaque";
+            cv::Mat before, after;
+            cv::cvtColor(bgra, before, cv::COLOR_BGRA2BGR);
+            cv::cvtColor(result, after, cv::COLOR_BGRA2BGR);
+            // Lossless WebP may change the colour under fully transparent
+            // pixels; everywhere else outside the hole it is kept.
+            const cv::Mat visible = ~holeMask & (expectedAlpha > 0);
+            EXPECT_EQ(cv::norm(after, before, cv::NORM_INF, visible), 0) << "colour outside the hole kept";
+            EXPECT_GT(cv::norm(after, before, cv::NORM_INF, holeMask), 0) << "the hole was filled";
+        }
+    }
 }
 
 TEST_F(Cli, BatchErasesEachPhotoAndGoesOnPastFailures)
@@ -541,4 +600,176 @@ TEST_F(Cli, RandomSmallPhotosEndCleanly)
         EXPECT_TRUE(temporaries(dir.path()).isEmpty());
         QFile::remove(out);
     }
+}
+
+// A camera-style JPEG (turned a quarter, with a preview) and the mask of
+// its upright pixels, for the metadata runs.
+struct TaggedInput
+{
+    QString photo, mask;
+};
+
+TaggedInput taggedInput(const cv::Mat &photo, const QString &folder)
+{
+    const cv::Mat crop = photo(cv::Rect(300, 200, 160, 120)).clone();
+    TaggedInput in{folder + "/tagged.jpg", folder + "/tagged.mask.png"};
+    const taggedphoto::Run r =
+        taggedphoto::writeTaggedJpeg(crop, in.photo.toStdString(), (folder + "/thumb.jpg").toStdString());
+    EXPECT_EQ(r.status, 0) << r.err.toStdString();
+    cv::Mat m(crop.cols, crop.rows, CV_8UC3, cv::Scalar::all(0)); // upright: orientation 6 turns it
+    m(cv::Rect(50, 60, 14, 12)).setTo(cv::Scalar::all(255));
+    cv::imwrite(in.mask.toStdString(), m);
+    return in;
+}
+
+TEST_F(Cli, KeepsMetadataAndProfileInEveryFormat)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    const QByteArray profile = taggedphoto::fileBytes(taggedphoto::profilePath());
+    const QByteArray xmp = taggedphoto::readBlock(in.photo.toStdString(), "XMP");
+    ASSERT_FALSE(xmp.isEmpty());
+    for (const QString suffix : {"jpg", "png", "tif", "webp"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        const QString output = path("kept." + suffix);
+        const ToolRun r = runTool({in.photo, in.mask, output, "--quiet"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        const std::string out = output.toStdString();
+        taggedphoto::expectKept(taggedphoto::readTags(out), suffix != "webp");
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty()) << "the preview shows the erased";
+        EXPECT_EQ(taggedphoto::readBlock(out, "ICC_Profile"), profile);
+        EXPECT_EQ(taggedphoto::readBlock(out, "XMP"), xmp);
+        // Written upright: the result has the mask's size, as the viewer shows it.
+        EXPECT_EQ(cv::imread(out, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION).size(),
+                  cv::imread(in.mask.toStdString()).size());
+    }
+}
+
+TEST_F(Cli, StripMetadataWritesNone)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    for (const QString suffix : {"jpg", "png", "tif", "webp"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        const QString output = path("stripped." + suffix);
+        const ToolRun r = runTool({in.photo, in.mask, output, "--strip-metadata"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        const std::string out = output.toStdString();
+        taggedphoto::expectNone(taggedphoto::readTags(out));
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ICC_Profile").isEmpty());
+        EXPECT_TRUE(taggedphoto::readBlock(out, "XMP").isEmpty());
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty());
+    }
+}
+
+TEST_F(Cli, FormatWithoutMetadataSaysSo)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    const QString output = path("plain.bmp");
+    ToolRun r = runTool({in.photo, in.mask, output});
+    ASSERT_EQ(r.status, Done) << r.err.toStdString();
+    EXPECT_TRUE(r.err.contains("metadata not kept (.bmp files hold none)")) << r.err.toStdString();
+    r = runTool({in.photo, in.mask, output, "--strip-metadata"});
+    ASSERT_EQ(r.status, Done) << r.err.toStdString();
+    EXPECT_FALSE(r.err.contains("metadata")) << "nothing to keep when stripping";
+}
+
+// A 16-bit photo: the coffee photo widened, with a smooth 16-bit ramp over
+// it so that the low bits carry the picture too, and a mask over a smooth
+// part of it.
+cv::Mat widePhoto(const cv::Mat &photo)
+{
+    cv::Mat wide(photo.size(), CV_16UC3);
+    for (int y = 0; y < photo.rows; ++y)
+        for (int x = 0; x < photo.cols; ++x) {
+            const cv::Vec3b p = photo.at<cv::Vec3b>(y, x);
+            for (int c = 0; c < 3; ++c)
+                wide.at<cv::Vec3w>(y, x)[c] = ushort(std::min(65535, p[c] * 200 + x * 20 + y * 13 + c * 977));
+        }
+    return wide;
+}
+
+std::set<int> levelsIn(const cv::Mat &wide, const cv::Mat &where, int channel)
+{
+    std::set<int> levels;
+    for (int y = 0; y < wide.rows; ++y)
+        for (int x = 0; x < wide.cols; ++x)
+            if (where.at<uchar>(y, x))
+                levels.insert(wide.at<cv::Vec3w>(y, x)[channel]);
+    return levels;
+}
+
+TEST_F(Cli, SixteenBitPhotosStaySixteenBit)
+{
+    // A smooth ramp, the hardest case for banding: every 16-bit level apart.
+    cv::Mat ramp(240, 320, CV_16UC3);
+    for (int y = 0; y < ramp.rows; ++y)
+        for (int x = 0; x < ramp.cols; ++x)
+            ramp.at<cv::Vec3w>(y, x) = cv::Vec3w(ushort(9000 + x * 150), ushort(5000 + y * 190), ushort(20000 + (x + y) * 70));
+    const cv::Rect selection(120, 90, 70, 50);
+    cv::Mat m(ramp.size(), CV_8UC3, cv::Scalar::all(0));
+    m(selection).setTo(cv::Scalar::all(255));
+    const QString rampMask = path("ramp.mask.png");
+    cv::imwrite(rampMask.toStdString(), m);
+    const cv::Mat real = widePhoto(photo);
+    for (const QString suffix : {"png", "tif"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        for (const bool smooth : {true, false}) {
+            const cv::Mat input = smooth ? ramp : real;
+            const QString inputPath = path(QString(smooth ? "ramp." : "wide.") + suffix);
+            cv::imwrite(inputPath.toStdString(), input);
+            const QString output = path(QString(smooth ? "ramp-out." : "wide-out.") + suffix);
+            const ToolRun r = runTool({inputPath, smooth ? rampMask : maskPath, output});
+            ASSERT_EQ(r.status, Done) << r.err.toStdString();
+            EXPECT_FALSE(r.err.contains("narrowed")) << r.err.toStdString();
+            const cv::Mat result = cv::imread(output.toStdString(), cv::IMREAD_UNCHANGED);
+            ASSERT_EQ(result.type(), CV_16UC3);
+            ASSERT_EQ(result.size(), input.size());
+            // The engine's hole: the mask grown by its 3 x 3 stamp.
+            cv::Mat hole(input.size(), CV_8UC1, cv::Scalar(0));
+            hole(smooth ? selection : this->hole).setTo(255);
+            cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+            EXPECT_EQ(cv::norm(result, input, cv::NORM_INF, ~hole), 0) << "outside the hole bit for bit";
+            EXPECT_GT(cv::norm(result, input, cv::NORM_INF, hole), 0) << "the hole was filled";
+            if (smooth) {
+                for (int c = 0; c < 3; ++c)
+                    EXPECT_GT(int(levelsIn(result, hole, c).size()), 256) << "channel " << c << " bands";
+            }
+        }
+    }
+    // An 8-bit format takes the 8-bit result, and says so once.
+    const QString widePath = path("wide.png");
+    const ToolRun r = runTool({widePath, maskPath, path("wide-out.jpg")});
+    ASSERT_EQ(r.status, Done) << r.err.toStdString();
+    EXPECT_EQ(r.err.count("16-bit samples written as 8 bits (.jpg files hold 8)"), 1) << r.err.toStdString();
+    EXPECT_EQ(cv::imread(path("wide-out.jpg").toStdString(), cv::IMREAD_UNCHANGED).type(), CV_8UC3);
+}
+
+TEST_F(Cli, HeicAndAvifKeepMetadataAndTakeAQuality)
+{
+    const TaggedInput in = taggedInput(photo, dir.path());
+    const QByteArray profile = taggedphoto::fileBytes(taggedphoto::profilePath());
+    const cv::Size upright = cv::imread(in.mask.toStdString()).size();
+    for (const QString suffix : {"heic", "avif"}) {
+        SCOPED_TRACE(suffix.toStdString());
+        const QString output = path("kept." + suffix);
+        ToolRun r = runTool({in.photo, in.mask, output, "--quiet"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        const std::string out = output.toStdString();
+        const QJsonObject tags = taggedphoto::readTags(out);
+        taggedphoto::expectKept(tags, false); // no IPTC in HEIF files
+        EXPECT_TRUE(taggedphoto::readBlock(out, "ThumbnailImage").isEmpty());
+        EXPECT_EQ(taggedphoto::readBlock(out, "ICC_Profile"), profile);
+        // Upright, and read back by the tool itself.
+        EXPECT_EQ(tags.value("File:ImageWidth").toInt(), upright.width);
+        EXPECT_EQ(tags.value("File:ImageHeight").toInt(), upright.height);
+        r = runTool({output, in.mask, path("again.png"), "--quiet"});
+        EXPECT_EQ(r.status, Done) << r.err.toStdString();
+        // A lower quality makes a smaller file.
+        const QString small = path("small." + suffix);
+        r = runTool({in.photo, in.mask, small, "--quiet", "--quality", "20"});
+        ASSERT_EQ(r.status, Done) << r.err.toStdString();
+        EXPECT_LT(QFileInfo(small).size(), QFileInfo(output).size());
+    }
+    const ToolRun bad = runTool({in.photo, in.mask, path("x.heic"), "--quality", "101"});
+    EXPECT_EQ(bad.status, Usage);
+    EXPECT_TRUE(bad.err.contains("--quality needs a number from 0 to 100")) << bad.err.toStdString();
 }

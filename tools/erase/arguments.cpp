@@ -21,6 +21,13 @@ const char *const kDescription =
     "donor, if there is one, from DIR/NAME.donor.png; the result keeps the photo's\n"
     "name and format in the output folder.\n"
     "\n"
+    "The result keeps the photo's EXIF, XMP and IPTC metadata and its colour\n"
+    "profile wherever its format holds them (JPEG, PNG, TIFF; WebP, HEIC and AVIF\n"
+    "all but IPTC), with Orientation 1 (the pixels are written upright) and\n"
+    "without the EXIF preview thumbnail, which would still show what was erased.\n"
+    "A 16-bit PNG or TIFF stays 16-bit where the output format holds it (PNG,\n"
+    "TIFF); alpha is kept outside the hole where it can be (PNG, TIFF, WebP).\n"
+    "\n"
     "Exit codes:\n"
     "  0  every photo was erased and written\n"
     "  1  usage error\n"
@@ -35,6 +42,12 @@ struct Options
     QCommandLineOption masks{"masks", "Batch: folder of the masks and donors.", "DIR"};
     QCommandLineOption output{"output", "Batch: folder the results are written to.", "DIR"};
     QCommandLineOption quiet{"quiet", "No progress and no notes; errors only."};
+    QCommandLineOption quality{"quality",
+                               "Quality 0..100 of lossy formats (JPEG 95, WebP lossless, HEIC and AVIF 90"
+                               " by default).",
+                               "Q"};
+    QCommandLineOption stripMetadata{"strip-metadata",
+                                     "Write no metadata: no EXIF, XMP, IPTC or colour profile."};
 };
 
 void setUp(QCommandLineParser &parser, const Options &options)
@@ -43,7 +56,8 @@ void setUp(QCommandLineParser &parser, const Options &options)
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsOptions);
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addOptions({options.donor, options.masks, options.output, options.quiet});
+    parser.addOptions({options.donor, options.masks, options.output, options.quiet, options.quality,
+                       options.stripMetadata});
     parser.addPositionalArgument("PHOTO", "The photo to erase from (batch: one or more).");
     parser.addPositionalArgument("MASK", "Single form: the mask.");
     parser.addPositionalArgument("OUTPUT", "Single form: the file to write.");
@@ -130,5 +144,18 @@ ParseOutcome parseArguments(const QStringList &arguments, EraseRequest &request,
     }
     request.quiet = parser.isSet(options.quiet);
     const bool batch = parser.isSet(options.masks) || parser.isSet(options.output);
-    return batch ? readBatch(parser, options, request, message) : readSingle(parser, options, request, message);
+    int quality = -1;
+    if (parser.isSet(options.quality)) {
+        bool number = false;
+        quality = parser.value(options.quality).toInt(&number);
+        if (!number || quality < 0 || quality > 100)
+            return fail(message, "--quality needs a number from 0 to 100");
+    }
+    const ParseOutcome outcome =
+        batch ? readBatch(parser, options, request, message) : readSingle(parser, options, request, message);
+    for (EraseItem &item : request.items) {
+        item.stripMetadata = parser.isSet(options.stripMetadata);
+        item.quality = quality;
+    }
+    return outcome;
 }

@@ -26,6 +26,8 @@ struct EraseItem
     QString donor; // empty: no donor
     QString output;
     QString name;  // how messages name this photo
+    bool stripMetadata = false; // write no EXIF, XMP, IPTC or profile
+    int quality = -1;           // 0..100 for JPEG, WebP, HEIC, AVIF; -1: each format's default
 };
 
 struct EraseRequest

@@ -23,9 +23,10 @@ QString fromStd(const std::string &text) { return QString::fromStdString(text); 
 std::string toLocal(const QString &path) { return path.toLocal8Bit().toStdString(); }
 
 // Reads one input; on refusal says which one ("mask 'm.png': damaged file").
-Problem readInput(const QString &what, const QString &path, photoio::Decoded &decoded)
+Problem readInput(const QString &what, const QString &path, photoio::Decoded &decoded,
+                  photoio::Depth depth = photoio::Depth::Narrow)
 {
-    decoded = photoio::decodeFile(toLocal(path));
+    decoded = photoio::decodeFile(toLocal(path), depth);
     const QString subject = what + " '" + path + "': ";
     if (decoded.report.damaged)
         return refused(subject + "damaged file (" + fromStd(decoded.report.damage) + ")");
@@ -62,6 +63,57 @@ cv::Rect workCrop(const cv::Rect &painted, const cv::Size &size)
     return cv::Rect(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
 }
 
+// The engine's hole in the work crop: the mask grown by its 3 x 3 stamp.
+cv::Mat engineHole(const PreparedJob &job)
+{
+    cv::Mat hole;
+    cv::extractChannel(job.red(job.crop), hole, 3);
+    cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+    return hole;
+}
+
+// `colour` with the photo's alpha channel, made opaque over the hole (the
+// fill has nothing transparent to take after), at `colour`'s depth.
+cv::Mat withAlpha(const cv::Mat &colour, const PreparedJob &job)
+{
+    cv::Mat alpha;
+    const double scale = colour.depth() == job.alpha.depth() ? 1.0 : colour.depth() == CV_8U ? 1.0 / 257.0 : 257.0;
+    job.alpha.convertTo(alpha, colour.depth(), scale);
+    alpha(job.crop).setTo(cv::Scalar::all(colour.depth() == CV_8U ? 255 : 65535), engineHole(job));
+    cv::Mat bgra;
+    const cv::Mat parts[] = {colour, alpha};
+    const int fromTo[] = {0, 0, 1, 1, 2, 2, 3, 3};
+    bgra.create(colour.size(), CV_MAKETYPE(colour.depth(), 4));
+    cv::mixChannels(parts, 2, &bgra, 1, fromTo, 4);
+    return bgra;
+}
+
+// The 16-bit photo with the erase's hole: outside it the photo's own
+// samples, inside it the erase's vote again on the 16-bit crop (where a
+// pixel gathered too little weight, its 8-bit result widened). Without a
+// kept vote (an erase with nothing to step up from), the 8-bit result
+// widened wherever it differs from the photo.
+cv::Mat wideResult(const PreparedJob &job)
+{
+    cv::Mat result = job.wide.clone();
+    cv::Mat crop = result(job.crop), widened, hole;
+    job.photo(job.crop).convertTo(widened, CV_16UC3, 257.0);
+    if (job.vote.empty()) {
+        cv::Mat narrow, differs;
+        job.wide(job.crop).convertTo(narrow, CV_8UC3, 1.0 / 257.0);
+        cv::absdiff(narrow, job.photo(job.crop), differs);
+        cv::Mat channels[3];
+        cv::split(differs, channels);
+        hole = channels[0] | channels[1] | channels[2];
+        widened.copyTo(crop, hole);
+        return result;
+    }
+    cv::extractChannel(job.vote.mask, hole, 0);
+    widened.copyTo(crop, hole == 255);
+    engine::voteHoleWide(job.wide(job.crop), crop, job.vote);
+    return result;
+}
+
 } // namespace
 
 Problem checkTarget(const EraseItem &item)
@@ -75,7 +127,7 @@ Problem checkTarget(const EraseItem &item)
 Problem loadInputs(const EraseItem &item, PreparedJob &job)
 {
     photoio::Decoded photo, mask, donor;
-    if (Problem p = readInput("photo", item.photo, photo))
+    if (Problem p = readInput("photo", item.photo, photo, photoio::Depth::Keep))
         return p;
     if (photo.pixels.cols > kMaxSide || photo.pixels.rows > kMaxSide)
         return refused("photo '" + item.photo + "' is too large (a side is over 65535 pixels)");
@@ -96,9 +148,30 @@ Problem loadInputs(const EraseItem &item, PreparedJob &job)
         return refused("mask '" + item.mask + "' is empty: nothing to erase");
     job.green = job.useDonor ? selectionLayer(donor.pixels, cv::Scalar(0, 255, 0, 128), donorBox)
                              : cv::Mat(photo.pixels.size(), CV_8UC4, cv::Scalar::all(0));
-    job.photo = photo.pixels;
+    const QString suffix = QFileInfo(item.output).suffix().toLower();
+    cv::Mat colour = photo.pixels;
+    if (colour.channels() == 4) {
+        cv::extractChannel(colour, job.alpha, 3);
+        cv::cvtColor(colour, colour, cv::COLOR_BGRA2BGR);
+    }
+    job.photo = colour;
+    if (colour.depth() == CV_16U) {
+        job.wide = colour;
+        colour.convertTo(job.photo, CV_8UC3, 1.0 / 257.0); // the engine searches on 8 bits
+    }
     job.crop = workCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
-    job.narrowed = fromStd(photoio::narrowingNote(photo.report));
+    job.narrowed = fromStd(photoio::narrowingNote(photo.report, photo.pixels));
+    if (!job.alpha.empty() && !photoio::holdsAlpha(toLocal(suffix)))
+        job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "alpha channel dropped (." + suffix
+                        + " files hold none)";
+    if (!job.wide.empty() && !photoio::holdsSixteenBits(toLocal(suffix)))
+        job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "16-bit samples written as 8 bits (." + suffix
+                        + " files hold 8)";
+    if (!item.stripMetadata)
+        job.metadata = photo.metadata;
+    if (!job.metadata.empty() && !photoio::holdsMetadata(toLocal(suffix)))
+        job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "metadata not kept (." + suffix
+                        + " files hold none)";
     return {};
 }
 
@@ -127,6 +200,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
     try {
         cv::Mat view = job.photo(job.crop);
         ThreadFromQThread thread;
+        thread.m_patchMatch.m_keepFinalVote = !job.wide.empty();
         thread.setEraseJob(view, view, job.red(job.crop), job.green(job.crop), job.useDonor, JobType::Erase);
         long base = 0;
         QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long sum) {
@@ -137,6 +211,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
         thread.run(); // on this thread: progress arrives directly
         if (thread.failed())
             failure = thread.failure();
+        job.vote = thread.m_patchMatch.m_finalVote;
     } catch (const std::bad_alloc &) {
         failure = "out of memory"; // setting up the job, before the thread's own guard
     } catch (const cv::Exception &e) {
@@ -149,10 +224,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
 
 Problem checkResult(const EraseItem &, const PreparedJob &job)
 {
-    // The engine's hole is the mask grown by its 3 x 3 stamp.
-    cv::Mat hole;
-    cv::extractChannel(job.red(job.crop), hole, 3);
-    cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
+    const cv::Mat hole = engineHole(job);
     const cv::Mat result = job.photo(job.crop);
     bool blackInHole = false, blackAround = false;
     for (int y = 0; y < result.rows && !(blackInHole && blackAround); ++y) {
@@ -170,7 +242,14 @@ Problem checkResult(const EraseItem &, const PreparedJob &job)
 
 Problem writeResult(const EraseItem &item, const PreparedJob &job)
 {
-    const photoio::Encoded encoded = photoio::encode(job.photo, toLocal(QFileInfo(item.output).suffix()));
+    const std::string suffix = toLocal(QFileInfo(item.output).suffix());
+    cv::Mat pixels = !job.wide.empty() && photoio::holdsSixteenBits(suffix) ? wideResult(job) : job.photo;
+    if (!job.alpha.empty() && photoio::holdsAlpha(suffix))
+        pixels = withAlpha(pixels, job);
+    photoio::EncodeOptions options;
+    if (item.quality >= 0)
+        options.jpegQuality = options.webpQuality = options.heifQuality = item.quality;
+    const photoio::Encoded encoded = photoio::encode(pixels, suffix, options, job.metadata);
     std::string why = encoded.error;
     if (why.empty())
         why = photoio::writeFileChecked(toLocal(item.output), encoded.bytes);
