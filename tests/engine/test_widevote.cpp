@@ -34,7 +34,7 @@ engine::FinalVote erase(cv::Mat &image, const cv::Rect &selection, bool keep)
     ThreadFromQThread thread;
     thread.m_patchMatch.m_keepFinalVote = keep;
     thread.setEraseJob(image, image, redLayer(image.size(), selection), cv::Mat(image.size(), CV_8UC4, cv::Scalar::all(0)),
-                       false, 1);
+                       false, JobType::Erase);
     thread.run();
     EXPECT_FALSE(thread.failed()) << thread.failure().toStdString();
     return thread.m_patchMatch.m_finalVote;
