@@ -43,6 +43,16 @@ class TestMainWindow : public QObject
         return writeImage(m_dir.path(), name, patternPhoto(cols, rows));
     }
 
+    // A file of these bytes in the test folder.
+    QString writeFile(const QString &name, const QByteArray &content)
+    {
+        const QString path = m_dir.path() + "/" + name;
+        QFile f(path);
+        if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            f.write(content);
+        return path;
+    }
+
 private slots:
     void initTestCase()
     {
@@ -234,6 +244,19 @@ private slots:
         QTest::newRow("png header only") << QByteArray(reinterpret_cast<const char *>(png.data()), 20);
     }
 
+    void unreadableFilesAreRefused()
+    {
+        QFETCH(QByteArray, content);
+        const QString path = writeFile("bad.png", content);
+        ModalCloser closer;
+        closer.arm();
+        m_w->openPhoto(path);
+        QCOMPARE(closer.seen, 1);
+        QCOMPARE(closer.text, QString("Cannot read file %1").arg(path));
+        QVERIFY(m_w->photoItems().isEmpty());
+        QCOMPARE(ui->stackedWidget->currentIndex(), 1);
+    }
+
     void damagedFilesOpenWhatCouldBeReadAndSaySo_data()
     {
         QTest::addColumn<QString>("suffix");
@@ -249,11 +272,8 @@ private slots:
         QVERIFY(!photograph.empty());
         std::vector<uchar> bytes;
         QVERIFY(cv::imencode("." + suffix.toStdString(), photograph, bytes));
-        const QString path = m_dir.path() + "/cut." + suffix;
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write(reinterpret_cast<const char *>(bytes.data()), qint64(bytes.size() / 2));
-        f.close();
+        const QString path =
+            writeFile("cut." + suffix, QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size() / 2)));
 
         ModalCloser closer;
         closer.arm();
@@ -286,23 +306,6 @@ private slots:
         QCOMPARE(cv::norm(m_w->photoItems().at(0)->getImage(), cv::imread(path.toStdString(), cv::IMREAD_COLOR),
                           cv::NORM_INF),
                  0.0);
-    }
-
-    void unreadableFilesAreRefused()
-    {
-        QFETCH(QByteArray, content);
-        const QString path = m_dir.path() + "/bad.png";
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write(content);
-        f.close();
-        ModalCloser closer;
-        closer.arm();
-        m_w->openPhoto(path);
-        QCOMPARE(closer.seen, 1);
-        QCOMPARE(closer.text, QString("Cannot read file %1").arg(path));
-        QVERIFY(m_w->photoItems().isEmpty());
-        QCOMPARE(ui->stackedWidget->currentIndex(), 1);
     }
 
     void nonAsciiNamesReachTheDecoder()
