@@ -247,6 +247,7 @@ void MainWindow::openReadablePhoto(const QString &path)
         QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot read file %1").arg(path), QMessageBox::Ok);
         return;
     }
+
     const int index = m_photoItems.size();
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
                                     ui->listWidget, index);
@@ -277,7 +278,6 @@ void MainWindow::openReadablePhoto(const QString &path)
                              QMessageBox::Ok);
     }
 }
-
 
 // ---------------------------------------------------------------- wiring
 
