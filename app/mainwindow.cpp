@@ -9,6 +9,7 @@
 #include "jobdialog.h"
 #include "photoitem.h"
 #include "pathbytes.h"
+#include "photoio.h"
 #include "studydialog.h"
 
 #include <QDebug>
@@ -58,6 +59,9 @@ MainWindow::MainWindow(QWidget *parent)
 
     // The window owns its dialogs; both are parentless windows of their own.
     m_studyDialog = new StudyDialog;
+
+    // The canvas's size settles with the layout, possibly after a fit.
+    ui->widget_front->installEventFilter(this);
 
     m_undoGroup = new QUndoGroup(this);
     m_historyMenu = ui->pushButton_his->getMenu();
@@ -210,11 +214,33 @@ void MainWindow::openPhoto(const QString &path)
     setReg(QStringLiteral("location"), m_saveDir);
     m_openDir = m_saveDir;
 
-    // A readability test: the photo reads the file again itself.
+    // Running out of memory on a huge photo, or an OpenCV error, ends the
+    // open with a message instead of the program.
+    try {
+        openReadablePhoto(path);
+    } catch (const std::bad_alloc &) {
+        KeyboardGrabPause pause(this);
+        QMessageBox::warning(nullptr, tr("Warnning"), tr("Not enough memory to open file %1").arg(path),
+                             QMessageBox::Ok);
+    } catch (const cv::Exception &e) {
+        qDebug() << "open failed:" << path << e.what();
+        KeyboardGrabPause pause(this);
+        QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot read file %1").arg(path), QMessageBox::Ok);
+    }
+}
+
+void MainWindow::openReadablePhoto(const QString &path)
+{
+    // A readability test: the photo reads the file again itself, through
+    // the same decoder.
     bool readable = false;
+    bool damaged = false;
     {
-        const cv::Mat probe = cv::imread(pathBytes(path), cv::IMREAD_COLOR);
-        readable = !probe.empty() && probe.cols <= kMaxImageSide && probe.rows <= kMaxImageSide;
+        const photoio::Decoded probe = photoio::decodeFile(pathBytes(path));
+        readable = probe.readable() && probe.pixels.cols <= kMaxImageSide && probe.pixels.rows <= kMaxImageSide;
+        damaged = probe.report.damaged;
+        if (damaged)
+            qDebug() << "damaged file:" << path << QString::fromStdString(probe.report.damage);
     }
     if (!readable) {
         KeyboardGrabPause pause(this);
@@ -242,6 +268,15 @@ void MainWindow::openPhoto(const QString &path)
     recvFit();
     resetStampSliders();
     setSizeControlVisible(true);
+
+    // What could be read is open; the user hears once that the rest is the
+    // decoder's filler.
+    if (damaged) {
+        KeyboardGrabPause pause(this);
+        QMessageBox::warning(nullptr, tr("Warnning"),
+                             tr("The file %1 is damaged: only part of the photo could be read.").arg(path),
+                             QMessageBox::Ok);
+    }
 }
 
 // ---------------------------------------------------------------- wiring
@@ -287,9 +322,10 @@ void wireWindow(bool on, MainWindow *window, PhotoItem *item)
     wire(on, window, &MainWindow::getGreenRoi, item, &PhotoItem::recvGreenRoi);
     wire(on, window, &MainWindow::getRedRoi, item, &PhotoItem::recvRedRoi);
     wire(on, window, &MainWindow::getSrcRoi, item, &PhotoItem::recvSrcRoi);
-    wire(on, window, &MainWindow::sendSaveCommand, item, &PhotoItem::recvSaveCommand);
     wire(on, window, &MainWindow::senddoublepress, item, &PhotoItem::recvDoublePress);
     wire(on, item, &PhotoItem::sendThreadFinish, window, &MainWindow::RecvThreadFinish);
+    wire(on, item, &PhotoItem::jobRefused, window, &MainWindow::RecvJobRefused);
+    wire(on, item, &PhotoItem::jobFailed, window, &MainWindow::RecvJobFailed);
     wire(on, item, &PhotoItem::sendDeleteItem, window, &MainWindow::RecvDeleteItem);
     wire(on, item, &PhotoItem::sendOverStampSelect, window, &MainWindow::RecvOverStampSelect);
 }

@@ -104,7 +104,6 @@ signals:
     void getGreenRoi();
     void getRedRoi();
     void getSrcRoi();
-    void sendSaveCommand(QString saveName);
     void sendaltkeyPress();
     void sendaltkeyRelease();
     // Published and connected; the canvases deliver double clicks themselves.
@@ -114,6 +113,10 @@ public slots:
     // From the bound photo.
     void RecvThreadFinish();
     void RecvOverStampSelect();
+    // The bound photo turned an Erase away, or its job failed: the user is
+    // told why in a box (the photo and its undo history are as they were).
+    void RecvJobRefused(const QString &reason);
+    void RecvJobFailed(const QString &reason);
     // From the canvases: view commands.
     void recvWheelSetScale(int value);
     void recvWidgetMove(int width, int height);
@@ -188,8 +191,12 @@ protected:
     void keyReleaseEvent(QKeyEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    // Keeps a fitted photo fitted when the canvas changes size.
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    // openPhoto's body, inside its guard against running out of memory.
+    void openReadablePhoto(const QString &path);
     // Start-up helpers.
     void applySkin();
     void setFoldArrowLook();
@@ -230,6 +237,9 @@ private:
     Tool m_toolType = Tool::Brush;
     Colour m_colorType = Colour::Mask;
     double m_scale = 1.0;
+    // The view shows the photo fitted to the canvas (the last view command
+    // was a fit); a change of the canvas's size fits it again.
+    bool m_fitted = false;
     QMenu *m_topMenu = nullptr;
     QAction *m_websiteAction = nullptr;
     QAction *m_supportAction = nullptr;

@@ -9,6 +9,7 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMessageBox>
 #include <QPainter>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
@@ -115,7 +116,19 @@ int MainWindow::on_pushButton_save_clicked()
     }
 
     m_saveDir = QFileInfo(target).absolutePath();
-    emit sendSaveCommand(target);
+    QString reason;
+    try {
+        reason = item->saveTo(target);
+    } catch (const std::exception &e) {
+        reason = QString::fromLocal8Bit(e.what());
+    }
+    if (!reason.isEmpty()) {
+        // Nothing was written and a file that was there is as it was.
+        KeyboardGrabPause pause(this);
+        QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot save file %1: %2").arg(target, reason),
+                             QMessageBox::Ok);
+        return 1;
+    }
     return 0;
 }
 

@@ -5,6 +5,9 @@
 #include "globals.h"
 #include "jobdialog.h"
 #include "photoitem.h"
+#include "keyboardgrabpause.h"
+
+#include <QMessageBox>
 
 void MainWindow::setSizeControlVisible(bool visible)
 {
@@ -169,6 +172,21 @@ void MainWindow::on_pushButton_eraser_clicked()
 void MainWindow::RecvThreadFinish()
 {
     ui->pushButton_eraser->setEnabled(true);
+}
+
+// The reasons come from the engine's checks in English, one line; they are
+// shown as given after a translated lead.
+void MainWindow::RecvJobRefused(const QString &reason)
+{
+    KeyboardGrabPause pause(this);
+    QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot erase the selection: %1.").arg(reason), QMessageBox::Ok);
+}
+
+void MainWindow::RecvJobFailed(const QString &reason)
+{
+    KeyboardGrabPause pause(this);
+    QMessageBox::warning(nullptr, tr("Warnning"),
+                         tr("The job failed: %1. The photo is as it was.").arg(reason), QMessageBox::Ok);
 }
 
 void MainWindow::on_verticalSlider_valueChanged(int value)

@@ -4,6 +4,9 @@
 #include "ui_mainwindow.h"
 #include "photoitem.h"
 
+#include <QEvent>
+#include <QLayout>
+
 const double kZoomLadder[17] = {4.0,   3.0,  2.0,   1.0,  0.667, 0.5,  0.333, 0.25, 0.167,
                                 0.125, 0.083, 0.0625, 0.05, 0.04,  0.03, 0.02,  0.01};
 
@@ -86,6 +89,7 @@ void MainWindow::updateZoomViews()
     const PhotoItem *item = currentItem();
     if (!item)
         return;
+    m_fitted = false;
     const double W = item->imageCols(), H = item->imageRows();
     const int w = ui->widget_front->width(), h = ui->widget_front->height();
     setScaleOnViews();
@@ -107,6 +111,11 @@ void MainWindow::on_pushButton_maxa_clicked()
     if (m_photoItems.isEmpty() || !item || item->imageCols() <= 0 || item->imageRows() <= 0)
         return;
     const int W = item->imageCols(), H = item->imageRows();
+    // Measure the canvas as the layout leaves it: a layout request still
+    // pending (a page just shown, a control just made visible) would give
+    // the size it had before, and the photo a pixel or more too big.
+    if (QLayout *layout = ui->centralWidget->layout())
+        layout->activate();
     const int w = ui->widget_front->width(), h = ui->widget_front->height();
     ui->verticalScrollBar->setMinimum(0);
     ui->horizontalScrollBar->setMinimum(0);
@@ -122,6 +131,18 @@ void MainWindow::on_pushButton_maxa_clicked()
     ui->verticalScrollBar->setValue(0);
     ui->horizontalScrollBar->setValue(0);
     updateScaleLabel();
+    m_fitted = true;
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    // Should the canvas still change size after a fit (the layout settling
+    // late under load, the window resized), the photo is fitted again, so
+    // that it never ends up larger than the canvas.
+    if (watched == ui->widget_front && event->type() == QEvent::Resize && m_fitted
+        && ui->stackedWidget->currentIndex() == 0)
+        recvFit();
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::recvFit()

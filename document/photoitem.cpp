@@ -1,13 +1,13 @@
 // Construction, layers and the plain operations of a photo document.
 #include "photoitem.h"
 #include "pathbytes.h"
+#include "photoio.h"
 #include "customitem.h"
 #include "globals.h"
 
 #include <QFileInfo>
 #include <QListWidget>
 #include <QUndoStack>
-#include <opencv2/imgcodecs.hpp>
 
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
@@ -23,8 +23,10 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_undoStack = new QUndoStack(this);
 
     // The caller has tested that the file decodes; the item reads it itself.
-    // Colour mode drops alpha and expands grey, and reduces 16 bits to 8.
-    m_image = cv::imread(pathBytes(path), cv::IMREAD_COLOR);
+    // The pixels are those of cv::imread in colour mode (alpha dropped, grey
+    // expanded, 16 bits reduced to 8, EXIF orientation applied); of a
+    // damaged file, what could be read.
+    m_image = photoio::decodeFile(pathBytes(path)).pixels;
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;
     m_strokeMinX = m_workMinX = m_imageCols;

@@ -167,6 +167,14 @@ signals:
     void sendThreadFinish();
     void sendDeleteItem();
     void sendOverStampSelect();
+    // A command that starts no job for a reason the user must hear (one
+    // line of English, lower case, as the engine's checks give it), sent
+    // just before sendThreadFinish.
+    void jobRefused(QString reason);
+    // The job ended on an error (out of memory, an OpenCV error); the photo
+    // is as it was before the job and no undo entry was made. Sent after
+    // jobEnded (the progress dialog is gone), before sendThreadFinish.
+    void jobFailed(QString reason);
 
 public slots:
     // Selection tools (photoitem_selection.cpp).
@@ -194,6 +202,10 @@ public slots:
     void setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect);
     // Output (photoitem_output.cpp).
     void recvSaveCommand(QString fileName);
+    // Writes the photo to fileName, encoded by its suffix, all or nothing.
+    // Returns "" and counts the photo as saved, or returns why nothing was
+    // written (one line of English) and leaves any file there as it was.
+    QString saveTo(const QString &fileName);
     // Stamp (photoitem_stamp.cpp).
     void recvLeftALTPressPoint(QPointF pos);
 
@@ -213,12 +225,17 @@ private:
     bool prepareSeamlessJob();
     // The steps of an Erase command: whether the engine can take the photo
     // at all, the clone tools' own job, the erase job of a crop, the start;
-    // refuseJob ends a command that starts no job.
+    // refuseJob ends a command that starts no job, telling why when there is
+    // a reason the user must hear.
     bool engineCanTakePhoto() const;
     bool prepareCloneJob();
+    // Empty when the engine can fill the crop and the machine has the
+    // memory for it; else the reason.
+    QString eraseJobRefusal(const cv::Rect &crop) const;
     void fillEraseJob(const cv::Rect &crop);
     void startJob();
-    void refuseJob();
+    void refuseJob(const QString &reason = QString());
+    void startErase();
     // The photo and both selection layers back on the screen.
     void showImageAndLayers();
     // After a committed change (photoitem_undo.cpp): no selection, no

@@ -8,6 +8,8 @@
 // the "before" of the undo entry.
 #include "photoitem.h"
 #include "commands.h"
+#include "fillcheck.h"
+#include "jobmemory.h"
 #include "progress.h"
 #include "threadfromqthread.h"
 #include "workbox.h"
@@ -18,6 +20,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -86,6 +89,22 @@ void PhotoItem::releaseEngine()
 
 void PhotoItem::recvEraseCommand()
 {
+    // Preparing a job copies the photo and the crop: running out of memory
+    // there, or an OpenCV error, turns the command away instead of ending
+    // the program.
+    try {
+        startErase();
+    } catch (const std::bad_alloc &) {
+        if (!m_jobActive)
+            refuseJob(QStringLiteral("out of memory"));
+    } catch (const cv::Exception &e) {
+        if (!m_jobActive)
+            refuseJob(QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg));
+    }
+}
+
+void PhotoItem::startErase()
+{
     m_firstProgress = 1;
     // One job at a time; the modal dialog sees to it, this makes sure.
     if (m_jobActive)
@@ -112,6 +131,15 @@ void PhotoItem::recvEraseCommand()
         refuseJob();
         return;
     }
+    // Where the engine would leave a black hole, or the machine lacks the
+    // memory, say why and leave the photo, the selection and the box.
+    if (!isCloneTool(m_tool)) {
+        const QString reason = eraseJobRefusal(crop);
+        if (!reason.isEmpty()) {
+            refuseJob(reason);
+            return;
+        }
+    }
     m_workMinX = box.minX;
     m_workMinY = box.minY;
     m_workMaxX = box.maxX;
@@ -134,10 +162,37 @@ bool PhotoItem::engineCanTakePhoto() const
     return true;
 }
 
-void PhotoItem::refuseJob()
+void PhotoItem::refuseJob(const QString &reason)
 {
+    if (!reason.isEmpty()) {
+        qDebug() << "erase refused:" << reason;
+        emit jobRefused(reason);
+    }
     // No job: the window gets its Erase button back at once.
     emit sendThreadFinish();
+}
+
+namespace {
+
+// A donor flag left over from an undone green stroke, with no green in the
+// crop, asks for a plain erase.
+bool donorAsked(int donorUsed, const cv::Mat &green)
+{
+    return donorUsed != 0 && hasSelected(green, 1);
+}
+
+} // namespace
+
+QString PhotoItem::eraseJobRefusal(const cv::Rect &crop) const
+{
+    const cv::Mat green = m_inpaintMaskBK(crop);
+    const bool useDonor = donorAsked(m_donorUsed, green);
+    std::string reason = eraseRefusal(m_image(crop), m_inpaintMask(crop), green, useDonor);
+    // Besides the job's own buffers, the photo as it was before the job is
+    // kept whole, for a cancel, a failure and the undo entry.
+    if (reason.empty())
+        reason = memoryRefusal(crop.size(), useDonor, uint64_t(m_image.total() * m_image.elemSize()));
+    return QString::fromStdString(reason);
 }
 
 bool PhotoItem::prepareCloneJob()
@@ -160,9 +215,7 @@ void PhotoItem::fillEraseJob(const cv::Rect &crop)
 {
     const cv::Mat image = m_image(crop);
     const cv::Mat green = m_inpaintMaskBK(crop);
-    // A donor flag left over from an undone green stroke, with no green in
-    // the crop, asks for a plain erase.
-    const bool useDonor = m_donorUsed != 0 && hasSelected(green, 1);
+    const bool useDonor = donorAsked(m_donorUsed, green);
     m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, JobType::Erase);
 }
 
@@ -238,8 +291,9 @@ void PhotoItem::onQThreadFinished()
     // the next job's start() finds the thread free.
     m_workerThread->wait();
 
-    // A job that stopped on an error left no result: treat it as cancelled.
-    const bool failed = m_workerThread->m_resultImage.empty();
+    // A job that stopped on an error left no result; it is undone as a
+    // cancel is, and the user is told.
+    const bool failed = m_workerThread->failed() || m_workerThread->m_resultImage.empty();
     if (m_canceled == 0 && !failed) {
         cv::Rect rect;
         QString text;
@@ -285,6 +339,13 @@ void PhotoItem::onQThreadFinished()
     showImageAndLayers();
 
     emit jobEnded();
+    if (failed && m_canceled == 0) {
+        QString reason = m_workerThread->failure();
+        if (reason.isEmpty())
+            reason = QStringLiteral("the job ended without a result");
+        qDebug() << "job failed:" << reason;
+        emit jobFailed(reason);
+    }
     emit sendThreadFinish();
 }
 

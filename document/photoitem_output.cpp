@@ -1,29 +1,20 @@
 // Writing the photo to a file: the present image as it is, without the
 // selections, encoded by the file name's suffix.
 #include "photoitem.h"
+#include "pathbytes.h"
+#include "photoio.h"
 
 #include <QDebug>
 #include <QFileInfo>
-#include <QSaveFile>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include <vector>
+#include <new>
+#include <string>
 
 namespace {
 
-// Encoder parameters by suffix. The PNG row carries the JPEG quality and the
-// JPEG row the PNG compression: each encoder ignores the other's parameter,
-// so files come out at the library's default quality and compression, as
-// they always have. Exchanging the rows would change every saved file.
-std::vector<int> encoderParameters(const QString &suffix)
-{
-    if (suffix == QLatin1String("png"))
-        return {cv::IMWRITE_JPEG_QUALITY, 100};
-    if (suffix == QLatin1String("jpg"))
-        return {cv::IMWRITE_PNG_COMPRESSION, 9};
-    return {};
-}
+// Every format is written at its encoder's default quality and compression
+// (photoio's defaults are cv::imencode's), as files always have been.
 
 // The colour photo in the form a format can hold. Most take it as it is;
 // the grey and the two-level portable maps cannot hold colour, and the
@@ -46,44 +37,48 @@ cv::Mat inWritableForm(const cv::Mat &image, const QString &suffix)
     return image;
 }
 
-// Encodes into memory; false when no encoder takes the suffix or the image
-// (for instance a side beyond what the format can hold).
-bool encode(const cv::Mat &image, const QString &suffix, std::vector<uchar> &bytes)
-{
-    const cv::String extension = ("." + suffix).toLocal8Bit().toStdString();
-    if (suffix.isEmpty() || !cv::haveImageWriter(extension))
-        return false;
-    try {
-        return cv::imencode(extension, inWritableForm(image, suffix), bytes, encoderParameters(suffix))
-               && !bytes.empty();
-    } catch (const cv::Exception &e) {
-        // An encoder that refuses the image must not take the program down.
-        qDebug() << "encoder refused" << suffix << e.what();
-        return false;
-    }
-}
-
 } // namespace
 
 void PhotoItem::recvSaveCommand(QString fileName)
 {
-    const QString suffix = QFileInfo(fileName).suffix().toLower();
-    const cv::Mat copy = m_image.clone();
+    saveTo(fileName);
+}
 
-    // The whole file is encoded first and then written through a temporary
-    // file in the target folder that replaces the target only when complete,
-    // so a failed save never leaves a partial file, nor spoils one that was
-    // there. Failures stay quiet, as they always have.
-    std::vector<uchar> bytes;
-    if (!copy.empty() && encode(copy, suffix, bytes)) {
-        QSaveFile file(fileName);
-        if (file.open(QIODevice::WriteOnly)) {
-            if (file.write(reinterpret_cast<const char *>(bytes.data()), qint64(bytes.size())) == qint64(bytes.size()))
-                file.commit();
-            else
-                file.cancelWriting();
+QString PhotoItem::saveTo(const QString &fileName)
+{
+    const QString suffix = QFileInfo(fileName).suffix().toLower();
+
+    // The whole file is encoded first and then written all or nothing
+    // (photoio::writeFileChecked: a temporary in the target folder, its size
+    // checked, renamed over the target), so a failed save never leaves a
+    // partial file, nor spoils one that was there. A failure is told, and
+    // the photo does not count as saved.
+    QString reason;
+    try {
+        const cv::Mat copy = m_image.clone();
+        std::string error = copy.empty() ? std::string("there is no photo to save") : std::string();
+        if (error.empty() && suffix.isEmpty())
+            error = "the file name has no suffix to choose a format by";
+        photoio::Encoded encoded;
+        if (error.empty()) {
+            encoded = photoio::encode(inWritableForm(copy, suffix), suffix.toStdString());
+            error = encoded.error;
+            if (error.empty() && encoded.bytes.empty())
+                error = "the encoder gave no bytes";
         }
+        if (error.empty())
+            error = photoio::writeFileChecked(pathBytes(fileName), encoded.bytes);
+        reason = QString::fromStdString(error);
+    } catch (const std::bad_alloc &) {
+        reason = QStringLiteral("out of memory");
+    } catch (const cv::Exception &e) {
+        reason = QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg);
     }
 
+    if (!reason.isEmpty()) {
+        qDebug() << "save failed:" << fileName << reason;
+        return reason;
+    }
     m_saved = 1;
+    return QString();
 }

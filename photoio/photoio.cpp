@@ -218,8 +218,10 @@ std::string checkEncodable(const std::string &suffix, const cv::Mat &image)
     }
     if (!detail::opencvHasWriter(s))
         return "no encoder for ." + s + " files";
-    // Some of OpenCV's encoders take only some pixel types: try a tiny one.
-    const cv::Mat probe(2, 2, image.type(), cv::Scalar::all(0));
+    // Some of OpenCV's encoders take only some pixel types: try a small one.
+    // 64 x 64, as the JPEG 2000 encoder refuses pictures smaller than its
+    // resolution levels (a tiny probe would refuse every .jp2).
+    const cv::Mat probe(64, 64, image.type(), cv::Scalar::all(0));
     if (!detail::encodeWithOpenCV(probe, s, EncodeOptions()).ok())
         return "the ." + s + " encoder cannot write this kind of pixels";
     return {};

@@ -179,6 +179,26 @@
         <translation>Datei %1 kann nicht gelesen werden</translation>
     </message>
     <message>
+        <source>Not enough memory to open file %1</source>
+        <translation>Nicht genug Speicher, um Datei %1 zu öffnen</translation>
+    </message>
+    <message>
+        <source>The file %1 is damaged: only part of the photo could be read.</source>
+        <translation>Die Datei %1 ist beschädigt: Nur ein Teil des Fotos konnte gelesen werden.</translation>
+    </message>
+    <message>
+        <source>Cannot save file %1: %2</source>
+        <translation>Datei %1 kann nicht gespeichert werden: %2</translation>
+    </message>
+    <message>
+        <source>Cannot erase the selection: %1.</source>
+        <translation>Die Auswahl kann nicht entfernt werden: %1.</translation>
+    </message>
+    <message>
+        <source>The job failed: %1. The photo is as it was.</source>
+        <translation>Der Vorgang ist fehlgeschlagen: %1. Das Foto ist unverändert.</translation>
+    </message>
+    <message>
         <source>Warnning</source>
         <translation>Warnung</translation>
     </message>

@@ -13,6 +13,12 @@
 #include <QUndoStack>
 #include <QtTest>
 #include <memory>
+#include <cstdio>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <new>
 
 #include "commands.h"
 #include "custombackwidget.h"
@@ -24,6 +30,17 @@
 #include "jobdialog.h"
 #include "processdialog.h"
 #include "threadfromqthread.h"
+#include "mypatchmatch.h"
+
+// Address-space limits mean nothing under the sanitizers, which reserve
+// terabytes of shadow memory.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MERVANE_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define MERVANE_SANITIZED 1
+#endif
+#endif
 
 namespace {
 
@@ -814,16 +831,28 @@ private slots:
         PhotoItem *item = load(path);
         item->m_inpaintMask.setTo(kRed);
         extendBox(item, {QPointF(0, 0), QPointF(63, 47)});
+        const cv::Mat red = item->m_inpaintMask.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QSignalSpy refused(item, &PhotoItem::jobRefused);
+        QSignalSpy started(item, &PhotoItem::jobStarted);
+        const cv::Rect box = cropOf(item);
         item->recvEraseCommand();
-        // Much smaller than 700: the crop is the whole photo.
-        QCOMPARE(cropOf(item), cv::Rect(0, 0, 64, 48));
-        QVERIFY(finished.wait(kJobTimeoutMs));
+        // Refused on the crop, the whole photo (much smaller than 700): the
+        // box is left as the strokes made it, as after any refusal.
+        QCOMPARE(cropOf(item), box);
+        QVERIFY(finished.count() == 1 || finished.wait(kJobTimeoutMs));
         QVERIFY(!item->m_jobActive);
         QCOMPARE(item->m_image.size(), cv::Size(64, 48));
-        // Nothing outside the selection to fill from: the erase may refuse,
-        // or give a filled result, but never commit black.
+        // Nothing outside the selection to fill from: refused before any
+        // job, with the reason, and never committed black.
         expectRefusedOrFilled(item, photo(cv::Rect(100, 80, 64, 48)), cv::Rect(0, 0, 64, 48));
+        QCOMPARE(started.count(), 0);
+        QCOMPARE(refused.count(), 1);
+        QCOMPARE(refused.at(0).at(0).toString(),
+                 QString("nothing around the selection to fill from: the mask covers the whole photo"));
+        QCOMPARE(item->getUndoStack()->count(), 0);
+        // The selection stays for the user to change.
+        QVERIFY(samePixels(item->m_inpaintMask, red));
     }
 
     void onePixelWidePhoto()
@@ -837,15 +866,130 @@ private slots:
         item->recvSelectType(4, 1, 0);
         item->m_inpaintMask(cv::Rect(0, 140, 1, 10)).setTo(kRed);
         extendBox(item, {QPointF(0, 140), QPointF(0, 149)});
+        const cv::Mat red = item->m_inpaintMask.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QSignalSpy refused(item, &PhotoItem::jobRefused);
+        const cv::Rect box = cropOf(item);
         item->recvEraseCommand();
-        QCOMPARE(cropOf(item), cv::Rect(0, 0, 1, 300));
-        QVERIFY(finished.wait(kJobTimeoutMs));
+        QCOMPARE(cropOf(item), box);
+        QVERIFY(finished.count() == 1 || finished.wait(kJobTimeoutMs));
         QVERIFY(!item->m_jobActive);
         QCOMPARE(item->m_image.size(), cv::Size(1, 300));
-        // No patch fits a column one pixel wide: refused, or filled, but the
-        // marked pixels are never committed black.
+        // No patch fits a column one pixel wide: refused, the marked pixels
+        // never committed black.
         expectRefusedOrFilled(item, column, cv::Rect(0, 137, 1, 16)); // grown by the stamp
+        QCOMPARE(refused.count(), 1);
+        QVERIFY2(refused.at(0).at(0).toString().startsWith("the photo is too small to erase from: 1 x 300"),
+                 qPrintable(refused.at(0).at(0).toString()));
+        QCOMPARE(item->getUndoStack()->count(), 0);
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+    }
+
+    void donorCoveredByTheMaskIsRefused()
+    {
+        PhotoItem *item = load(realPhoto("coffee.png"));
+        item->recvSelectType(4, 24, 0);
+        paint(item, {QPointF(300, 200), QPointF(340, 220)}, 24);
+        // A green area that lies wholly under the red one.
+        paint(item, {QPointF(310, 205), QPointF(330, 215)}, 6, true);
+        const cv::Mat original = item->m_image.clone();
+        const cv::Mat red = item->m_inpaintMask.clone();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QSignalSpy refused(item, &PhotoItem::jobRefused);
+        item->recvEraseCommand();
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(refused.count(), 1);
+        QCOMPARE(refused.at(0).at(0).toString(),
+                 QString("nothing to fill from: the mask covers the whole donor area"));
+        QVERIFY(!item->m_jobActive);
+        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QCOMPARE(item->getUndoStack()->count(), 0);
+    }
+
+    void notEnoughMemoryIsRefusedBeforeTheJob()
+    {
+#ifdef MERVANE_SANITIZED
+        QSKIP("address-space limits mean nothing under the sanitizers");
+#else
+        // Two dots far apart in the 2000 x 1600 photo: the crop is nearly the
+        // whole photo, whose job needs some 70 MB besides the 9.6 MB the
+        // window keeps for undo.
+        PhotoItem *item = load(m_largePhoto);
+        item->recvSelectType(4, 6, 0);
+        paint(item, {QPointF(60, 60), QPointF(64, 62)}, 6);
+        paint(item, {QPointF(1900, 1500), QPointF(1904, 1502)}, 6);
+        const cv::Mat original = item->m_image.clone();
+        const cv::Mat red = item->m_inpaintMask.clone();
+        // In a child, under an address-space limit that leaves 40 MB.
+        const pid_t child = fork();
+        QVERIFY(child >= 0);
+        if (child == 0) {
+            std::ifstream statm("/proc/self/statm");
+            unsigned long long pages = 0;
+            statm >> pages;
+            const rlimit limit{rlim_t(pages) * rlim_t(sysconf(_SC_PAGESIZE)) + (40ull << 20), RLIM_INFINITY};
+            if (setrlimit(RLIMIT_AS, &limit) != 0)
+                _exit(3);
+            QSignalSpy refused(item, &PhotoItem::jobRefused);
+            QSignalSpy started(item, &PhotoItem::jobStarted);
+            item->recvEraseCommand();
+            const QString reason = refused.count() == 1 ? refused.at(0).at(0).toString() : QString();
+            std::fprintf(stderr, "refused: %s\n", qPrintable(reason));
+            const bool ok = started.count() == 0 && !item->m_jobActive
+                            && reason.startsWith("not enough memory to erase an area of 2000 x ")
+                            && samePixels(item->m_image, original) && samePixels(item->m_inpaintMask, red)
+                            && item->getUndoStack()->count() == 0;
+            _exit(ok ? 0 : 1);
+        }
+        int status = 0;
+        QCOMPARE(waitpid(child, &status, 0), child);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), 0);
+        // Here, with the memory there, the same erase runs.
+        QVERIFY(startAndWaitForProgress(item));
+        item->recvCancelStatus();
+#endif
+    }
+
+    void aFailedJobLeavesThePhotoAndTellsWhy()
+    {
+        PhotoItem *item = load(realPhoto("coffee.png"));
+        item->recvSelectType(4, 24, 0);
+        paint(item, {QPointF(350, 265), QPointF(385, 300)}, 24);
+        const cv::Mat original = item->m_image.clone();
+        const cv::Mat red = item->m_inpaintMask.clone();
+        // A receiver of the engine's progress that throws, connected
+        // directly, runs on the worker inside the job: any failure there.
+        connect(&item->m_workerThread->m_patchMatch, &MyPatchMatch::sendWorkProcess, item->m_workerThread,
+                [](long) { throw std::bad_alloc(); }, Qt::DirectConnection);
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QSignalSpy failed(item, &PhotoItem::jobFailed);
+        QSignalSpy ended(item, &PhotoItem::jobEnded);
+        item->recvEraseCommand();
+        QVERIFY(item->m_jobActive);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QCOMPARE(failed.count(), 1);
+        QCOMPARE(failed.at(0).at(0).toString(), QString("out of memory"));
+        QCOMPARE(ended.count(), 1);
+        QVERIFY(!dialogOf(item)->isVisible());
+        // The photo exactly as it was, no entry, the selection kept.
+        QVERIFY(samePixels(item->m_image, original));
+        QCOMPARE(item->getUndoStack()->count(), 0);
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+    }
+
+    void aCancelledJobIsNoFailure()
+    {
+        PhotoItem *item = load(m_largePhoto);
+        item->recvSelectType(4, 6, 0);
+        paint(item, {QPointF(800, 800), QPointF(840, 820)}, 6);
+        QSignalSpy failed(item, &PhotoItem::jobFailed);
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QVERIFY(startAndWaitForProgress(item));
+        item->recvCancelStatus();
+        QVERIFY(finished.count() == 1 || finished.wait(kJobTimeoutMs));
+        QCOMPARE(failed.count(), 0);
     }
 
     void closingAPhotoDuringAJobStopsTheWorker()

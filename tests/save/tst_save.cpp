@@ -8,10 +8,12 @@
 #include <QtTest>
 #include <opencv2/imgproc.hpp>
 #include <unistd.h>
+#include <cerrno>
 
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoio.h"
 #include "removedialog.h"
 #include "saveproposal.h"
 #include "skin.h"
@@ -351,16 +353,17 @@ private slots:
         QCOMPARE(cv::norm(b, bw, cv::NORM_INF), 0.0);
     }
 
-    void nameWithoutSuffixFailsQuietly()
+    void nameWithoutSuffixWritesNothing()
     {
         PhotoItem *item = openPattern("ns.png");
         item->m_saved = 0;
         QTemporaryDir out;
-        item->recvSaveCommand(out.path() + "/nosuffix");
-        QCOMPARE(item->m_saved, quint8(1));
+        QVERIFY(!item->saveTo(out.path() + "/nosuffix").isEmpty());
+        QCOMPARE(item->m_saved, quint8(0));
         QCOMPARE(strayFiles(out.path(), {}), QStringList());
-        item->recvSaveCommand(out.path() + "/unknown.xyz");
+        QVERIFY(!item->saveTo(out.path() + "/unknown.xyz").isEmpty());
         QCOMPARE(strayFiles(out.path(), {}), QStringList());
+        QCOMPARE(item->m_saved, quint8(0));
     }
 
     void nonAsciiNameIsWrittenAsGiven()
@@ -390,7 +393,7 @@ private slots:
         item->recvSaveCommand(out.path() + "/isafolder.png");
         item->recvSaveCommand(out.path() + "/missing/folder.png");
         item->recvSaveCommand("/proc/mervane-test.png");
-        QCOMPARE(item->m_saved, quint8(1)); // unreported, counts as saved
+        QCOMPARE(item->m_saved, quint8(0)); // nothing written: not saved
         QCOMPARE(strayFiles(out.path(), {"plain"}), QStringList());
         QVERIFY(QFileInfo(out.path() + "/isafolder.png").isDir());
         QCOMPARE(readAll(out.path() + "/plain"), QByteArray("x"));
@@ -426,14 +429,63 @@ private slots:
         QVERIFY(QFile::exists(png));
     }
 
+    void fullDiskIsToldAndTheOldFileStays()
+    {
+        PhotoItem *item = openPattern("full.png", 120, 90, 3);
+        item->m_saved = 0;
+        QTemporaryDir out;
+        const QString path = out.path() + "/full_Copy.png";
+        // Every write finds the disk full.
+        photoio::setWriteFunctionForTesting([](int, const void *, unsigned long) -> long {
+            errno = ENOSPC;
+            return -1;
+        });
+        ModalAnswers answers;
+        answers.then(ModalAnswers::files({path}));
+        QString told;
+        answers.then([&told](QWidget *w) {
+            auto *box = qobject_cast<QMessageBox *>(w);
+            if (!box)
+                return false;
+            told = box->text();
+            box->done(QMessageBox::Ok);
+            return true;
+        });
+        const int result = m_w->on_pushButton_save_clicked();
+        QCOMPARE(result, 1);
+        QCOMPARE(answers.answered(), 2);
+        QVERIFY2(told.startsWith(QString("Cannot save file %1: ").arg(path)), qPrintable(told));
+        QVERIFY2(told.contains("No space left on device"), qPrintable(told));
+        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(strayFiles(out.path(), {}), QStringList());
+
+        // A file that was there stays as it was.
+        const QString older = out.path() + "/older.png";
+        QFile old(older);
+        QVERIFY(old.open(QIODevice::WriteOnly));
+        old.write("previous contents");
+        old.close();
+        QVERIFY(item->saveTo(older).contains("No space left on device"));
+        photoio::setWriteFunctionForTesting(nullptr);
+        QCOMPARE(readAll(older), QByteArray("previous contents"));
+        QCOMPARE(strayFiles(out.path(), {"older.png"}), QStringList());
+        QCOMPARE(item->m_saved, quint8(0));
+
+        // With room on the disk again the same save succeeds, silently.
+        answers.then(ModalAnswers::files({path}));
+        QCOMPARE(m_w->on_pushButton_save_clicked(), 0);
+        QCOMPARE(item->m_saved, quint8(1));
+        QCOMPARE(readAll(path), encoded(".png", item->getImage()));
+    }
+
     void sidesBeyondAFormatDoNotCrash()
     {
         // JPEG holds at most 65,500 pixels a side; the photo may have 65,535.
         PhotoItem *item = openPattern("wide.png", 65535, 1);
         QTemporaryDir out;
         item->m_saved = 0;
-        item->recvSaveCommand(out.path() + "/wide.jpg");
-        QCOMPARE(item->m_saved, quint8(1));
+        QVERIFY(!item->saveTo(out.path() + "/wide.jpg").isEmpty());
+        QCOMPARE(item->m_saved, quint8(0));
         QCOMPARE(strayFiles(out.path(), {}), QStringList());
         // Every format on the widest and the smallest photo: no crash.
         const QStringList all = {"png", "jpg", "bmp", "pbm", "pgm", "ppm", "sr", "tiff", "exr", "jp2"};

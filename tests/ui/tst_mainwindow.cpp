@@ -10,12 +10,16 @@
 #include <QUndoGroup>
 #include <QUndoStack>
 #include <QtTest>
+#include <new>
+#include <opencv2/imgproc.hpp>
 
 #include "custombackwidget.h"
 #include "customwidget.h"
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "threadfromqthread.h"
+#include "mypatchmatch.h"
 #include "testutil.h"
 #include "ui_mainwindow.h"
 
@@ -37,6 +41,16 @@ class TestMainWindow : public QObject
     QString photo(const QString &name, int cols, int rows)
     {
         return writeImage(m_dir.path(), name, patternPhoto(cols, rows));
+    }
+
+    // A file of these bytes in the test folder.
+    QString writeFile(const QString &name, const QByteArray &content)
+    {
+        const QString path = m_dir.path() + "/" + name;
+        QFile f(path);
+        if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            f.write(content);
+        return path;
     }
 
 private slots:
@@ -223,20 +237,17 @@ private slots:
         QTest::addColumn<QByteArray>("content");
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("garbage") << QByteArray("this is not an image at all");
+        // A PNG cut inside its header holds no picture at all.
         cv::Mat m = patternPhoto(64, 64);
         std::vector<uchar> png;
         cv::imencode(".png", m, png);
-        QTest::newRow("truncated png") << QByteArray(reinterpret_cast<const char *>(png.data()), int(png.size() / 3));
+        QTest::newRow("png header only") << QByteArray(reinterpret_cast<const char *>(png.data()), 20);
     }
 
     void unreadableFilesAreRefused()
     {
         QFETCH(QByteArray, content);
-        const QString path = m_dir.path() + "/bad.png";
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write(content);
-        f.close();
+        const QString path = writeFile("bad.png", content);
         ModalCloser closer;
         closer.arm();
         m_w->openPhoto(path);
@@ -244,6 +255,57 @@ private slots:
         QCOMPARE(closer.text, QString("Cannot read file %1").arg(path));
         QVERIFY(m_w->photoItems().isEmpty());
         QCOMPARE(ui->stackedWidget->currentIndex(), 1);
+    }
+
+    void damagedFilesOpenWhatCouldBeReadAndSaySo_data()
+    {
+        QTest::addColumn<QString>("suffix");
+        QTest::newRow("truncated jpeg") << "jpg";
+        QTest::newRow("truncated png") << "png";
+    }
+
+    void damagedFilesOpenWhatCouldBeReadAndSaySo()
+    {
+        QFETCH(QString, suffix);
+        // A real photograph, cut after half of its bytes.
+        const cv::Mat photograph = cv::imread(realPhoto("chelsea.png").toStdString(), cv::IMREAD_COLOR);
+        QVERIFY(!photograph.empty());
+        std::vector<uchar> bytes;
+        QVERIFY(cv::imencode("." + suffix.toStdString(), photograph, bytes));
+        const QString path =
+            writeFile("cut." + suffix, QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size() / 2)));
+
+        ModalCloser closer;
+        closer.arm();
+        m_w->openPhoto(path);
+        QTRY_COMPARE(closer.seen, 1);
+        QCOMPARE(closer.text, QString("The file %1 is damaged: only part of the photo could be read.").arg(path));
+        // Open, at its full size, the rows that were read as in the file.
+        QCOMPARE(m_w->photoItems().size(), 1);
+        const cv::Mat opened = m_w->photoItems().at(0)->getImage();
+        QCOMPARE(opened.size(), photograph.size());
+        const cv::Rect top(0, 0, photograph.cols, 40);
+        const cv::Mat whole = cv::imdecode(bytes, cv::IMREAD_COLOR);
+        QVERIFY(cv::norm(opened(top), whole(top), cv::NORM_INF) <= 0.0);
+        QCOMPARE(ui->stackedWidget->currentIndex(), 0);
+        // Told once: nothing more comes up.
+        QTest::qWait(50);
+        QCOMPARE(closer.seen, 1);
+    }
+
+    void wholeFilesOpenWithoutAWord()
+    {
+        const cv::Mat photograph = cv::imread(realPhoto("chelsea.png").toStdString(), cv::IMREAD_COLOR);
+        const QString path = writeImage(m_dir.path(), "whole.jpg", photograph);
+        ModalCloser closer;
+        closer.arm();
+        m_w->openPhoto(path);
+        QTest::qWait(50);
+        QCOMPARE(closer.seen, 0);
+        // The pixels are those the common reader gives.
+        QCOMPARE(cv::norm(m_w->photoItems().at(0)->getImage(), cv::imread(path.toStdString(), cv::IMREAD_COLOR),
+                          cv::NORM_INF),
+                 0.0);
     }
 
     void nonAsciiNamesReachTheDecoder()
@@ -275,6 +337,72 @@ private slots:
         QCOMPARE(m_w->photoItems().size(), 1);
     }
 
+    // ------------------------------------------------------------ erase outcomes
+
+    void eraseWithNothingToFillFromIsRefusedInABox()
+    {
+        m_w->openPhoto(photo("all.png", 64, 48));
+        PhotoItem *item = m_w->photoItems().at(0);
+        item->m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
+        item->extendWorkBox(QPointF(0, 0));
+        item->extendWorkBox(QPointF(63, 47));
+        const cv::Mat before = item->getImage().clone();
+        const cv::Mat red = item->m_inpaintMask.clone();
+        ModalCloser closer;
+        closer.arm();
+        ui->pushButton_eraser->click();
+        QTRY_COMPARE(closer.seen, 1);
+        QCOMPARE(closer.text, QString("Cannot erase the selection: nothing around the selection to fill from: "
+                                      "the mask covers the whole photo."));
+        QVERIFY(!item->m_jobActive);
+        QCOMPARE(cv::norm(item->getImage(), before, cv::NORM_INF), 0.0);
+        QCOMPARE(cv::norm(item->m_inpaintMask, red, cv::NORM_INF), 0.0);
+        QCOMPARE(item->getUndoStack()->count(), 0);
+        QVERIFY(ui->pushButton_eraser->isEnabled());
+    }
+
+    void tooSmallAPhotoIsRefusedInABox()
+    {
+        m_w->openPhoto(photo("thin.png", 300, 6));
+        PhotoItem *item = m_w->photoItems().at(0);
+        item->m_inpaintMask(cv::Rect(100, 2, 10, 2)).setTo(cv::Scalar(0, 0, 255, 128));
+        item->extendWorkBox(QPointF(100, 2));
+        item->extendWorkBox(QPointF(109, 3));
+        const cv::Mat before = item->getImage().clone();
+        ModalCloser closer;
+        closer.arm();
+        ui->pushButton_eraser->click();
+        QTRY_COMPARE(closer.seen, 1);
+        QVERIFY2(closer.text.startsWith("Cannot erase the selection: the photo is too small to erase from: 300 x 6"),
+                 qPrintable(closer.text));
+        QCOMPARE(cv::norm(item->getImage(), before, cv::NORM_INF), 0.0);
+        QCOMPARE(item->getUndoStack()->count(), 0);
+    }
+
+    void failedJobIsShownAndThePhotoStays()
+    {
+        m_w->openPhoto(photo("fail.png", 160, 120));
+        PhotoItem *item = m_w->photoItems().at(0);
+        cv::rectangle(item->m_inpaintMask, cv::Rect(70, 50, 12, 10), cv::Scalar(0, 0, 255, 128), cv::FILLED);
+        item->extendWorkBox(QPointF(70, 50));
+        item->extendWorkBox(QPointF(81, 59));
+        const cv::Mat before = item->getImage().clone();
+        // A receiver of the engine's progress that throws, connected
+        // directly, fails the job on the worker as running out of memory would.
+        connect(&item->m_workerThread->m_patchMatch, &MyPatchMatch::sendWorkProcess, item->m_workerThread,
+                [](long) { throw std::bad_alloc(); }, Qt::DirectConnection);
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        ModalCloser closer;
+        closer.arm();
+        ui->pushButton_eraser->click();
+        QVERIFY(finished.count() == 1 || finished.wait(60000));
+        QCOMPARE(closer.seen, 1);
+        QCOMPARE(closer.text, QString("The job failed: out of memory. The photo is as it was."));
+        QCOMPARE(cv::norm(item->getImage(), before, cv::NORM_INF), 0.0);
+        QCOMPARE(item->getUndoStack()->count(), 0);
+        QVERIFY(ui->pushButton_eraser->isEnabled());
+    }
+
     // ------------------------------------------------------------ view
 
     void fitSetsScaleLabelAndSlider()
@@ -294,6 +422,27 @@ private slots:
         // The photo is on the canvases.
         QCOMPARE(ui->widget_mid->pixmap().size(), QSize(400, 300));
         QCOMPARE(ui->widget_front->overlayImage().constBits(), m_w->photoItems().at(0)->m_inpaintMask.data);
+    }
+
+    void fitFollowsTheCanvasWhenItSettlesLate()
+    {
+        setCanvas(200, 150);
+        m_w->openPhoto(photo("late.png", 400, 300));
+        QCOMPARE(m_w->displayScale(), 0.5);
+        // The canvas loses a pixel after the fit (the layout settling late):
+        // the photo is fitted again, never left a pixel too big.
+        setCanvas(199, 150);
+        QTRY_COMPARE(ui->widget_front->width(), 199);
+        QCOMPARE(m_w->displayScale(), 199.0 / 400.0);
+        QVERIFY(m_w->displayScale() * 300 <= 150);
+        QVERIFY(ui->horizontalScrollBar->maximum() <= 0);
+        QVERIFY(ui->verticalScrollBar->maximum() <= 0);
+        QCOMPARE(ui->horizontalScrollBar->value(), 0);
+        // After a zoom the view is the user's: a resize keeps the zoom.
+        m_w->recv100();
+        setCanvas(180, 150);
+        QTRY_COMPARE(ui->widget_front->width(), 180);
+        QCOMPARE(m_w->displayScale(), 1.0);
     }
 
     void fitEnlargesASmallPhoto()
