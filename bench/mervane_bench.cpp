@@ -200,13 +200,7 @@ int main(int argc, char *argv[])
     if (!quick) {
         // The window's rule cuts the crop round a 1000 x 800 selection.
         const cv::Rect selection(2000, 1600, 1000, 800);
-        WorkBox box;
-        box.minX = selection.x;
-        box.minY = selection.y;
-        box.maxX = selection.x + selection.width;
-        box.maxY = selection.y + selection.height;
-        box = enlargeWorkBox(box, photoLarge.cols, photoLarge.rows);
-        const cv::Rect crop(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
+        const cv::Rect crop = enlargedCrop(selection, photoLarge.size());
         Case c;
         c.name = "5000x4000 photo, 1000x800 hole (crop " + std::to_string(crop.width) + "x"
                  + std::to_string(crop.height) + ")";

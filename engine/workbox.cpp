@@ -50,3 +50,14 @@ WorkBox enlargeWorkBox(const WorkBox &box, int cols, int rows)
     out.maxY = std::clamp(out.maxY, 0.0, double(rows));
     return out;
 }
+
+cv::Rect enlargedCrop(const cv::Rect &painted, cv::Size size)
+{
+    WorkBox box;
+    box.minX = painted.x;
+    box.minY = painted.y;
+    box.maxX = painted.x + painted.width;
+    box.maxY = painted.y + painted.height;
+    box = enlargeWorkBox(box, size.width, size.height);
+    return cv::Rect(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
+}

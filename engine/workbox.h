@@ -6,6 +6,8 @@
 // from. Shared by the window's Erase command and by mervane-erase, so that
 // both cut exactly the same crop.
 
+#include <opencv2/core/types.hpp>
+
 struct WorkBox
 {
     double minX = -1.0;
@@ -26,5 +28,10 @@ struct WorkBox
 // Pure function: no state, no allocation, safe for any input (an empty or
 // inverted box, a box outside the image, a 1-pixel image).
 WorkBox enlargeWorkBox(const WorkBox &box, int cols, int rows);
+
+// The same for whole-pixel rectangles: the crop an erase of everything in
+// `painted` works on, in an image of `size`. For callers that hold the
+// painted area as a rectangle (the command-line eraser, tests, benchmarks).
+cv::Rect enlargedCrop(const cv::Rect &painted, cv::Size size);
 
 #endif // MERVANE_WORKBOX_H

@@ -32,15 +32,7 @@
 #include "threadfromqthread.h"
 #include "mypatchmatch.h"
 
-// Address-space limits mean nothing under the sanitizers, which reserve
-// terabytes of shadow memory.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define MERVANE_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define MERVANE_SANITIZED 1
-#endif
-#endif
+#include "sanitized.h"
 
 namespace {
 

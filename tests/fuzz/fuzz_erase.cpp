@@ -157,13 +157,7 @@ TEST(Fuzz, EveryEraseIsRefusedWithAReasonOrFilled)
         const cv::Rect maskBox = selectedBox(c.red, 2);
         const cv::Rect donorBox = c.useDonor ? selectedBox(c.green, 1) : cv::Rect();
         const cv::Rect painted = donorBox.area() > 0 ? (maskBox | donorBox) : maskBox;
-        WorkBox box;
-        box.minX = painted.x;
-        box.minY = painted.y;
-        box.maxX = painted.x + painted.width;
-        box.maxY = painted.y + painted.height;
-        box = enlargeWorkBox(box, c.photo.cols, c.photo.rows);
-        const cv::Rect crop(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
+        const cv::Rect crop = enlargedCrop(painted, c.photo.size());
         if (crop.area() == 0) {
             // Only an empty selection gives an empty box; the check says so
             // for the whole photo.

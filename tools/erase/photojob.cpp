@@ -51,18 +51,6 @@ cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect 
     return layer;
 }
 
-// The window's work box around everything painted.
-cv::Rect workCrop(const cv::Rect &painted, const cv::Size &size)
-{
-    WorkBox box;
-    box.minX = painted.x;
-    box.minY = painted.y;
-    box.maxX = painted.x + painted.width;
-    box.maxY = painted.y + painted.height;
-    box = enlargeWorkBox(box, size.width, size.height);
-    return cv::Rect(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
-}
-
 // The engine's hole in the work crop: the mask grown by its 3 x 3 stamp.
 cv::Mat engineHole(const PreparedJob &job)
 {
@@ -159,7 +147,7 @@ Problem loadInputs(const EraseItem &item, PreparedJob &job)
         job.wide = colour;
         colour.convertTo(job.photo, CV_8UC3, 1.0 / 257.0); // the engine searches on 8 bits
     }
-    job.crop = workCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
+    job.crop = enlargedCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
     job.narrowed = fromStd(photoio::narrowingNote(photo.report, photo.pixels));
     if (!job.alpha.empty() && !photoio::holdsAlpha(toLocal(suffix)))
         job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "alpha channel dropped (." + suffix
