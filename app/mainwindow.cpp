@@ -62,6 +62,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_undoGroup = new QUndoGroup(this);
     m_historyMenu = ui->pushButton_his->getMenu();
     ui->pushButton_his->setUndoGroup(m_undoGroup);
+    addEditingCommands(m_topMenu->font());
     // The one question box, parentless, reused for every question.
     m_removeDialog = new RemoveDialog;
 
@@ -292,6 +293,8 @@ void wireWindow(bool on, MainWindow *window, PhotoItem *item)
     wire(on, item, &PhotoItem::sendThreadFinish, window, &MainWindow::RecvThreadFinish);
     wire(on, item, &PhotoItem::sendDeleteItem, window, &MainWindow::RecvDeleteItem);
     wire(on, item, &PhotoItem::sendOverStampSelect, window, &MainWindow::RecvOverStampSelect);
+    wire(on, item, &PhotoItem::jobStarted, window, &MainWindow::updateEditingCommands);
+    wire(on, item, &PhotoItem::jobEnded, window, &MainWindow::updateEditingCommands);
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 namespace Ui { class MainWindow; }
 
 class QAction;
+class QFont;
 class QListWidgetItem;
 class QMenu;
 class QPrinter;
@@ -75,6 +76,11 @@ public:
     void setReg(const QString &key, const QString &value);
     QString readReg(const QString &key);
     static bool isAllowedLinkHost(const QString &url);
+    // The editing entries of the menu (mainwindow_editing.cpp).
+    void addEditingCommands(const QFont &font);
+    void retranslateEditingCommands();
+    QAction *growAction() const { return m_growAction; }
+    QAction *shrinkAction() const { return m_shrinkAction; }
 
     // Read access for the parts of the program that look in, and for tests.
     Ui::MainWindow *form() const { return ui; }
@@ -178,6 +184,10 @@ public slots:
     void on_pushButton_min_clicked();
     void on_pushButton_max_clicked();
     void on_pushButton_close_clicked();
+    // Editing commands: greyed or not as they apply to the photo shown.
+    void updateEditingCommands();
+    void growSelection();
+    void shrinkSelection();
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -210,6 +220,7 @@ private:
     // Keyboard helpers.
     void restoreToolAfterSpace();
     void cancelSelectionUnderWay();
+    QAction *addEditingAction(const QFont &font, const char *shortcut, void (MainWindow::*slot)());
 
     Ui::MainWindow *ui;
     int m_dragX = 0;
@@ -234,6 +245,8 @@ private:
     QAction *m_websiteAction = nullptr;
     QAction *m_supportAction = nullptr;
     QAction *m_tutorialAction = nullptr;
+    QAction *m_growAction = nullptr;
+    QAction *m_shrinkAction = nullptr;
     QMenu *m_languageMenu = nullptr;
     QMenu *m_historyMenu = nullptr;
     QRect m_availableGeometry{0, 0, -1, -1};

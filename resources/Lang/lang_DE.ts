@@ -27,6 +27,14 @@
 <context>
     <name>MainWindow</name>
     <message>
+        <source>Grow Selection</source>
+        <translation>Auswahl vergrößern</translation>
+    </message>
+    <message>
+        <source>Shrink Selection</source>
+        <translation>Auswahl verkleinern</translation>
+    </message>
+    <message>
         <source>Hardness:</source>
         <translation>Härte:</translation>
     </message>
@@ -239,6 +247,14 @@ Möchten Sie alle Dateien entfernen?</translation>
 </context>
 <context>
     <name>PhotoItem</name>
+    <message>
+        <source>Grow Selection</source>
+        <translation>Auswahl vergrößern</translation>
+    </message>
+    <message>
+        <source>Shrink Selection</source>
+        <translation>Auswahl verkleinern</translation>
+    </message>
     <message>
         <source>Warnning</source>
         <translation>Warnung</translation>
