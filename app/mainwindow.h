@@ -79,6 +79,14 @@ public:
     // The editing entries of the menu (mainwindow_editing.cpp).
     void addEditingCommands(const QFont &font);
     void retranslateEditingCommands();
+    // Masks in the eraser's convention; each returns the message for the
+    // user, empty when done. A refused load changes nothing.
+    QString loadMaskFrom(const QString &path);
+    QString saveMaskTo(const QString &path);
+    static QString maskPathFor(const QString &photoPath);
+    static QString donorPathBeside(const QString &maskPath);
+    QAction *loadMaskAction() const { return m_loadMaskAction; }
+    QAction *saveMaskAction() const { return m_saveMaskAction; }
     QAction *growAction() const { return m_growAction; }
     QAction *shrinkAction() const { return m_shrinkAction; }
 
@@ -186,6 +194,8 @@ public slots:
     void on_pushButton_close_clicked();
     // Editing commands: greyed or not as they apply to the photo shown.
     void updateEditingCommands();
+    void loadMask();
+    void saveMask();
     void growSelection();
     void shrinkSelection();
 
@@ -245,6 +255,8 @@ private:
     QAction *m_websiteAction = nullptr;
     QAction *m_supportAction = nullptr;
     QAction *m_tutorialAction = nullptr;
+    QAction *m_loadMaskAction = nullptr;
+    QAction *m_saveMaskAction = nullptr;
     QAction *m_growAction = nullptr;
     QAction *m_shrinkAction = nullptr;
     QMenu *m_languageMenu = nullptr;

@@ -86,6 +86,12 @@ public:
     bool hasActiveSelection() const;
     bool growSelection();
     bool shrinkSelection();
+    // The selection of a colour as a CV_8UC1 mask, 255 selected, 0 not.
+    cv::Mat selectionMask(Colour colour) const;
+    // Adds the 255 pixels of a CV_8UC1 mask of the photo's size to the red
+    // selection as one undo entry; false (nothing changed) if it does not
+    // fit or selects nothing.
+    bool addToRedSelection(const cv::Mat &mask);
 
     // Region bookkeeping.
     void resetStrokeBox();
@@ -225,6 +231,7 @@ public:
 private:
     void foldJobResult(cv::Mat image, cv::Mat result);
     bool changeSelectionBy(int pixels, const QString &text);
+    void extendWorkBoxTo(const cv::Rect &rect);
     // Engine jobs (photoitem_jobs.cpp): the thread of this photo.
     void hookUpEngine();
     void releaseEngine();

@@ -1,6 +1,7 @@
-// Commands on the whole selection of the active colour: grow and shrink.
-// Each is one undo entry of the layer it changes, holding only the
-// rectangle the change can reach.
+// Commands on the whole selection: grow and shrink the active colour, a
+// mask added to the red selection, the selections as masks. Each change is
+// one undo entry of the layer it changes, holding only the rectangle the
+// change can reach.
 #include "photoitem.h"
 #include "commands.h"
 
@@ -125,10 +126,7 @@ bool PhotoItem::changeSelectionBy(int pixels, const QString &text)
     if (green)
         m_donorUsed = 1;
     // The next Erase must reach what the selection grew into.
-    m_workMinX = std::min(m_workMinX, double(rect.x));
-    m_workMinY = std::min(m_workMinY, double(rect.y));
-    m_workMaxX = std::max(m_workMaxX, double(rect.x + rect.width - 1));
-    m_workMaxY = std::max(m_workMaxY, double(rect.y + rect.height - 1));
+    extendWorkBoxTo(rect);
     if (green)
         m_undoStack->push(new AddGreenCommand(view, before, text, this, rect));
     else
@@ -144,4 +142,38 @@ bool PhotoItem::growSelection()
 bool PhotoItem::shrinkSelection()
 {
     return changeSelectionBy(-kSelectionStep, tr("Shrink Selection"));
+}
+
+void PhotoItem::extendWorkBoxTo(const cv::Rect &rect)
+{
+    m_workMinX = std::min(m_workMinX, double(rect.x));
+    m_workMinY = std::min(m_workMinY, double(rect.y));
+    m_workMaxX = std::max(m_workMaxX, double(rect.x + rect.width - 1));
+    m_workMaxY = std::max(m_workMaxY, double(rect.y + rect.height - 1));
+}
+
+cv::Mat PhotoItem::selectionMask(Colour colour) const
+{
+    const cv::Mat &layer = colour == Colour::Donor ? m_inpaintMaskBK : m_inpaintMask;
+    if (layer.empty() || layer.type() != CV_8UC4)
+        return cv::Mat();
+    cv::Mat channel;
+    cv::extractChannel(layer, channel, colour == Colour::Donor ? 1 : 2);
+    return channel > 0;
+}
+
+bool PhotoItem::addToRedSelection(const cv::Mat &mask)
+{
+    if (m_jobActive || m_image.empty() || mask.type() != CV_8UC1 || mask.size() != m_image.size()
+        || m_inpaintMask.size() != m_image.size())
+        return false;
+    const cv::Rect rect = cv::boundingRect(mask);
+    if (rect.width < 1 || rect.height < 1)
+        return false;
+    const cv::Mat before = m_inpaintMask(rect).clone();
+    cv::Mat view = m_inpaintMask(rect);
+    view.setTo(kGrowTintRed, mask(rect));
+    extendWorkBoxTo(rect);
+    m_undoStack->push(new AddRedCommand(view, before, tr("Load Mask"), this, rect));
+    return true;
 }

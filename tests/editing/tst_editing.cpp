@@ -5,7 +5,9 @@
 #include <QAction>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QProcess>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QUndoStack>
 #include <QtTest>
 
@@ -36,6 +38,10 @@ cv::Mat fartherThan(const cv::Mat &mask, double r)
 }
 
 int differing(const cv::Mat &a, const cv::Mat &b) { return cv::countNonZero(a != b); }
+
+const QString kTool = QStringLiteral(MERVANE_ERASE_PATH);
+
+cv::Mat readUnchanged(const QString &path) { return cv::imread(path.toStdString(), cv::IMREAD_UNCHANGED); }
 
 } // namespace
 
@@ -261,6 +267,151 @@ private slots:
         // The work box reached what the selection grew into.
         QVERIFY(changedShare(original, item->m_image, rim) > 0.8);
         QVERIFY(changedShare(original, item->m_image, selected) > 0.8);
+    }
+
+    // ------------------------------------------------------------ masks
+
+    void maskRoundTripInTheToolsConvention()
+    {
+        QTemporaryDir dir;
+        const QString photoPath = dir.filePath(QStringLiteral("coffee.png"));
+        QVERIFY(QFile::copy(realPhoto("coffee.png"), photoPath));
+        PhotoItem *item = openPhoto(photoPath);
+        QVERIFY(item);
+        QVERIFY(m_w->loadMaskAction()->isEnabled());
+        QVERIFY(!m_w->saveMaskAction()->isEnabled());
+        QCOMPARE(m_w->loadMaskAction()->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+O")));
+        QCOMPARE(m_w->saveMaskAction()->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        QVERIFY(m_w->saveMaskAction()->isEnabled());
+        const cv::Mat drawn = redOf(item->m_inpaintMask);
+
+        const QString maskPath = MainWindow::maskPathFor(photoPath);
+        QCOMPARE(maskPath, dir.filePath(QStringLiteral("coffee.mask.png")));
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+        const cv::Mat saved = readUnchanged(maskPath);
+        QCOMPARE(saved.type(), CV_8UC1);
+        QCOMPARE(differing(saved, drawn), 0);
+        QCOMPARE(cv::countNonZero(saved), cv::countNonZero(saved == 255));
+        // No green selection: no donor file.
+        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("coffee.donor.png"))));
+
+        // Loaded into an empty selection: the same pixels, one entry.
+        QUndoStack *stack = item->getUndoStack();
+        stack->undo();
+        QCOMPARE(cv::countNonZero(redOf(item->m_inpaintMask)), 0);
+        // The undone stroke goes from the stack when the load is pushed.
+        const int entries = stack->index();
+        QCOMPARE(m_w->loadMaskFrom(maskPath), QString());
+        QCOMPARE(stack->count(), entries + 1);
+        QCOMPARE(stack->text(stack->count() - 1), QStringLiteral("Load Mask"));
+        QCOMPARE(differing(redOf(item->m_inpaintMask), drawn), 0);
+        cv::Mat alpha;
+        cv::extractChannel(item->m_inpaintMask, alpha, 3);
+        QCOMPARE(cv::countNonZero(alpha == 128), cv::countNonZero(drawn));
+
+        // Saved again: identical.
+        const QString again = dir.filePath(QStringLiteral("again.mask.png"));
+        QCOMPARE(m_w->saveMaskTo(again), QString());
+        QCOMPARE(differing(readUnchanged(again), saved), 0);
+
+        // Added to what is there; Undo takes the load back alone.
+        stack->undo();
+        dragRectangle(QPointF(300, 200), QPointF(340, 240));
+        const cv::Mat other = redOf(item->m_inpaintMask);
+        QCOMPARE(m_w->loadMaskFrom(maskPath), QString());
+        QCOMPARE(differing(redOf(item->m_inpaintMask), other | drawn), 0);
+        stack->undo();
+        QCOMPARE(differing(redOf(item->m_inpaintMask), other), 0);
+    }
+
+    void donorSavedBesideTheMask()
+    {
+        QTemporaryDir dir;
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        dragRectangle(QPointF(300, 200), QPointF(380, 260));
+        const QString maskPath = dir.filePath(QStringLiteral("shot.mask.png"));
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+        const cv::Mat donor = readUnchanged(dir.filePath(QStringLiteral("shot.donor.png")));
+        QCOMPARE(donor.type(), CV_8UC1);
+        QCOMPARE(differing(donor, greenOf(item->m_inpaintMaskBK)), 0);
+        QCOMPARE(differing(readUnchanged(maskPath), redOf(item->m_inpaintMask)), 0);
+        // Without green any more, the stale donor goes: the tool would use it.
+        item->getUndoStack()->undo();
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("shot.donor.png"))));
+    }
+
+    void wrongSizeOrUnreadableMaskChangesNothing()
+    {
+        QTemporaryDir dir;
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        const cv::Mat before = item->m_inpaintMask.clone();
+        const int entries = item->getUndoStack()->count();
+
+        const QString small = dir.filePath(QStringLiteral("small.png"));
+        QVERIFY(cv::imwrite(small.toStdString(), cv::Mat(10, 10, CV_8UC1, cv::Scalar(255))));
+        const QString sizeMessage = m_w->loadMaskFrom(small);
+        QVERIFY(sizeMessage.contains(QStringLiteral("10 x 10")));
+        QVERIFY(sizeMessage.contains(QStringLiteral("must have the photo's size")));
+
+        const QString junk = dir.filePath(QStringLiteral("junk.png"));
+        QFile f(junk);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("not an image at all");
+        f.close();
+        QVERIFY(m_w->loadMaskFrom(junk).contains(QStringLiteral("could not be read")));
+        QVERIFY(m_w->loadMaskFrom(dir.filePath(QStringLiteral("missing.png"))).contains(QStringLiteral("could not be read")));
+
+        const QString black = dir.filePath(QStringLiteral("black.png"));
+        QVERIFY(cv::imwrite(black.toStdString(), cv::Mat(item->imageRows(), item->imageCols(), CV_8UC1, cv::Scalar(0))));
+        QVERIFY(m_w->loadMaskFrom(black).contains(QStringLiteral("selects nothing")));
+
+        QVERIFY(samePixels(item->m_inpaintMask, before));
+        QCOMPARE(item->getUndoStack()->count(), entries);
+        // Saving into a folder that does not exist is refused with a reason.
+        QVERIFY(!m_w->saveMaskTo(dir.filePath(QStringLiteral("no/such/folder/x.mask.png"))).isEmpty());
+    }
+
+    void maskSavedInTheWindowErasesTheSameAreaWithTheTool()
+    {
+        QTemporaryDir dir;
+        const QString photoPath = dir.filePath(QStringLiteral("coffee.png"));
+        QVERIFY(QFile::copy(realPhoto("coffee.png"), photoPath));
+        PhotoItem *item = openPhoto(photoPath);
+        QVERIFY(item);
+        dragRectangle(QPointF(350, 265), QPointF(385, 300));
+        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const QString maskPath = MainWindow::maskPathFor(photoPath);
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+
+        const QString outPath = dir.filePath(QStringLiteral("out.png"));
+        QProcess tool;
+        tool.start(kTool, {photoPath, maskPath, outPath});
+        QVERIFY(tool.waitForFinished(kJobTimeoutMs));
+        QCOMPARE(tool.exitCode(), 0);
+        const cv::Mat byTool = cv::imread(outPath.toStdString(), cv::IMREAD_COLOR);
+
+        const cv::Mat original = item->m_image.clone();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        const cv::Mat byWindow = item->m_image;
+        const cv::Mat originalBgr = original;
+        QCOMPARE(byWindow.type(), CV_8UC3);
+        QCOMPARE(byTool.size(), byWindow.size());
+        // Both filled the selection and changed nothing beyond the engine's
+        // one-pixel stamp around it.
+        const cv::Mat reach = withinDistance(selected, 1.5);
+        QVERIFY(changedShare(originalBgr, byTool, selected) > 0.8);
+        QVERIFY(changedShare(originalBgr, byWindow, selected) > 0.8);
+        QCOMPARE(cv::countNonZero(changedPixels(originalBgr, byTool) & ~reach), 0);
+        QCOMPARE(cv::countNonZero(changedPixels(originalBgr, byWindow) & ~reach), 0);
     }
 };
 
