@@ -230,6 +230,8 @@ void MainWindow::openPhoto(const QString &path)
     new JobDialog(item);
     m_photoItems.append(item);
     m_undoGroup->addStack(item->getUndoStack());
+    // Every change of the pixels is an entry, an undo or a redo.
+    connect(item->getUndoStack(), &QUndoStack::indexChanged, item, &PhotoItem::refreshThumbnail);
     showPhoto(item);
     ui->stackedWidget->setCurrentIndex(0);
     // The work page has just been shown: lay it out now, so that the fit

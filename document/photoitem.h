@@ -92,6 +92,9 @@ public:
     // selection as one undo entry; false (nothing changed) if it does not
     // fit or selects nothing.
     bool addToRedSelection(const cv::Mat &mask);
+    // The list row's thumbnail from the photo's present pixels, from a
+    // reduced image (a few milliseconds whatever the photo's size).
+    void refreshThumbnail();
 
     // Region bookkeeping.
     void resetStrokeBox();

@@ -1,7 +1,8 @@
 // mervane-editing-bench: what Grow Selection and Shrink Selection cost on a
 // 6000 x 4000 photo with a 2000 x 2000 square selection: the whole
 // command as the menu runs it (the layer change, the undo entry, the layer
-// shown again), as medians over several runs.
+// shown again), and the refresh of the list row's thumbnail after a change,
+// as medians over several runs.
 //
 //   mervane-editing-bench [runs] [cols] [rows] [side]
 //
@@ -104,6 +105,13 @@ int main(int argc, char **argv)
         item.getUndoStack()->undo();
     }
     std::printf("%d x %d photo, %d x %d selection, %d runs (median ms)\n", cols, rows, side, side, runs);
+    std::vector<double> thumbs;
+    for (int k = 0; k < runs; ++k) {
+        t.start();
+        item.refreshThumbnail();
+        thumbs.push_back(t.nsecsElapsed() / 1e6);
+    }
+    std::printf("list row thumbnail refresh %.2f\n", median(thumbs));
     std::printf("processor time, all threads: grow %.1f  shrink %.1f\n", median(growCpu), median(shrinkCpu));
     std::printf("wall: grow %.1f  shrink %.1f  undo %.1f  (of which finding the selection's box %.1f)\n", median(grow),
                 median(shrink), median(undo), median(bounds));

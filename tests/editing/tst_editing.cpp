@@ -3,6 +3,8 @@
 // entries and their shortcuts, the geometry against an exact distance
 // reference, the undo entries, and the greying.
 #include <QAction>
+#include <QLabel>
+#include <QListWidget>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QProcess>
@@ -376,6 +378,28 @@ private slots:
         QCOMPARE(item->getUndoStack()->count(), entries);
         // Saving into a folder that does not exist is refused with a reason.
         QVERIFY(!m_w->saveMaskTo(dir.filePath(QStringLiteral("no/such/folder/x.mask.png"))).isEmpty());
+    }
+
+    void thumbnailFollowsEraseUndoAndRedo()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        auto *label = m_w->findChild<QListWidget *>()->itemWidget(item->listItem())->findChild<QLabel *>(
+            QStringLiteral("label_img"));
+        QVERIFY(label);
+        auto thumb = [label] { return label->pixmap(Qt::ReturnByValue).toImage(); };
+        dragRectangle(QPointF(150, 60), QPointF(330, 200));
+        const QImage before = thumb();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        const QImage erased = thumb();
+        QCOMPARE(erased.size(), before.size());
+        QVERIFY(erased != before);
+        item->getUndoStack()->undo();
+        QCOMPARE(thumb(), before);
+        item->getUndoStack()->redo();
+        QCOMPARE(thumb(), erased);
     }
 
     void maskSavedInTheWindowErasesTheSameAreaWithTheTool()
