@@ -66,6 +66,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_undoGroup = new QUndoGroup(this);
     m_historyMenu = ui->pushButton_his->getMenu();
     ui->pushButton_his->setUndoGroup(m_undoGroup);
+    addEditingCommands(m_topMenu->font());
     // The one question box, parentless, reused for every question.
     m_removeDialog = new RemoveDialog;
 
@@ -255,6 +256,8 @@ void MainWindow::openReadablePhoto(const QString &path)
     new JobDialog(item);
     m_photoItems.append(item);
     m_undoGroup->addStack(item->getUndoStack());
+    // Every change of the pixels is an entry, an undo or a redo.
+    connect(item->getUndoStack(), &QUndoStack::indexChanged, item, &PhotoItem::refreshThumbnail);
     showPhoto(item);
     ui->stackedWidget->setCurrentIndex(0);
     // The work page has just been shown: lay it out now, so that the fit
@@ -328,6 +331,8 @@ void wireWindow(bool on, MainWindow *window, PhotoItem *item)
     wire(on, item, &PhotoItem::jobFailed, window, &MainWindow::RecvJobFailed);
     wire(on, item, &PhotoItem::sendDeleteItem, window, &MainWindow::RecvDeleteItem);
     wire(on, item, &PhotoItem::sendOverStampSelect, window, &MainWindow::RecvOverStampSelect);
+    wire(on, item, &PhotoItem::jobStarted, window, &MainWindow::updateEditingCommands);
+    wire(on, item, &PhotoItem::jobEnded, window, &MainWindow::updateEditingCommands);
 }
 
 } // namespace

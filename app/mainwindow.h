@@ -13,6 +13,7 @@
 namespace Ui { class MainWindow; }
 
 class QAction;
+class QFont;
 class QListWidgetItem;
 class QMenu;
 class QPrinter;
@@ -75,6 +76,19 @@ public:
     void setReg(const QString &key, const QString &value);
     QString readReg(const QString &key);
     static bool isAllowedLinkHost(const QString &url);
+    // The editing entries of the menu (mainwindow_editing.cpp).
+    void addEditingCommands(const QFont &font);
+    void retranslateEditingCommands();
+    // Masks in the eraser's convention; each returns the message for the
+    // user, empty when done. A refused load changes nothing.
+    QString loadMaskFrom(const QString &path);
+    QString saveMaskTo(const QString &path);
+    static QString maskPathFor(const QString &photoPath);
+    static QString donorPathBeside(const QString &maskPath);
+    QAction *loadMaskAction() const { return m_loadMaskAction; }
+    QAction *saveMaskAction() const { return m_saveMaskAction; }
+    QAction *growAction() const { return m_growAction; }
+    QAction *shrinkAction() const { return m_shrinkAction; }
 
     // Read access for the parts of the program that look in, and for tests.
     Ui::MainWindow *form() const { return ui; }
@@ -181,6 +195,12 @@ public slots:
     void on_pushButton_min_clicked();
     void on_pushButton_max_clicked();
     void on_pushButton_close_clicked();
+    // Editing commands: greyed or not as they apply to the photo shown.
+    void updateEditingCommands();
+    void loadMask();
+    void saveMask();
+    void growSelection();
+    void shrinkSelection();
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -217,6 +237,7 @@ private:
     // Keyboard helpers.
     void restoreToolAfterSpace();
     void cancelSelectionUnderWay();
+    QAction *addEditingAction(const QFont &font, const char *shortcut, void (MainWindow::*slot)());
 
     Ui::MainWindow *ui;
     int m_dragX = 0;
@@ -244,6 +265,10 @@ private:
     QAction *m_websiteAction = nullptr;
     QAction *m_supportAction = nullptr;
     QAction *m_tutorialAction = nullptr;
+    QAction *m_loadMaskAction = nullptr;
+    QAction *m_saveMaskAction = nullptr;
+    QAction *m_growAction = nullptr;
+    QAction *m_shrinkAction = nullptr;
     QMenu *m_languageMenu = nullptr;
     QMenu *m_historyMenu = nullptr;
     QRect m_availableGeometry{0, 0, -1, -1};

@@ -55,4 +55,5 @@ void MainWindow::retranslateTexts()
         m_supportAction->setText(tr("Technical support..."));
     if (m_tutorialAction)
         m_tutorialAction->setText(tr("Tutorial..."));
+    retranslateEditingCommands();
 }

@@ -80,6 +80,9 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
 PhotoItem::~PhotoItem()
 {
     releaseEngine();
+    // The list row may be gone already: the stack's clearing must not
+    // refresh its thumbnail.
+    disconnect(m_undoStack, nullptr, this, nullptr);
     delete m_undoStack;
     m_undoStack = nullptr;
 }

@@ -18,6 +18,14 @@ class QUndoStack;
 class CustomItem;
 class ThreadFromQThread;
 
+// Whether a CV_8UC4 selection layer has a pixel whose channel is set.
+bool layerHasSelection(const cv::Mat &layer, int channel);
+// The box of the pixels of a CV_8UC4 layer whose channel is set (empty if none).
+cv::Rect layerBounds(const cv::Mat &layer, int channel);
+// A 0/255 mask dilated (pixels > 0) or eroded (pixels < 0) by a disc of
+// radius |pixels|.
+cv::Mat morphSelection(const cv::Mat &selected, int pixels);
+
 // The document of one loaded photo: the image, its selection layers, the
 // tool state, its own undo stack and worker thread. It draws through the
 // LayerView interface and tells of its jobs by signals; the window owns the
@@ -69,6 +77,24 @@ public:
     void setStampOpacity(float opacity) { m_stampOpacity = opacity; }
     // The photo, both selection layers and the image size on the canvas.
     void showOnCanvas();
+
+    // Whole-selection commands (photoitem_editing.cpp), on the layer of the
+    // active colour: grow or shrink it by kSelectionStep image pixels with a
+    // round element, as one undo entry. False when nothing changed (no
+    // photo, no selection, a job running).
+    static constexpr int kSelectionStep = 3;
+    bool hasActiveSelection() const;
+    bool growSelection();
+    bool shrinkSelection();
+    // The selection of a colour as a CV_8UC1 mask, 255 selected, 0 not.
+    cv::Mat selectionMask(Colour colour) const;
+    // Adds the 255 pixels of a CV_8UC1 mask of the photo's size to the red
+    // selection as one undo entry; false (nothing changed) if it does not
+    // fit or selects nothing.
+    bool addToRedSelection(const cv::Mat &mask);
+    // The list row's thumbnail from the photo's present pixels, from a
+    // reduced image (a few milliseconds whatever the photo's size).
+    void refreshThumbnail();
 
     // Region bookkeeping.
     void resetStrokeBox();
@@ -219,6 +245,8 @@ public:
 
 private:
     void foldJobResult(cv::Mat image, cv::Mat result);
+    bool changeSelectionBy(int pixels, const QString &text);
+    void extendWorkBoxTo(const cv::Rect &rect);
     // Engine jobs (photoitem_jobs.cpp): the thread of this photo.
     void hookUpEngine();
     void releaseEngine();

@@ -27,6 +27,70 @@
 <context>
     <name>MainWindow</name>
     <message>
+        <source>Load Mask...</source>
+        <translation>Maske laden...</translation>
+    </message>
+    <message>
+        <source>Save Mask...</source>
+        <translation>Maske speichern...</translation>
+    </message>
+    <message>
+        <source>Load Mask</source>
+        <translation>Maske laden</translation>
+    </message>
+    <message>
+        <source>Save Mask</source>
+        <translation>Maske speichern</translation>
+    </message>
+    <message>
+        <source>PNG mask (*.png)</source>
+        <translation>PNG-Maske (*.png)</translation>
+    </message>
+    <message>
+        <source>There is no photo to load a mask into.</source>
+        <translation>Es ist kein Foto geöffnet, in das eine Maske geladen werden könnte.</translation>
+    </message>
+    <message>
+        <source>The mask %1 could not be read.</source>
+        <translation>Die Maske %1 konnte nicht gelesen werden.</translation>
+    </message>
+    <message>
+        <source>The mask %1 is %2 x %3 pixels, but the photo is %4 x %5. A mask must have the photo&apos;s size.</source>
+        <translation>Die Maske %1 ist %2 x %3 Pixel groß, das Foto aber %4 x %5. Eine Maske muss so groß sein wie das Foto.</translation>
+    </message>
+    <message>
+        <source>The mask %1 selects nothing.</source>
+        <translation>Die Maske %1 wählt nichts aus.</translation>
+    </message>
+    <message>
+        <source>There is no photo whose mask could be saved.</source>
+        <translation>Es ist kein Foto geöffnet, dessen Maske gespeichert werden könnte.</translation>
+    </message>
+    <message>
+        <source>Nothing is selected in red, so there is no mask to save.</source>
+        <translation>Nichts ist rot ausgewählt, daher gibt es keine Maske zu speichern.</translation>
+    </message>
+    <message>
+        <source>The mask could not be saved as %1: %2</source>
+        <translation>Die Maske konnte nicht als %1 gespeichert werden: %2</translation>
+    </message>
+    <message>
+        <source>The donor could not be saved as %1: %2</source>
+        <translation>Der Spenderbereich konnte nicht als %1 gespeichert werden: %2</translation>
+    </message>
+    <message>
+        <source>The mask was saved, but the older donor %1 beside it could not be removed.</source>
+        <translation>Die Maske wurde gespeichert, aber der ältere Spenderbereich %1 daneben konnte nicht entfernt werden.</translation>
+    </message>
+    <message>
+        <source>Grow Selection</source>
+        <translation>Auswahl vergrößern</translation>
+    </message>
+    <message>
+        <source>Shrink Selection</source>
+        <translation>Auswahl verkleinern</translation>
+    </message>
+    <message>
         <source>Hardness:</source>
         <translation>Härte:</translation>
     </message>
@@ -259,6 +323,18 @@ Möchten Sie alle Dateien entfernen?</translation>
 </context>
 <context>
     <name>PhotoItem</name>
+    <message>
+        <source>Load Mask</source>
+        <translation>Maske laden</translation>
+    </message>
+    <message>
+        <source>Grow Selection</source>
+        <translation>Auswahl vergrößern</translation>
+    </message>
+    <message>
+        <source>Shrink Selection</source>
+        <translation>Auswahl verkleinern</translation>
+    </message>
     <message>
         <source>Warnning</source>
         <translation>Warnung</translation>

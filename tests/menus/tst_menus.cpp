@@ -203,16 +203,23 @@ private slots:
 
     // ------------------------------------------------------------ menu
 
-    void menuHasThreeEntriesAndNoLanguage()
+    void menuHasLinksThenEditingAndNoLanguage()
     {
         auto window = makeWindow();
         QMenu *menu = window->form()->pushButton_dropdown->getMenu();
         const QList<QAction *> actions = menu->actions();
-        QCOMPARE(actions.size(), 3);
+        QCOMPARE(actions.size(), 8);
         QCOMPARE(actions.at(0)->text(), QStringLiteral("Website..."));
         QCOMPARE(actions.at(1)->text(), QStringLiteral("Technical support..."));
         QCOMPARE(actions.at(2)->text(), QStringLiteral("Tutorial..."));
+        QVERIFY(actions.at(3)->isSeparator());
+        QCOMPARE(actions.at(4)->text(), QStringLiteral("Load Mask..."));
+        QCOMPARE(actions.at(5)->text(), QStringLiteral("Save Mask..."));
+        QCOMPARE(actions.at(6)->text(), QStringLiteral("Grow Selection"));
+        QCOMPARE(actions.at(7)->text(), QStringLiteral("Shrink Selection"));
         for (QAction *action : actions) {
+            if (action->isSeparator())
+                continue;
             QVERIFY(!action->menu());
             QCOMPARE(action->font().pixelSize(), 14);
         }
@@ -408,6 +415,10 @@ private slots:
         QCOMPARE(ui->label_stamp_1->text(), QStringLiteral("Härte:"));
         QCOMPARE(ui->pushButton_rect->toolTip(), QStringLiteral("Rechteck"));
         QCOMPARE(ui->pushButton_dropdown->getMenu()->actions().at(0)->text(), QStringLiteral("Webseite..."));
+        QCOMPARE(window->loadMaskAction()->text(), QStringLiteral("Maske laden..."));
+        QCOMPARE(window->saveMaskAction()->text(), QStringLiteral("Maske speichern..."));
+        QCOMPARE(window->growAction()->text(), QStringLiteral("Auswahl vergrößern"));
+        QCOMPARE(window->shrinkAction()->text(), QStringLiteral("Auswahl verkleinern"));
         QCOMPARE(ui->pushButton_undo->shortcut(), QKeySequence(QStringLiteral("Ctrl+Z")));
         // The form's own texts are translated too.
         QCOMPARE(ui->pushButton_eraser->text(), QStringLiteral("   Entfernen"));

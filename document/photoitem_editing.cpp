@@ -1,0 +1,201 @@
+// Commands on the whole selection: grow and shrink the active colour, a
+// mask added to the red selection, the selections as masks. Each change is
+// one undo entry of the layer it changes, holding only the rectangle the
+// change can reach.
+#include "photoitem.h"
+#include "commands.h"
+#include "customitem.h"
+#include "globals.h"
+
+#include <QUndoStack>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+const cv::Scalar kGrowTintRed(0, 0, 255, 128);
+const cv::Scalar kGrowTintGreen(0, 255, 0, 128);
+
+} // namespace
+
+cv::Rect layerBounds(const cv::Mat &layer, int channel)
+{
+    if (layer.empty() || layer.type() != CV_8UC4)
+        return cv::Rect();
+    // Split between the cores. A row is searched from the left up to its
+    // first selected pixel (which is also its leftmost) and from the right
+    // down to its rightmost, so a row through the selection costs its
+    // margins, and only empty rows are read whole.
+    const int rows = layer.rows, cols = layer.cols;
+    int minX = cols, maxX = -1, minY = rows, maxY = -1;
+#pragma omp parallel for schedule(static) reduction(min : minX, minY) reduction(max : maxX, maxY)
+    for (int y = 0; y < rows; ++y) {
+        const uchar *p = layer.ptr<uchar>(y) + channel;
+        int left = 0;
+        while (left < cols && p[4 * left] == 0)
+            ++left;
+        if (left == cols)
+            continue;
+        int right = cols - 1;
+        while (right > left && p[4 * right] == 0)
+            --right;
+        minX = std::min(minX, left);
+        maxX = std::max(maxX, right);
+        minY = std::min(minY, y);
+        maxY = std::max(maxY, y);
+    }
+    if (maxY < 0)
+        return cv::Rect();
+    return cv::Rect(minX, minY, maxX - minX + 1, maxY - minY + 1);
+}
+
+bool layerHasSelection(const cv::Mat &layer, int channel)
+{
+    if (layer.empty() || layer.type() != CV_8UC4)
+        return false;
+    // Row pointers and an early way out: a selection is usually found in the
+    // first rows that hold one, and an empty layer costs one read of it.
+    for (int y = 0; y < layer.rows; ++y) {
+        const uchar *p = layer.ptr<uchar>(y);
+        for (int x = 0; x < layer.cols; ++x)
+            if (p[4 * x + channel] != 0)
+                return true;
+    }
+    return false;
+}
+
+// The disc of every offset within a Euclidean distance of r: grown by r,
+// a selection takes in exactly the pixels at most r away from it. (OpenCV's
+// ellipse element of the same size is wider on its diagonals.)
+cv::Mat discElement(int r)
+{
+    cv::Mat element = cv::Mat::zeros(2 * r + 1, 2 * r + 1, CV_8U);
+    for (int dy = -r; dy <= r; ++dy)
+        for (int dx = -r; dx <= r; ++dx)
+            if (dx * dx + dy * dy <= r * r)
+                element.at<uchar>(dy + r, dx + r) = 1;
+    return element;
+}
+
+cv::Mat morphSelection(const cv::Mat &selected, int pixels)
+{
+    // Outside the view the erosion sees selected pixels (OpenCV's default
+    // border for it), so a selection that reaches the photo's edge keeps
+    // reaching it when it shrinks.
+    const cv::Mat element = discElement(std::abs(pixels));
+    cv::Mat out;
+    if (pixels > 0)
+        cv::dilate(selected, out, element);
+    else
+        cv::erode(selected, out, element);
+    return out;
+}
+
+bool PhotoItem::hasActiveSelection() const
+{
+    return m_colorType == Colour::Donor ? layerHasSelection(m_inpaintMaskBK, 1) : layerHasSelection(m_inpaintMask, 2);
+}
+
+bool PhotoItem::changeSelectionBy(int pixels, const QString &text)
+{
+    if (m_jobActive || m_image.empty() || pixels == 0)
+        return false;
+    const bool green = m_colorType == Colour::Donor;
+    cv::Mat &layer = green ? m_inpaintMaskBK : m_inpaintMask;
+    if (layer.size() != m_image.size() || layer.type() != CV_8UC4)
+        return false;
+    const int channel = green ? 1 : 2;
+    const cv::Rect bounds = layerBounds(layer, channel);
+    if (bounds.width < 1 || bounds.height < 1)
+        return false;
+    const int r = std::abs(pixels);
+    const cv::Rect rect = cv::Rect(bounds.x - r, bounds.y - r, bounds.width + 2 * r, bounds.height + 2 * r)
+                          & cv::Rect(0, 0, layer.cols, layer.rows);
+    // The view on its own: the element must see the photo's edge as the
+    // edge, and the rest of the view's surroundings hold no selection.
+    cv::Mat selected;
+    cv::extractChannel(layer(rect), selected, channel);
+    const cv::Mat changed = morphSelection(selected, pixels);
+    if (cv::countNonZero(changed != selected) == 0)
+        return false;
+
+    const cv::Mat before = layer(rect).clone();
+    cv::Mat view = layer(rect);
+    view.setTo(cv::Scalar::all(0));
+    view.setTo(green ? kGrowTintGreen : kGrowTintRed, changed);
+    if (green)
+        m_donorUsed = 1;
+    // The next Erase must reach what the selection grew into.
+    extendWorkBoxTo(rect);
+    if (green)
+        m_undoStack->push(new AddGreenCommand(view, before, text, this, rect));
+    else
+        m_undoStack->push(new AddRedCommand(view, before, text, this, rect));
+    return true;
+}
+
+bool PhotoItem::growSelection()
+{
+    return changeSelectionBy(kSelectionStep, tr("Grow Selection"));
+}
+
+bool PhotoItem::shrinkSelection()
+{
+    return changeSelectionBy(-kSelectionStep, tr("Shrink Selection"));
+}
+
+void PhotoItem::extendWorkBoxTo(const cv::Rect &rect)
+{
+    m_workMinX = std::min(m_workMinX, double(rect.x));
+    m_workMinY = std::min(m_workMinY, double(rect.y));
+    m_workMaxX = std::max(m_workMaxX, double(rect.x + rect.width - 1));
+    m_workMaxY = std::max(m_workMaxY, double(rect.y + rect.height - 1));
+}
+
+cv::Mat PhotoItem::selectionMask(Colour colour) const
+{
+    const cv::Mat &layer = colour == Colour::Donor ? m_inpaintMaskBK : m_inpaintMask;
+    if (layer.empty() || layer.type() != CV_8UC4)
+        return cv::Mat();
+    cv::Mat channel;
+    cv::extractChannel(layer, channel, colour == Colour::Donor ? 1 : 2);
+    return channel > 0;
+}
+
+bool PhotoItem::addToRedSelection(const cv::Mat &mask)
+{
+    if (m_jobActive || m_image.empty() || mask.type() != CV_8UC1 || mask.size() != m_image.size()
+        || m_inpaintMask.size() != m_image.size())
+        return false;
+    const cv::Rect rect = cv::boundingRect(mask);
+    if (rect.width < 1 || rect.height < 1)
+        return false;
+    const cv::Mat before = m_inpaintMask(rect).clone();
+    cv::Mat view = m_inpaintMask(rect);
+    view.setTo(kGrowTintRed, mask(rect));
+    extendWorkBoxTo(rect);
+    m_undoStack->push(new AddRedCommand(view, before, tr("Load Mask"), this, rect));
+    return true;
+}
+
+// ---------------------------------------------------------------- thumbnail
+
+void PhotoItem::refreshThumbnail()
+{
+    if (!m_rowWidget || m_image.empty() || m_jobActive)
+        return;
+    // The row's thumbnail size, as at opening. Sampled first at twice that
+    // size (a read of a few hundred thousand pixels, not of the photo), then
+    // averaged down, so the cost does not grow with the photo.
+    const double k = g_uiScale;
+    const int width = std::max(1, int(k * 195));
+    const int height = std::max(1, int(std::lround(double(width) * m_imageRows / std::max(1, m_imageCols))));
+    cv::Mat sampled, thumb;
+    cv::resize(m_image, sampled, cv::Size(std::min(m_imageCols, 2 * width), std::min(m_imageRows, 2 * height)), 0,
+               0, cv::INTER_NEAREST);
+    cv::resize(sampled, thumb, cv::Size(width, height), 0, 0, cv::INTER_AREA);
+    m_rowWidget->setInfo(matToQPixmap(thumb), m_fileName);
+}

@@ -1,0 +1,443 @@
+// Grow Selection and Shrink Selection through the real window: a real
+// photograph, a selection drawn with pointer events on the canvas, the menu
+// entries and their shortcuts, the geometry against an exact distance
+// reference, the undo entries, and the greying.
+#include <QAction>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QUndoStack>
+#include <QtTest>
+
+#include "customwidget.h"
+#include "erasetest.h"
+#include "globals.h"
+#include "mainwindow.h"
+#include "photoitem.h"
+#include "qmenubutton.h"
+#include "ui_mainwindow.h"
+
+namespace {
+
+// 255 where a pixel lies within Euclidean distance `r` of a 0/255 mask.
+cv::Mat withinDistance(const cv::Mat &mask, double r)
+{
+    cv::Mat distance;
+    cv::distanceTransform(255 - mask, distance, cv::DIST_L2, cv::DIST_MASK_PRECISE);
+    return distance <= r + 1e-6;
+}
+
+// 255 where a selected pixel is farther than `r` from every unselected one.
+cv::Mat fartherThan(const cv::Mat &mask, double r)
+{
+    cv::Mat distance;
+    cv::distanceTransform(mask, distance, cv::DIST_L2, cv::DIST_MASK_PRECISE);
+    return distance > r + 1e-6;
+}
+
+int differing(const cv::Mat &a, const cv::Mat &b) { return cv::countNonZero(a != b); }
+
+const QString kTool = QStringLiteral(MERVANE_ERASE_PATH);
+
+cv::Mat readUnchanged(const QString &path) { return cv::imread(path.toStdString(), cv::IMREAD_UNCHANGED); }
+
+} // namespace
+
+class TestEditing : public QObject
+{
+    Q_OBJECT
+
+    MainWindow *m_w = nullptr;
+    Ui::MainWindow *ui = nullptr;
+
+    PhotoItem *openPhoto(const QString &path)
+    {
+        ui->widget_back->setFixedSize(600, 400);
+        m_w->openPhoto(path);
+        if (m_w->photoItems().isEmpty())
+            return nullptr;
+        QCoreApplication::processEvents();
+        return m_w->photoItems().last();
+    }
+
+    QPoint toCanvas(QPointF image) const
+    {
+        CustomWidget *top = ui->widget_front_green;
+        return QPoint(int(std::lround(image.x() * top->scale() + top->offsetLeft() - top->scrollX())),
+                      int(std::lround(image.y() * top->scale() + top->offsetTop() - top->scrollY())));
+    }
+
+    void mouse(QEvent::Type type, QPointF image, Qt::MouseButton button, Qt::MouseButtons buttons)
+    {
+        QWidget *top = ui->widget_front_green;
+        const QPoint p = toCanvas(image);
+        QMouseEvent e(type, p, top->mapToGlobal(p), button, buttons, Qt::NoModifier);
+        QApplication::sendEvent(top, &e);
+    }
+
+    // A rectangle selection from one corner to the other, in image pixels.
+    void dragRectangle(QPointF from, QPointF to)
+    {
+        QTest::mouseClick(ui->pushButton_rect, Qt::LeftButton);
+        mouse(QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
+        for (int k = 1; k <= 8; ++k)
+            mouse(QEvent::MouseMove, from + (to - from) * (k / 8.0), Qt::NoButton, Qt::LeftButton);
+        mouse(QEvent::MouseButtonRelease, to, Qt::LeftButton, Qt::NoButton);
+    }
+
+    QMenu *menu() const { return ui->pushButton_dropdown->getMenu(); }
+
+    QAction *entry(const QString &text) const
+    {
+        for (QAction *a : menu()->actions())
+            if (a->text() == text)
+                return a;
+        return nullptr;
+    }
+
+    static cv::Mat greenOf(const cv::Mat &layer)
+    {
+        cv::Mat green;
+        cv::extractChannel(layer, green, 1);
+        return green > 0;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY2(QFile::exists(realPhoto("coffee.png")), "python3-skimage photographs are missing");
+    }
+
+    void init()
+    {
+        g_uiScale = 1.0;
+        m_w = new MainWindow;
+        ui = m_w->form();
+        m_w->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_w));
+    }
+
+    void cleanup()
+    {
+        for (PhotoItem *item : m_w->photoItems()) {
+            if (item->m_jobActive) {
+                QSignalSpy done(item, &PhotoItem::sendThreadFinish);
+                done.wait(kJobTimeoutMs);
+            }
+        }
+        delete m_w;
+        m_w = nullptr;
+    }
+
+    void entriesWithShortcutsGreyedWithoutPhotoOrSelection()
+    {
+        QAction *grow = entry(QStringLiteral("Grow Selection"));
+        QAction *shrink = entry(QStringLiteral("Shrink Selection"));
+        QVERIFY(grow);
+        QVERIFY(shrink);
+        QCOMPARE(grow, m_w->growAction());
+        QCOMPARE(grow->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+G")));
+        QCOMPARE(shrink->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+H")));
+        // No photo.
+        QVERIFY(!grow->isEnabled());
+        QVERIFY(!shrink->isEnabled());
+        // A photo, nothing selected.
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        QVERIFY(!grow->isEnabled());
+        QVERIFY(!shrink->isEnabled());
+        // A red selection.
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        QVERIFY(grow->isEnabled());
+        QVERIFY(shrink->isEnabled());
+        // The green colour has nothing selected yet.
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        QVERIFY(!grow->isEnabled());
+        QTest::mouseClick(ui->pushButton_red, Qt::LeftButton);
+        QVERIFY(grow->isEnabled());
+        // Undoing the selection greys them again.
+        item->getUndoStack()->undo();
+        QVERIFY(!grow->isEnabled());
+    }
+
+    void growAndShrinkByThreePixelsWithARoundElement()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        const cv::Mat drawn = redOf(item->m_inpaintMask);
+        QVERIFY(cv::countNonZero(drawn) > 2000);
+        const cv::Mat photo = item->m_image.clone();
+        QUndoStack *stack = item->getUndoStack();
+        const int entries = stack->count();
+
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        const cv::Mat grown = redOf(item->m_inpaintMask);
+        QCOMPARE(differing(grown, withinDistance(drawn, 3)), 0);
+        // Round, not square: the corner pixel 3 out diagonally stays out.
+        const cv::Rect box = cv::boundingRect(drawn);
+        QCOMPARE(int(grown.at<uchar>(box.y - 3, box.x - 3)), 0);
+        QCOMPARE(int(grown.at<uchar>(box.y + box.height / 2, box.x - 3)), 255);
+        QCOMPARE(int(grown.at<uchar>(box.y + box.height / 2, box.x - 4)), 0);
+        QCOMPARE(stack->count(), entries + 1);
+        QCOMPARE(stack->text(stack->count() - 1), QStringLiteral("Grow Selection"));
+        // The layer keeps its one tint; the photo is untouched.
+        cv::Mat alpha;
+        cv::extractChannel(item->m_inpaintMask, alpha, 3);
+        QCOMPARE(differing(alpha > 0, grown), 0);
+        QVERIFY(samePixels(item->m_image, photo));
+
+        // Repeatable: a second grow reaches 6 pixels.
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        const cv::Mat twice = redOf(item->m_inpaintMask);
+        QCOMPARE(differing(twice, withinDistance(grown, 3)), 0);
+        QCOMPARE(stack->count(), entries + 2);
+
+        // Undo walks back through both, redo comes again.
+        stack->undo();
+        QCOMPARE(differing(redOf(item->m_inpaintMask), grown), 0);
+        stack->undo();
+        QCOMPARE(differing(redOf(item->m_inpaintMask), drawn), 0);
+        stack->redo();
+        QCOMPARE(differing(redOf(item->m_inpaintMask), grown), 0);
+
+        // Shrink by the shortcut.
+        QTest::keyClick(m_w, Qt::Key_G, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(stack->count(), entries + 2);
+        QTest::keyClick(m_w, Qt::Key_H, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(stack->count(), entries + 3);
+        QCOMPARE(stack->text(stack->count() - 1), QStringLiteral("Shrink Selection"));
+        const cv::Mat shrunk = redOf(item->m_inpaintMask);
+        QCOMPARE(differing(shrunk, fartherThan(twice, 3)), 0);
+        QVERIFY(samePixels(item->m_image, photo));
+    }
+
+    void shrinkAwayAThinSelectionThenNothingIsLeftToShrink()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(200, 200), QPointF(204, 260));
+        QVERIFY(cv::countNonZero(redOf(item->m_inpaintMask)) > 0);
+        QAction *shrink = entry(QStringLiteral("Shrink Selection"));
+        shrink->trigger();
+        QCOMPARE(cv::countNonZero(redOf(item->m_inpaintMask)), 0);
+        QVERIFY(!shrink->isEnabled());
+        item->getUndoStack()->undo();
+        QVERIFY(cv::countNonZero(redOf(item->m_inpaintMask)) > 0);
+        QVERIFY(shrink->isEnabled());
+    }
+
+    void greenColourGrowsTheDonorOnly()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        const cv::Mat red = redOf(item->m_inpaintMask);
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        dragRectangle(QPointF(300, 200), QPointF(380, 260));
+        const cv::Mat green = greenOf(item->m_inpaintMaskBK);
+        QVERIFY(cv::countNonZero(green) > 2000);
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        QCOMPARE(differing(greenOf(item->m_inpaintMaskBK), withinDistance(green, 3)), 0);
+        QCOMPARE(differing(redOf(item->m_inpaintMask), red), 0);
+        item->getUndoStack()->undo();
+        QCOMPARE(differing(greenOf(item->m_inpaintMaskBK), green), 0);
+    }
+
+    void grownSelectionIsErasedWhole()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(350, 265), QPointF(385, 300));
+        const cv::Mat drawn = redOf(item->m_inpaintMask);
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const cv::Mat rim = selected & ~drawn;
+        QVERIFY(cv::countNonZero(rim) > 100);
+        const cv::Mat original = item->m_image.clone();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
+        QVERIFY(item->m_jobActive);
+        // Greyed while the job runs.
+        QVERIFY(!entry(QStringLiteral("Grow Selection"))->isEnabled());
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        // The work box reached what the selection grew into.
+        QVERIFY(changedShare(original, item->m_image, rim) > 0.8);
+        QVERIFY(changedShare(original, item->m_image, selected) > 0.8);
+    }
+
+    // ------------------------------------------------------------ masks
+
+    void maskRoundTripInTheToolsConvention()
+    {
+        QTemporaryDir dir;
+        const QString photoPath = dir.filePath(QStringLiteral("coffee.png"));
+        QVERIFY(QFile::copy(realPhoto("coffee.png"), photoPath));
+        PhotoItem *item = openPhoto(photoPath);
+        QVERIFY(item);
+        QVERIFY(m_w->loadMaskAction()->isEnabled());
+        QVERIFY(!m_w->saveMaskAction()->isEnabled());
+        QCOMPARE(m_w->loadMaskAction()->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+O")));
+        QCOMPARE(m_w->saveMaskAction()->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        QVERIFY(m_w->saveMaskAction()->isEnabled());
+        const cv::Mat drawn = redOf(item->m_inpaintMask);
+
+        const QString maskPath = MainWindow::maskPathFor(photoPath);
+        QCOMPARE(maskPath, dir.filePath(QStringLiteral("coffee.mask.png")));
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+        const cv::Mat saved = readUnchanged(maskPath);
+        QCOMPARE(saved.type(), CV_8UC1);
+        QCOMPARE(differing(saved, drawn), 0);
+        QCOMPARE(cv::countNonZero(saved), cv::countNonZero(saved == 255));
+        // No green selection: no donor file.
+        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("coffee.donor.png"))));
+
+        // Loaded into an empty selection: the same pixels, one entry.
+        QUndoStack *stack = item->getUndoStack();
+        stack->undo();
+        QCOMPARE(cv::countNonZero(redOf(item->m_inpaintMask)), 0);
+        // The undone stroke goes from the stack when the load is pushed.
+        const int entries = stack->index();
+        QCOMPARE(m_w->loadMaskFrom(maskPath), QString());
+        QCOMPARE(stack->count(), entries + 1);
+        QCOMPARE(stack->text(stack->count() - 1), QStringLiteral("Load Mask"));
+        QCOMPARE(differing(redOf(item->m_inpaintMask), drawn), 0);
+        cv::Mat alpha;
+        cv::extractChannel(item->m_inpaintMask, alpha, 3);
+        QCOMPARE(cv::countNonZero(alpha == 128), cv::countNonZero(drawn));
+
+        // Saved again: identical.
+        const QString again = dir.filePath(QStringLiteral("again.mask.png"));
+        QCOMPARE(m_w->saveMaskTo(again), QString());
+        QCOMPARE(differing(readUnchanged(again), saved), 0);
+
+        // Added to what is there; Undo takes the load back alone.
+        stack->undo();
+        dragRectangle(QPointF(300, 200), QPointF(340, 240));
+        const cv::Mat other = redOf(item->m_inpaintMask);
+        QCOMPARE(m_w->loadMaskFrom(maskPath), QString());
+        QCOMPARE(differing(redOf(item->m_inpaintMask), other | drawn), 0);
+        stack->undo();
+        QCOMPARE(differing(redOf(item->m_inpaintMask), other), 0);
+    }
+
+    void donorSavedBesideTheMask()
+    {
+        QTemporaryDir dir;
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        dragRectangle(QPointF(300, 200), QPointF(380, 260));
+        const QString maskPath = dir.filePath(QStringLiteral("shot.mask.png"));
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+        const cv::Mat donor = readUnchanged(dir.filePath(QStringLiteral("shot.donor.png")));
+        QCOMPARE(donor.type(), CV_8UC1);
+        QCOMPARE(differing(donor, greenOf(item->m_inpaintMaskBK)), 0);
+        QCOMPARE(differing(readUnchanged(maskPath), redOf(item->m_inpaintMask)), 0);
+        // Without green any more, the stale donor goes: the tool would use it.
+        item->getUndoStack()->undo();
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+        QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("shot.donor.png"))));
+    }
+
+    void wrongSizeOrUnreadableMaskChangesNothing()
+    {
+        QTemporaryDir dir;
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        const cv::Mat before = item->m_inpaintMask.clone();
+        const int entries = item->getUndoStack()->count();
+
+        const QString small = dir.filePath(QStringLiteral("small.png"));
+        QVERIFY(cv::imwrite(small.toStdString(), cv::Mat(10, 10, CV_8UC1, cv::Scalar(255))));
+        const QString sizeMessage = m_w->loadMaskFrom(small);
+        QVERIFY(sizeMessage.contains(QStringLiteral("10 x 10")));
+        QVERIFY(sizeMessage.contains(QStringLiteral("must have the photo's size")));
+
+        const QString junk = dir.filePath(QStringLiteral("junk.png"));
+        QFile f(junk);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("not an image at all");
+        f.close();
+        QVERIFY(m_w->loadMaskFrom(junk).contains(QStringLiteral("could not be read")));
+        QVERIFY(m_w->loadMaskFrom(dir.filePath(QStringLiteral("missing.png"))).contains(QStringLiteral("could not be read")));
+
+        const QString black = dir.filePath(QStringLiteral("black.png"));
+        QVERIFY(cv::imwrite(black.toStdString(), cv::Mat(item->imageRows(), item->imageCols(), CV_8UC1, cv::Scalar(0))));
+        QVERIFY(m_w->loadMaskFrom(black).contains(QStringLiteral("selects nothing")));
+
+        QVERIFY(samePixels(item->m_inpaintMask, before));
+        QCOMPARE(item->getUndoStack()->count(), entries);
+        // Saving into a folder that does not exist is refused with a reason.
+        QVERIFY(!m_w->saveMaskTo(dir.filePath(QStringLiteral("no/such/folder/x.mask.png"))).isEmpty());
+    }
+
+    void thumbnailFollowsEraseUndoAndRedo()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        auto *label = m_w->findChild<QListWidget *>()->itemWidget(item->listItem())->findChild<QLabel *>(
+            QStringLiteral("label_img"));
+        QVERIFY(label);
+        auto thumb = [label] { return label->pixmap(Qt::ReturnByValue).toImage(); };
+        dragRectangle(QPointF(150, 60), QPointF(330, 200));
+        const QImage before = thumb();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        const QImage erased = thumb();
+        QCOMPARE(erased.size(), before.size());
+        QVERIFY(erased != before);
+        item->getUndoStack()->undo();
+        QCOMPARE(thumb(), before);
+        item->getUndoStack()->redo();
+        QCOMPARE(thumb(), erased);
+    }
+
+    void maskSavedInTheWindowErasesTheSameAreaWithTheTool()
+    {
+        QTemporaryDir dir;
+        const QString photoPath = dir.filePath(QStringLiteral("coffee.png"));
+        QVERIFY(QFile::copy(realPhoto("coffee.png"), photoPath));
+        PhotoItem *item = openPhoto(photoPath);
+        QVERIFY(item);
+        dragRectangle(QPointF(350, 265), QPointF(385, 300));
+        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const QString maskPath = MainWindow::maskPathFor(photoPath);
+        QCOMPARE(m_w->saveMaskTo(maskPath), QString());
+
+        const QString outPath = dir.filePath(QStringLiteral("out.png"));
+        QProcess tool;
+        tool.start(kTool, {photoPath, maskPath, outPath});
+        QVERIFY(tool.waitForFinished(kJobTimeoutMs));
+        QCOMPARE(tool.exitCode(), 0);
+        const cv::Mat byTool = cv::imread(outPath.toStdString(), cv::IMREAD_COLOR);
+
+        const cv::Mat original = item->m_image.clone();
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        const cv::Mat byWindow = item->m_image;
+        const cv::Mat originalBgr = original;
+        QCOMPARE(byWindow.type(), CV_8UC3);
+        QCOMPARE(byTool.size(), byWindow.size());
+        // Both filled the selection and changed nothing beyond the engine's
+        // one-pixel stamp around it.
+        const cv::Mat reach = withinDistance(selected, 1.5);
+        QVERIFY(changedShare(originalBgr, byTool, selected) > 0.8);
+        QVERIFY(changedShare(originalBgr, byWindow, selected) > 0.8);
+        QCOMPARE(cv::countNonZero(changedPixels(originalBgr, byTool) & ~reach), 0);
+        QCOMPARE(cv::countNonZero(changedPixels(originalBgr, byWindow) & ~reach), 0);
+    }
+};
+
+QTEST_MAIN(TestEditing)
+#include "tst_editing.moc"
