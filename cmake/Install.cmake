@@ -95,6 +95,16 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE https://www.mervane.app/)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# OpenCV's image codecs are opened at run time for the rarer formats, so no
+# binary names them for dpkg-shlibdeps; Debian's package name carries the
+# version as major and two-digit minor (4.6 gives libopencv-imgcodecs406).
+# The dependencies dpkg-shlibdeps finds are added to this one.
+if(OpenCV_VERSION_MINOR LESS 10)
+  set(_opencv_soversion ${OpenCV_VERSION_MAJOR}0${OpenCV_VERSION_MINOR})
+else()
+  set(_opencv_soversion ${OpenCV_VERSION_MAJOR}${OpenCV_VERSION_MINOR})
+endif()
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libopencv-imgcodecs${_opencv_soversion}")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
 include(CPack)

@@ -23,9 +23,9 @@ e2e_wait_screen loaded 20 photo_shown || e2e_fail "the photo did not appear on t
 # a source on the table at the left, a stroke on the table at the right.
 set -- $(awk -v x="$WX" -v y="$WY" -v w="$WW" 'BEGIN {
   s = w / 1256.0;
-  printf "%d %d %d %d %d %d %d\n", x + 39 * s, y + 280 * s,
-         x + 170 * s, y + 200 * s, x + 880 * s, y + 150 * s, 24 * s }')
-BX=$1; BY=$2; SX=$3; SY=$4; TX=$5; TY=$6; STEP=$7
+  printf "%d %d %d %d %d %d %d %d\n", x + 39 * s, y + 280 * s,
+         x + 170 * s, y + 200 * s, x + 880 * s, y + 150 * s, 24 * s, x + 995 * s }')
+BX=$1; BY=$2; SX=$3; SY=$4; TX=$5; TY=$6; STEP=$7; LISTX=$8
 e2e_click "$BX" "$BY"
 # Park the pointer off the photo so no preview is drawn in the shots.
 e2e_park_pointer
@@ -44,5 +44,5 @@ xdotool mouseup 1
 # Moving away shows the preview at the pointer: release it off the photo.
 e2e_park_pointer
 EY=$((TY + 5 * STEP))
-stroke_shown() { "$CHECK" "$BEFORE" "$E2E_LAST" "$SX" "$SY" "$TX" "$TY" "$TX" "$EY" 40; }
+stroke_shown() { "$CHECK" "$BEFORE" "$E2E_LAST" "$SX" "$SY" "$TX" "$TY" "$TX" "$EY" 40 "$LISTX"; }
 e2e_wait_screen after 20 stroke_shown || e2e_fail "the stamp stroke is not on the screen as it should be"

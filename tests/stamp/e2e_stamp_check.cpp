@@ -2,19 +2,22 @@
 // stamp stroke: the photo must have changed inside the stroke's box and
 // nowhere else, and the source spot must be as it was.
 //
-//   e2e_stamp_check <before.png> <after.png> <sourceX> <sourceY> <x0> <y0> <x1> <y1> <margin>
+//   e2e_stamp_check <before.png> <after.png> <sourceX> <sourceY> <x0> <y0> <x1> <y1> <margin> <listX>
 //
 // Screen coordinates; the box runs from (x0, y0) to (x1, y1), grown by margin.
+// From listX rightwards lies the photo list, whose row thumbnail shows the
+// photo's present pixels and so changes with the stroke: not compared.
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 int main(int argc, char **argv)
 {
-    if (argc != 10) {
-        std::fprintf(stderr, "usage: %s before after sx sy x0 y0 x1 y1 margin\n", argv[0]);
+    if (argc != 11) {
+        std::fprintf(stderr, "usage: %s before after sx sy x0 y0 x1 y1 margin listX\n", argv[0]);
         return 2;
     }
     const cv::Mat before = cv::imread(argv[1], cv::IMREAD_COLOR);
@@ -37,6 +40,8 @@ int main(int argc, char **argv)
     const int inside = cv::countNonZero(changed(box));
     cv::Mat outsideMask = changed.clone();
     outsideMask(box).setTo(0);
+    const int listX = std::max(0, std::min(atoi(argv[10]), before.cols));
+    outsideMask.colRange(listX, before.cols).setTo(0);
     const int outside = cv::countNonZero(outsideMask);
     const cv::Rect spot = cv::Rect(sx - 4, sy - 4, 9, 9) & cv::Rect(0, 0, before.cols, before.rows);
     const int atSource = cv::countNonZero(changed(spot));
