@@ -477,6 +477,11 @@ TEST_F(Cli, CommonFormatsDoNotLoadOpenCVsCodecs)
     EXPECT_TRUE(r.err.contains("libopencv_imgcodecs"));
 }
 
+// The wait policy is put in place for libgomp, the OpenMP runtime the
+// programs are built with, which reads its environment as it is loaded. The
+// ThreadSanitizer build uses LLVM's runtime instead, which reads it only at
+// the first parallel region and shows nothing for --version: left out there.
+#if !defined(__clang__)
 TEST_F(Cli, OpenMPStartsPassiveWithoutARestart)
 {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -484,17 +489,14 @@ TEST_F(Cli, OpenMPStartsPassiveWithoutARestart)
     env.insert("SHLVL", "1");
     env.insert("OMP_DISPLAY_ENV", "verbose");
     const ToolRun r = runTool({"--version"}, env);
-    // libgomp shows the spin count it derived (0 when passive); another
-    // OpenMP runtime at least shows the policy.
-    if (r.err.contains("GOMP_SPINCOUNT"))
-        EXPECT_TRUE(r.err.contains("GOMP_SPINCOUNT = '0'")) << r.err.toStdString();
-    else
-        EXPECT_TRUE(r.err.contains("PASSIVE")) << r.err.toStdString();
+    // libgomp shows the spin count it derived: 0 when passive.
+    EXPECT_TRUE(r.err.contains("GOMP_SPINCOUNT = '0'")) << r.err.toStdString();
     // The borrowed variable is back in place for the program.
     EXPECT_EQ(r.status, Done);
     env.insert("OMP_WAIT_POLICY", "ACTIVE");
     EXPECT_FALSE(runTool({"--version"}, env).err.contains("GOMP_SPINCOUNT = '0'")) << "the user's policy stays";
 }
+#endif
 
 TEST_F(Cli, SideOver65535IsRefused)
 {
