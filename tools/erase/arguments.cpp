@@ -1,5 +1,7 @@
 #include "arguments.h"
 
+#include "masknames.h"
+
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
@@ -8,6 +10,11 @@
 #include <cstdio>
 
 namespace {
+
+QString inFolder(const QString &folder, const std::string &fileName)
+{
+    return QDir(folder).filePath(QString::fromStdString(fileName));
+}
 
 const char *const kDescription =
     "Erases from each photo what its mask marks (every pixel that is not black),\n"
@@ -104,8 +111,9 @@ ParseOutcome readBatch(const QCommandLineParser &parser, const Options &options,
         return fail(message, "no photo given");
     for (const QString &photo : parser.positionalArguments()) {
         const QString fileName = QFileInfo(photo).fileName();
-        const QString donor = QDir(request.masksFolder).filePath(donorNameFor(photo));
-        request.items.push_back({photo, QDir(request.masksFolder).filePath(maskNameFor(photo)),
+        const std::string photoPath = photo.toStdString();
+        const QString donor = inFolder(request.masksFolder, photoio::donorNameFor(photoPath));
+        request.items.push_back({photo, inFolder(request.masksFolder, photoio::maskNameFor(photoPath)),
                                  QFileInfo::exists(donor) ? donor : QString(),
                                  QDir(request.outputFolder).filePath(fileName), fileName});
     }
@@ -114,15 +122,6 @@ ParseOutcome readBatch(const QCommandLineParser &parser, const Options &options,
 
 } // namespace
 
-QString maskNameFor(const QString &photo)
-{
-    return QFileInfo(photo).completeBaseName() + ".mask.png";
-}
-
-QString donorNameFor(const QString &photo)
-{
-    return QFileInfo(photo).completeBaseName() + ".donor.png";
-}
 
 ParseOutcome parseArguments(const QStringList &arguments, EraseRequest &request, QString &message)
 {

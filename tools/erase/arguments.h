@@ -46,11 +46,6 @@ enum class ParseOutcome
     UsageError, // `message` says why
 };
 
-// In a batch, the mask of photo NAME.EXT is NAME.mask.png in the masks
-// folder, and NAME.donor.png beside it, if present, is its donor.
-QString maskNameFor(const QString &photo);
-QString donorNameFor(const QString &photo);
-
 // Reads `arguments` (argv, program name first) into `request`.
 ParseOutcome parseArguments(const QStringList &arguments, EraseRequest &request, QString &message);
 
