@@ -7,6 +7,7 @@
 // painted black first.
 
 #include "fillcheck.h"
+#include "testpictures.h"
 #include "holecheck.h"
 #include "levelrules.h"
 #include "threadfromqthread.h"
@@ -20,8 +21,9 @@
 namespace {
 
 using holecheck::kFloor;
-const cv::Scalar kRed(0, 0, 255, 128);
-const cv::Scalar kGreen(0, 255, 0, 128);
+using testpictures::kGreen;
+using testpictures::kRed;
+using testpictures::layer;
 
 cv::Mat photo(int rows, int cols, unsigned seed = 7)
 {
@@ -29,19 +31,14 @@ cv::Mat photo(int rows, int cols, unsigned seed = 7)
     std::uniform_int_distribution<int> noise(0, 30);
     cv::Mat img(rows, cols, CV_8UC3);
     for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < cols; ++x)
-            img.at<cv::Vec3b>(y, x) = cv::Vec3b(uchar(kFloor + (x * 5 + noise(rng)) % 200),
-                                                uchar(kFloor + (y * 3 + noise(rng)) % 200),
-                                                uchar(kFloor + (x + y + noise(rng)) % 200));
+        for (int x = 0; x < cols; ++x) {
+            // Red first, in statements of their own, as testpictures::texture.
+            const int r = kFloor + (x + y + noise(rng)) % 200;
+            const int g = kFloor + (y * 3 + noise(rng)) % 200;
+            const int b = kFloor + (x * 5 + noise(rng)) % 200;
+            img.at<cv::Vec3b>(y, x) = cv::Vec3b(uchar(b), uchar(g), uchar(r));
+        }
     return img;
-}
-
-cv::Mat layer(cv::Size size, const cv::Rect &r = cv::Rect(), const cv::Scalar &colour = kRed)
-{
-    cv::Mat m(size, CV_8UC4, cv::Scalar::all(0));
-    if (r.area() > 0)
-        m(r & cv::Rect(cv::Point(), size)).setTo(colour);
-    return m;
 }
 
 // Runs the erase through the job thread as the window does and returns the

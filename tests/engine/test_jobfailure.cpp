@@ -3,6 +3,7 @@
 // held against the peak a real job reaches, measured in a child process.
 
 #include "jobmemory.h"
+#include "testpictures.h"
 #include "threadfromqthread.h"
 
 #include <gtest/gtest.h>
@@ -20,20 +21,13 @@
 
 namespace {
 
-const cv::Scalar kRed(0, 0, 255, 128);
-const cv::Scalar kGreen(0, 255, 0, 128);
+using testpictures::kGreen;
+using testpictures::kRed;
+using testpictures::layer;
 // Flat photos: every patch away from the edge matches at cost 0 at once,
 // so the sweeps skip nearly every pixel and a large job stays quick, while
 // every buffer is still allocated at its full size.
 const cv::Scalar kFlat(90, 120, 150);
-
-cv::Mat layer(cv::Size size, const cv::Rect &r = cv::Rect(), const cv::Scalar &colour = kRed)
-{
-    cv::Mat m(size, CV_8UC4, cv::Scalar::all(0));
-    if (r.area() > 0)
-        m(r).setTo(colour);
-    return m;
-}
 
 uint64_t residentBytes()
 {

@@ -2,6 +2,7 @@
 // signals across threads and cancelling.
 
 #include "threadfromqthread.h"
+#include "testpictures.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -16,29 +17,10 @@
 
 namespace {
 
-const cv::Scalar kRed(0, 0, 255, 128);
-const cv::Scalar kGreen(0, 255, 0, 128);
-
-cv::Mat texture(int rows, int cols, unsigned seed = 5)
-{
-    std::mt19937 rng(seed);
-    std::uniform_int_distribution<int> noise(0, 40);
-    cv::Mat img(rows, cols, CV_8UC3);
-    for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < cols; ++x)
-            img.at<cv::Vec3b>(y, x) = cv::Vec3b(uchar((x * 3 + noise(rng)) % 256),
-                                                uchar((y * 2 + noise(rng)) % 256),
-                                                uchar((x + y + noise(rng)) % 256));
-    return img;
-}
-
-cv::Mat layer(cv::Size size, const cv::Rect &r = cv::Rect(), const cv::Scalar &colour = kRed)
-{
-    cv::Mat m(size, CV_8UC4, cv::Scalar::all(0));
-    if (r.area() > 0)
-        m(r).setTo(colour);
-    return m;
-}
+using testpictures::kGreen;
+using testpictures::kRed;
+using testpictures::layer;
+using testpictures::texture;
 
 // The stamped hole of a selection rectangle: the rectangle grown by one.
 cv::Rect stamped(const cv::Rect &r, cv::Size size)
@@ -108,7 +90,7 @@ TEST(Stamping, OverlappingRedAndGreenBelongToTheHoleOnly)
 TEST(Job, GreenWithoutRedDoesNothing)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(40, 40);
+    cv::Mat image = texture(40, 40, 5);
     const cv::Mat before = image.clone();
     long progress = 0;
     QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long) { ++progress; });
@@ -123,7 +105,7 @@ TEST(Job, GreenWithoutRedDoesNothing)
 TEST(Job, DonorWithAllZeroGreenStillRunsTheDonorDriver)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(40, 40);
+    cv::Mat image = texture(40, 40, 5);
     const cv::Mat before = image.clone();
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(15, 15, 8, 8)), layer(image.size()),
                        true, JobType::Erase);
@@ -138,7 +120,7 @@ TEST(Job, DonorWithAllZeroGreenStillRunsTheDonorDriver)
 TEST(Job, RedCoveringTheWholeImageIsAccepted)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(24, 30);
+    cv::Mat image = texture(24, 30, 5);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(0, 0, 30, 24)), layer(image.size()),
                        false, JobType::Erase);
     thread.run();
@@ -149,7 +131,7 @@ TEST(Job, RedCoveringTheWholeImageIsAccepted)
 TEST(Job, UnknownJobTypeFinishesOncePerConnection)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(20, 20);
+    cv::Mat image = texture(20, 20, 5);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(5, 5, 4, 4)), layer(image.size()),
                        false, jobTypeFromCode(7));
     const cv::Mat before = image.clone();
@@ -163,7 +145,7 @@ TEST(Job, UnknownJobTypeFinishesOncePerConnection)
 TEST(Job, CancelBeforeTheRunIsLost)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(48, 48);
+    cv::Mat image = texture(48, 48, 5);
     const cv::Rect hole(20, 20, 6, 6);
     thread.setEraseJob(image, image, layer(image.size(), hole), layer(image.size()), false, JobType::Erase);
     thread.cancelWork();
@@ -176,7 +158,7 @@ TEST(Job, CancelBeforeTheRunIsLost)
 TEST(Job, SeamlessWithoutSetJobTypeRunsThePreviousType)
 {
     ThreadFromQThread thread;
-    cv::Mat first = texture(40, 40);
+    cv::Mat first = texture(40, 40, 5);
     thread.setEraseJob(first, first, layer(first.size(), cv::Rect(10, 10, 5, 5)), layer(first.size()),
                        false, JobType::Erase);
     thread.run();
@@ -228,7 +210,7 @@ TEST(Job, SeamlessPasteOffTheImageDoesNotCrash)
 TEST(Job, CloneJobSettlesTheMovedPiece)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(48, 64);
+    cv::Mat image = texture(48, 64, 5);
     const cv::Rect piece(5, 5, 10, 10);
     cv::Mat composite = image.clone();
     image(piece).copyTo(composite(cv::Rect(40, 20, 10, 10)));
@@ -246,7 +228,7 @@ TEST(Job, CloneJobSettlesTheMovedPiece)
 TEST(Thread, ProgressAndFinishArriveQueuedOnTheInterfaceThread)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(64, 64);
+    cv::Mat image = texture(64, 64, 5);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(22, 22, 18, 18)), layer(image.size()),
                        false, JobType::Erase);
     std::vector<long> values;
@@ -299,7 +281,7 @@ void runAndCancelAtFirstProgress(ThreadFromQThread &thread)
 TEST(Thread, CancelledPlainEraseLeavesTheBlackHole)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(64, 64);
+    cv::Mat image = texture(64, 64, 5);
     const cv::Mat before = image.clone();
     const cv::Rect hole(22, 22, 18, 18);
     thread.setEraseJob(image, image, layer(image.size(), hole), layer(image.size()), false, JobType::Erase);
@@ -315,7 +297,7 @@ TEST(Thread, CancelledPlainEraseLeavesTheBlackHole)
 TEST(Thread, CancelledDonorEraseLeavesTheImageUntouched)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(64, 64);
+    cv::Mat image = texture(64, 64, 5);
     const cv::Mat before = image.clone();
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(22, 22, 18, 18)),
                        layer(image.size(), cv::Rect(0, 0, 64, 20), kGreen), true, JobType::Erase);
@@ -326,7 +308,7 @@ TEST(Thread, CancelledDonorEraseLeavesTheImageUntouched)
 TEST(Thread, StartingWhileRunningDoesNothing)
 {
     ThreadFromQThread thread;
-    cv::Mat image = texture(64, 64);
+    cv::Mat image = texture(64, 64, 5);
     thread.setEraseJob(image, image, layer(image.size(), cv::Rect(22, 22, 18, 18)), layer(image.size()),
                        false, JobType::Erase);
     std::atomic<int> finished{0}, progress{0};

@@ -2,6 +2,7 @@
 // progress sequences.
 
 #include "mypatchmatch.h"
+#include "testpictures.h"
 #include "reference.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,8 @@
 
 namespace {
 
+using testpictures::texture;
+
 cv::Mat noMask(int rows, int cols)
 {
     return cv::Mat(rows, cols, CV_8UC3, cv::Scalar::all(0));
@@ -24,20 +27,6 @@ cv::Mat squareMask(int rows, int cols, cv::Rect hole)
     cv::Mat m = noMask(rows, cols);
     m(hole).setTo(cv::Scalar(255, 0, 0));
     return m;
-}
-
-// A textured test picture: smooth gradients plus a fixed noise pattern.
-cv::Mat texture(int rows, int cols, unsigned seed = 11)
-{
-    std::mt19937 rng(seed);
-    std::uniform_int_distribution<int> noise(0, 40);
-    cv::Mat img(rows, cols, CV_8UC3);
-    for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < cols; ++x)
-            img.at<cv::Vec3b>(y, x) = cv::Vec3b(uchar((x * 3 + noise(rng)) % 256),
-                                                uchar((y * 2 + noise(rng)) % 256),
-                                                uchar(((x + y) + noise(rng)) % 256));
-    return img;
 }
 
 std::vector<int> levelCounts(MyPatchMatch &pm, const cv::Mat &image, const cv::Mat &mask, int &L,
