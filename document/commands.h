@@ -27,6 +27,36 @@ public:
     PhotoItem *m_item;
 };
 
+// What a fill needs to run again with a fresh random start: the crop the
+// engine worked on, its pixels as they were before the first fill, and the
+// selections over it as 0/255 CV_8UC1 masks (green only when the donor was
+// used). The Mats are never written once made, so entries share them.
+struct FillInputs
+{
+    cv::Rect crop;
+    cv::Mat original; // CV_8UC3, crop-sized
+    cv::Mat red;      // CV_8UC1, crop-sized
+    cv::Mat green;    // CV_8UC1, crop-sized; empty without the donor
+    bool useDonor = false;
+
+    // Every Mat of the crop's size and type, the green one there when asked.
+    bool fits(const cv::Size &imageSize) const;
+};
+
+// An Erase or an Another Fill: an image change that also keeps what it
+// takes to fill the same hole again, so that the command follows the undo
+// history by itself.
+class FillCommand : public Command
+{
+public:
+    FillCommand(cv::Mat after, cv::Mat before, QPointF min, QPointF max, QString text, PhotoItem *item,
+                cv::Rect rect, FillInputs inputs);
+    const FillInputs &inputs() const { return m_inputs; }
+
+private:
+    FillInputs m_inputs;
+};
+
 // A change of the red selection.
 class AddRedCommand : public QUndoCommand
 {
