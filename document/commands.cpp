@@ -33,6 +33,16 @@ FillCommand::FillCommand(cv::Mat after, cv::Mat before, QPointF min, QPointF max
 {
 }
 
+SelectionMaskCommand::SelectionMaskCommand(Colour colour, cv::Mat after, cv::Mat before, QString text,
+                                           PhotoItem *item, cv::Rect rect)
+    : m_colour(colour), m_after(std::move(after)), m_before(std::move(before)), m_rect(rect), m_item(item)
+{
+    setText(text);
+}
+
+void SelectionMaskCommand::undo() { m_item->paintSelection(m_colour, m_before, m_rect); }
+void SelectionMaskCommand::redo() { m_item->paintSelection(m_colour, m_after, m_rect); }
+
 AddRedCommand::AddRedCommand(cv::Mat after, cv::Mat before, QString text, PhotoItem *item, cv::Rect rect)
     : m_rect(rect), m_item(item)
 {

@@ -5,6 +5,8 @@
 #include <QUndoCommand>
 #include <opencv2/core.hpp>
 
+#include "tools.h"
+
 class PhotoItem;
 
 // Undo entries hold the before and after of one rectangle, as deep copies,
@@ -55,6 +57,25 @@ public:
 
 private:
     FillInputs m_inputs;
+};
+
+// Grow or shrink of a whole selection: both sides kept as 0/255 CV_8UC1
+// masks of the rectangle, a quarter of the layer's bytes, and painted back
+// in the layer's one tint (all a selection layer holds). The masks are
+// taken as they are: the caller hands over Mats of its own.
+class SelectionMaskCommand : public QUndoCommand
+{
+public:
+    SelectionMaskCommand(Colour colour, cv::Mat after, cv::Mat before, QString text, PhotoItem *item,
+                         cv::Rect rect);
+    void undo() override;
+    void redo() override;
+
+    Colour m_colour;
+    cv::Mat m_after;
+    cv::Mat m_before;
+    cv::Rect m_rect;
+    PhotoItem *m_item;
 };
 
 // A change of the red selection.

@@ -238,6 +238,9 @@ public slots:
     void setRedoPixmap(cv::Mat temp, cv::Rect rect);
     void setInpaintMask(cv::Mat tempMask, cv::Rect rect);
     void setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect);
+    // The rectangle of a colour's layer painted from a 0/255 CV_8UC1 mask
+    // of its size: the tint where set, nothing elsewhere.
+    void paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect);
     // Output (photoitem_output.cpp).
     void recvSaveCommand(QString fileName);
     // Writes the photo to fileName, encoded by its suffix, all or nothing.

@@ -222,6 +222,74 @@ private slots:
         QVERIFY(samePixels(item->m_image, photo));
     }
 
+    // The box search reads eight pixels at a time: it must find what a
+    // plain pixel-by-pixel search finds, at every width and at the edges.
+    void selectionBoxAsAPlainSearchFindsIt()
+    {
+        cv::RNG rng(18);
+        for (int round = 0; round < 400; ++round) {
+            const int cols = 1 + rng.uniform(0, 40), rows = 1 + rng.uniform(0, 12);
+            const int channel = rng.uniform(0, 2) ? 2 : 1;
+            cv::Mat layer(rows, cols, CV_8UC4, cv::Scalar::all(0));
+            // Other channels set too, which must not count.
+            for (int k = rng.uniform(0, 6); k > 0; --k)
+                layer.at<cv::Vec4b>(rng.uniform(0, rows), rng.uniform(0, cols))[channel == 2 ? 1 : 2] = 255;
+            for (int k = rng.uniform(0, 4); k > 0; --k)
+                layer.at<cv::Vec4b>(rng.uniform(0, rows), rng.uniform(0, cols))[channel] = uchar(rng.uniform(1, 256));
+            int minX = cols, minY = rows, maxX = -1, maxY = -1;
+            for (int y = 0; y < rows; ++y)
+                for (int x = 0; x < cols; ++x)
+                    if (layer.at<cv::Vec4b>(y, x)[channel] != 0) {
+                        minX = std::min(minX, x);
+                        maxX = std::max(maxX, x);
+                        minY = std::min(minY, y);
+                        maxY = std::max(maxY, y);
+                    }
+            const cv::Rect plain = maxY < 0 ? cv::Rect() : cv::Rect(minX, minY, maxX - minX + 1, maxY - minY + 1);
+            QCOMPARE(layerBounds(layer, channel), plain);
+        }
+    }
+
+    // The entry keeps masks, not layer bytes: undo and redo still give the
+    // layer back byte for byte, red and green.
+    void growAndShrinkUndoTheLayerBytesExactly()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        dragRectangle(QPointF(0, 0), QPointF(30, 399));
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        dragRectangle(QPointF(300, 200), QPointF(380, 260));
+        QTest::mouseClick(ui->pushButton_red, Qt::LeftButton);
+        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat green = item->m_inpaintMaskBK.clone();
+        QUndoStack *stack = item->getUndoStack();
+        entry(QStringLiteral("Shrink Selection"))->trigger();
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        const cv::Mat changedRed = item->m_inpaintMask.clone();
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        const cv::Mat grownGreen = item->m_inpaintMaskBK.clone();
+        QVERIFY(!samePixels(grownGreen, green));
+        QVERIFY(!samePixels(changedRed, red));
+        stack->undo();
+        QVERIFY(samePixels(item->m_inpaintMaskBK, green));
+        stack->undo();
+        stack->undo();
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+        stack->redo();
+        stack->redo();
+        QVERIFY(samePixels(item->m_inpaintMask, changedRed));
+        stack->redo();
+        QVERIFY(samePixels(item->m_inpaintMaskBK, grownGreen));
+        // Only the layer's two values, as the tools paint them.
+        for (const cv::Mat &layer : {item->m_inpaintMask, item->m_inpaintMaskBK}) {
+            cv::Mat alpha;
+            cv::extractChannel(layer, alpha, 3);
+            QCOMPARE(cv::countNonZero(alpha != 0 & alpha != 128), 0);
+        }
+    }
+
     void shrinkAwayAThinSelectionThenNothingIsLeftToShrink()
     {
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
