@@ -31,6 +31,10 @@ FillCommand::FillCommand(cv::Mat after, cv::Mat before, QPointF min, QPointF max
                          cv::Rect rect, FillInputs inputs)
     : Command(after, before, min, max, text, item, rect), m_inputs(std::move(inputs))
 {
+    // An Erase's "before" is its crop as it was before the first fill:
+    // shared, not kept twice.
+    if (m_inputs.original.empty() && m_rect == m_inputs.crop)
+        m_inputs.original = m_undoImage;
 }
 
 SelectionMaskCommand::SelectionMaskCommand(Colour colour, cv::Mat after, cv::Mat before, QString text,

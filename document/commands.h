@@ -36,7 +36,7 @@ public:
 struct FillInputs
 {
     cv::Rect crop;
-    cv::Mat original; // CV_8UC3, crop-sized
+    cv::Mat original; // CV_8UC3, crop-sized; an Erase entry takes its "before"
     cv::Mat red;      // CV_8UC1, crop-sized
     cv::Mat green;    // CV_8UC1, crop-sized; empty without the donor
     bool useDonor = false;

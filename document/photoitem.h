@@ -276,8 +276,8 @@ private:
     // selection layers) and the machine has the memory for it; else the
     // reason.
     QString eraseJobRefusal(const cv::Mat &image, const cv::Mat &red, const cv::Mat &green, bool useDonor) const;
-    // What it takes to run the erase of the crop again, from the photo as
-    // it was before the job and the selections as they are.
+    // What it takes to run the erase of the crop again: the selections as
+    // they are (the entry adds the pixels before the fill).
     FillInputs eraseInputs(const cv::Rect &crop) const;
     // The last entry of the history when it is an Erase or an Another Fill.
     const FillCommand *lastFill() const;

@@ -223,7 +223,7 @@ FillInputs PhotoItem::eraseInputs(const cv::Rect &crop) const
 {
     FillInputs inputs;
     inputs.crop = crop;
-    inputs.original = m_imageBeforeJob(crop).clone();
+    // The pixels before the fill are the entry's own "before".
     const cv::Mat green = m_inpaintMaskBK(crop);
     inputs.useDonor = donorAsked(m_donorUsed, green);
     inputs.red = selectedPixels(m_inpaintMask(crop), 2);

@@ -598,6 +598,9 @@ private slots:
         const cv::Mat hole = erase->inputs().red;
         QVERIFY(cv::countNonZero(hole) > 20000);
         QVERIFY(!erase->inputs().useDonor);
+        // The pixels before the fill are kept once, as the entry's "before".
+        QCOMPARE(erase->inputs().original.data, erase->m_undoImage.data);
+        QVERIFY(samePixels(erase->inputs().original, original(erase->inputs().crop)));
         const cv::Mat first = item->m_image.clone();
         const int entries = stack->count();
 
