@@ -585,6 +585,32 @@ private slots:
         QCOMPARE(stack->count(), entries);
     }
 
+    // Greyed means seen greyed: a disabled entry's text is drawn darker than
+    // an enabled one's.
+    void disabledEntriesAreDrawnGreyed()
+    {
+        QMenu *m = menu();
+        m->popup(QPoint(0, 0));
+        QVERIFY(QTest::qWaitForWindowExposed(m));
+        const QImage shot = m->grab().toImage();
+        m->hide();
+        auto brightText = [&shot](const QRect &row) {
+            int count = 0;
+            for (int y = row.top(); y <= row.bottom(); ++y)
+                for (int x = row.left(); x <= row.right(); ++x) {
+                    const QColor c = shot.pixelColor(x, y);
+                    count += c.red() > 200 && c.green() > 200 && c.blue() > 200;
+                }
+            return count;
+        };
+        QAction *website = m->actions().at(0);
+        QAction *again = entry(QStringLiteral("Another Fill"));
+        QVERIFY(website->isEnabled());
+        QVERIFY(!again->isEnabled());
+        QVERIFY(brightText(m->actionGeometry(website)) > 20);
+        QCOMPARE(brightText(m->actionGeometry(again)), 0);
+    }
+
     void anotherFillChangesTheHoleOnlyAndUndoesExactly()
     {
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
