@@ -1,15 +1,17 @@
 // Editing commands of the drop-down menu: masks in and out, grow and shrink
-// the selection, another fill of the last erase. Each entry carries its shortcut, which works with the menu
-// closed too, and is greyed whenever it cannot apply.
+// the selection, another fill of the last erase. Each entry carries its
+// shortcut, which works with the menu closed too, and is greyed whenever it
+// cannot apply.
 //
-// Masks follow the command-line eraser's convention: for photo NAME.EXT the
-// mask is NAME.mask.png and the donor NAME.donor.png beside it, 8-bit grey,
-// every non-black pixel selected.
+// Masks follow the command-line eraser's convention (photoio/masknames.h):
+// for photo NAME.EXT the mask is NAME.mask.png and the donor NAME.donor.png
+// beside it, 8-bit grey, every non-black pixel selected.
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "photoitem.h"
 #include "qmenubutton.h"
 
+#include "masknames.h"
 #include "photoio.h"
 
 #include <QAction>
@@ -118,18 +120,13 @@ void MainWindow::anotherFill()
 QString MainWindow::maskPathFor(const QString &photoPath)
 {
     const QFileInfo info(photoPath);
-    return info.dir().filePath(info.completeBaseName() + QStringLiteral(".mask.png"));
+    return info.dir().filePath(QString::fromStdString(photoio::maskNameFor(photoPath.toStdString())));
 }
 
 QString MainWindow::donorPathBeside(const QString &maskPath)
 {
     const QFileInfo info(maskPath);
-    QString base = info.fileName();
-    if (base.endsWith(QLatin1String(".mask.png"), Qt::CaseInsensitive))
-        base.chop(int(qstrlen(".mask.png")));
-    else
-        base = info.completeBaseName();
-    return info.dir().filePath(base + QStringLiteral(".donor.png"));
+    return info.dir().filePath(QString::fromStdString(photoio::donorNameBesideMask(maskPath.toStdString())));
 }
 
 namespace {
