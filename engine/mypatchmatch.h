@@ -39,6 +39,10 @@ public:
     // --- Byte maps -------------------------------------------------------
     void allocCloneMap(int size, bool reallocate);
     void allocEraseMaps(int size, bool reallocate);
+    // Frees what a job left behind: the byte maps (the next job allocates
+    // them afresh), the donor mask of the last level, and the final vote
+    // unless m_keepFinalVote asked for it. The similarity table stays.
+    void releaseJobBuffers();
     void growEraseMap(int rows, int cols);
     // Stamps every pixel of `selection` whose `channel` is above 254 into
     // `target` as the 3 x 3 disc of radius m_dilateRadius (strict test), and

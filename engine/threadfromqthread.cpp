@@ -117,6 +117,7 @@ void ThreadFromQThread::run()
         qWarning() << "engine job failed:" << m_failure;
         restoreAfterFailure();
     }
+    releaseJobInputs();
     emit finished_thread();
     qDebug() << "run .............................end";
 }
@@ -138,6 +139,26 @@ void ThreadFromQThread::restoreAfterFailure()
     } catch (...) {
         // Left to the caller's own copy.
     }
+}
+
+void ThreadFromQThread::releaseJobInputs()
+{
+    // A photo keeps its thread for its whole life: what a job held must not
+    // stay with it (the crop's copy, the byte maps, views into the caller's
+    // selection layers, which would keep those alive when the caller lets
+    // them go). The work image and the result stay for the caller to read.
+    m_sourceImage.release();
+    m_redImage.release();
+    m_greenImage.release();
+    m_cloneImage.release();
+    m_workImg.release();
+    m_patchMatch.releaseJobBuffers();
+}
+
+void ThreadFromQThread::releaseResult()
+{
+    m_workImage.release();
+    m_resultImage.release();
 }
 
 void ThreadFromQThread::runJob()

@@ -1,0 +1,206 @@
+// What a job leaves behind on the photo's thread: nothing of its inputs or
+// its own buffers once run() returns (a photo keeps its thread for life),
+// with the result unchanged.
+
+#include "enginecells.h"
+#include "threadfromqthread.h"
+
+#include <gtest/gtest.h>
+#include <opencv2/core.hpp>
+
+#include <random>
+#include <vector>
+
+#include <omp.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+const cv::Scalar kRed(0, 0, 255, 128);
+const cv::Scalar kGreen(0, 255, 0, 128);
+
+cv::Mat texture(int rows, int cols, unsigned seed)
+{
+    std::mt19937 rng(seed);
+    std::uniform_int_distribution<int> noise(0, 60);
+    cv::Mat img(rows, cols, CV_8UC3);
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < cols; ++x)
+            img.at<cv::Vec3b>(y, x) = cv::Vec3b(uchar((x * 5 + noise(rng)) % 256), uchar((y * 3 + noise(rng)) % 256),
+                                                uchar((x + 2 * y + noise(rng)) % 256));
+    return img;
+}
+
+cv::Mat layer(cv::Size size, const cv::Rect &r, const cv::Scalar &colour)
+{
+    cv::Mat m(size, CV_8UC4, cv::Scalar::all(0));
+    if (r.area() > 0)
+        m(r).setTo(colour);
+    return m;
+}
+
+// Only the caller holds the Mat's pixels.
+bool heldByCallerAlone(const cv::Mat &m)
+{
+    return m.u && m.u->refcount == 1;
+}
+
+struct Erase
+{
+    cv::Mat image;
+    cv::Mat red;
+    cv::Mat green;
+};
+
+Erase makeErase(unsigned seed, bool donor)
+{
+    Erase e;
+    e.image = texture(90, 120, seed);
+    e.red = layer(e.image.size(), cv::Rect(50, 35, 16, 14), kRed);
+    e.green = layer(e.image.size(), donor ? cv::Rect(5, 5, 40, 30) : cv::Rect(), kGreen);
+    return e;
+}
+
+// Erases on `thread` and returns the photo after it.
+cv::Mat eraseOn(ThreadFromQThread &thread, Erase e, bool donor)
+{
+    thread.setEraseJob(e.image, e.image, e.red, e.green, donor, JobType::Erase);
+    thread.run();
+    return e.image;
+}
+
+} // namespace
+
+TEST(JobRelease, AnEraseLetsGoOfItsInputsAndBuffers)
+{
+    for (bool donor : {false, true}) {
+        Erase e = makeErase(3, donor);
+        ThreadFromQThread thread;
+        thread.setEraseJob(e.image, e.image, e.red, e.green, donor, JobType::Erase);
+        EXPECT_FALSE(heldByCallerAlone(e.red));
+        thread.run();
+        ASSERT_FALSE(thread.failed());
+        EXPECT_TRUE(thread.m_sourceImage.empty());
+        EXPECT_TRUE(heldByCallerAlone(e.red)) << "donor " << donor;
+        EXPECT_TRUE(heldByCallerAlone(e.green)) << "donor " << donor;
+        EXPECT_EQ(thread.m_patchMatch.m_eraseMap, nullptr);
+        EXPECT_EQ(thread.m_patchMatch.m_donorMap, nullptr);
+        EXPECT_TRUE(thread.m_patchMatch.m_donorLevelMask.empty());
+        EXPECT_TRUE(thread.m_patchMatch.m_finalVote.empty());
+        // The result stays for the caller, until it lets it go.
+        ASSERT_FALSE(thread.m_resultImage.empty());
+        EXPECT_EQ(thread.m_resultImage.data, e.image.data);
+        thread.releaseResult();
+        EXPECT_TRUE(thread.m_resultImage.empty());
+        EXPECT_TRUE(thread.m_workImage.empty());
+        EXPECT_TRUE(heldByCallerAlone(e.image));
+    }
+}
+
+TEST(JobRelease, ACloneLetsGoOfItsMap)
+{
+    cv::Mat image = texture(80, 100, 4);
+    cv::Mat composite = image.clone();
+    const cv::Mat red = layer(image.size(), cv::Rect(20, 20, 12, 12), kRed);
+    ThreadFromQThread thread;
+    thread.setCloneJob(image, composite, JobType::Clone, 30, 10, red);
+    thread.run();
+    ASSERT_FALSE(thread.failed());
+    EXPECT_EQ(thread.m_patchMatch.m_cloneMap, nullptr);
+    EXPECT_TRUE(heldByCallerAlone(red));
+    EXPECT_TRUE(thread.m_cloneImage.empty());
+}
+
+namespace {
+
+// Five jobs (plain erase, donor erase, clone, and again), each on a new
+// photo; with `oneThread`, all on one thread object (which lets go of each
+// job's buffers when it ends), else each on a thread object of its own.
+std::vector<cv::Mat> jobSequence(bool oneThread)
+{
+    std::vector<cv::Mat> results;
+    ThreadFromQThread shared;
+    for (int k = 0; k < 5; ++k) {
+        ThreadFromQThread own;
+        ThreadFromQThread &thread = oneThread ? shared : own;
+        cv::Mat image = texture(150, 200, unsigned(20 + k));
+        if (k % 3 == 2) {
+            cv::Mat composite = image.clone();
+            thread.setCloneJob(image, composite, JobType::Clone, 60, 20,
+                               layer(image.size(), cv::Rect(50, 50, 30, 24), kRed));
+        } else {
+            const bool donor = k % 3 == 1;
+            thread.setEraseJob(image, image, layer(image.size(), cv::Rect(90, 60, 30, 24), kRed),
+                               layer(image.size(), donor ? cv::Rect(5, 5, 70, 50) : cv::Rect(), kGreen), donor,
+                               JobType::Erase);
+        }
+        thread.run();
+        if (thread.failed())
+            return {};
+        results.push_back(image);
+    }
+    return results;
+}
+
+// The job sequence in a child process on one thread, its photos one after
+// the other through a pipe. The engine seeds its generators from the clock,
+// once per thread; the children are forked from a parent whose one thread
+// has drawn already, so every child continues from the same generator state.
+std::vector<cv::Mat> sequenceInChild(bool oneThread)
+{
+    int fds[2];
+    if (pipe(fds) != 0)
+        return {};
+    const pid_t child = fork();
+    if (child == 0) {
+        close(fds[0]);
+        const std::vector<cv::Mat> results = jobSequence(oneThread);
+        bool ok = results.size() == 5;
+        for (const cv::Mat &m : results) {
+            const size_t n = m.total() * m.elemSize();
+            ok = ok && write(fds[1], m.data, n) == ssize_t(n);
+        }
+        _exit(ok ? 0 : 1);
+    }
+    close(fds[1]);
+    std::vector<cv::Mat> results;
+    for (int k = 0; k < 5; ++k) {
+        cv::Mat m(150, 200, CV_8UC3);
+        const size_t n = m.total() * m.elemSize();
+        size_t got = 0;
+        for (ssize_t r; got < n && (r = read(fds[0], m.data + got, n - got)) > 0;)
+            got += size_t(r);
+        if (got == n)
+            results.push_back(m);
+    }
+    close(fds[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? results : std::vector<cv::Mat>();
+}
+
+} // namespace
+
+TEST(JobRelease, JobsOnOneThreadGiveWhatThreadsOfTheirOwnGive)
+{
+    // Nothing a job leaves behind, or lets go of, reaches the next job: the
+    // same sequence on one thread object and on a new one for each job gives
+    // the same bytes.
+    const int threads = omp_get_max_threads();
+    omp_set_num_threads(1);
+    engine::randomDraw(); // the parent's generator, which the children inherit
+    const std::vector<cv::Mat> shared = sequenceInChild(true);
+    const std::vector<cv::Mat> own = sequenceInChild(false);
+    const std::vector<cv::Mat> sharedAgain = sequenceInChild(true);
+    omp_set_num_threads(threads);
+    ASSERT_EQ(shared.size(), 5u);
+    ASSERT_EQ(own.size(), 5u);
+    ASSERT_EQ(sharedAgain.size(), 5u);
+    for (int k = 0; k < 5; ++k) {
+        ASSERT_EQ(cv::norm(shared[k], sharedAgain[k], cv::NORM_INF), 0) << "the runs are repeatable, job " << k;
+        EXPECT_EQ(cv::norm(shared[k], own[k], cv::NORM_INF), 0) << "job " << k;
+        EXPECT_GT(cv::norm(shared[k], texture(150, 200, unsigned(20 + k)), cv::NORM_INF), 0)
+            << "job " << k << " did something";
+    }
+}
