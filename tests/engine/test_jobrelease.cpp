@@ -12,8 +12,8 @@
 #include <vector>
 
 #include <omp.h>
-#include <sys/wait.h>
-#include <unistd.h>
+
+#include "inchild.h"
 
 namespace {
 
@@ -143,41 +143,22 @@ std::vector<cv::Mat> jobSequence(bool oneThread)
     return results;
 }
 
-// The job sequence in a child process on one thread, its photos one after
-// the other through a pipe. The engine seeds its generators from the clock,
-// once per thread; the children are forked from a parent whose one thread
-// has drawn already, so every child continues from the same generator state.
+// The job sequence in a child process, its photos one after the other.
 std::vector<cv::Mat> sequenceInChild(bool oneThread)
 {
-    int fds[2];
-    if (pipe(fds) != 0)
-        return {};
-    const pid_t child = fork();
-    if (child == 0) {
-        close(fds[0]);
-        const std::vector<cv::Mat> results = jobSequence(oneThread);
-        bool ok = results.size() == 5;
-        for (const cv::Mat &m : results) {
-            const size_t n = m.total() * m.elemSize();
-            ok = ok && write(fds[1], m.data, n) == ssize_t(n);
-        }
-        _exit(ok ? 0 : 1);
-    }
-    close(fds[1]);
+    const std::vector<uint8_t> bytes = bytesFromChild([oneThread] {
+        std::vector<uint8_t> out;
+        for (const cv::Mat &m : jobSequence(oneThread))
+            out.insert(out.end(), m.data, m.data + m.total() * m.elemSize());
+        return out;
+    });
     std::vector<cv::Mat> results;
-    for (int k = 0; k < 5; ++k) {
-        cv::Mat m(150, 200, CV_8UC3);
-        const size_t n = m.total() * m.elemSize();
-        size_t got = 0;
-        for (ssize_t r; got < n && (r = read(fds[0], m.data + got, n - got)) > 0;)
-            got += size_t(r);
-        if (got == n)
-            results.push_back(m);
-    }
-    close(fds[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? results : std::vector<cv::Mat>();
+    const size_t each = 150 * 200 * 3;
+    if (bytes.size() != 5 * each)
+        return results;
+    for (int k = 0; k < 5; ++k)
+        results.push_back(cv::Mat(150, 200, CV_8UC3, const_cast<uint8_t *>(bytes.data()) + k * each).clone());
+    return results;
 }
 
 } // namespace
