@@ -21,7 +21,11 @@ constexpr uint64_t kUnlimited = UINT64_MAX;
 //   m_sourceImage, the job's copy of the crop         3
 //   m_eraseMap and m_donorMap                         2
 //   holeMap (donor erase)                             1
-//   inputCopy, the driver's input                     3
+//   the driver's input: when the job's copy holds the
+//   work image's pixels (as the window and the tool
+//   pass them), that copy is the input and only the
+//   hole's box is kept aside; else a second copy.
+//   Counted at its largest, the whole crop            3
 //   levelMasks[0] (and levelDonors[0])                3 (+3)
 //   the level stack above level 0: images, masks
 //   (and donor masks), 3 bytes each, N / 3 pixels     2 (+1)

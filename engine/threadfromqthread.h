@@ -108,6 +108,12 @@ public slots:
 private:
     void restoreAfterFailure();
     void releaseJobInputs();
+    // The input an erase driver reads (see threadfromqthread.cpp).
+    cv::Mat driverInput(bool sourceIsWork, const unsigned char *holeMap);
+    // What driverInput() kept aside of m_sourceImage before blacking out
+    // its hole, for restoreAfterFailure().
+    cv::Rect m_holeBox;
+    cv::Mat m_holeBoxPixels;
 
     // Outcome of the last run(); written on the worker before
     // finished_thread, read by the caller after it.

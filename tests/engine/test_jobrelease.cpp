@@ -9,6 +9,7 @@
 #include <opencv2/core.hpp>
 
 #include <random>
+#include <stdexcept>
 #include <vector>
 
 #include <omp.h>
@@ -184,4 +185,68 @@ TEST(JobRelease, JobsOnOneThreadGiveWhatThreadsOfTheirOwnGive)
         EXPECT_GT(cv::norm(shared[k], texture(150, 200, unsigned(20 + k)), cv::NORM_INF), 0)
             << "job " << k << " did something";
     }
+}
+
+namespace {
+
+// One erase in a child, with the job's copy given as the same pixels as the
+// work image (the driver reads that copy) or as pixels that differ by one
+// byte outside the hole (the driver reads a copy of the work image, as
+// before): the output must be the same.
+cv::Mat eraseInChild(bool donor, bool sameCopy)
+{
+    const std::vector<uint8_t> bytes = bytesFromChild([donor, sameCopy] {
+        cv::Mat image = texture(150, 200, 31);
+        cv::Mat copy = image.clone();
+        if (!sameCopy)
+            copy.at<cv::Vec3b>(2, 3)[0] ^= 1;
+        ThreadFromQThread thread;
+        thread.setEraseJob(copy, image, layer(image.size(), cv::Rect(90, 60, 30, 24), kRed),
+                           layer(image.size(), donor ? cv::Rect(5, 5, 70, 50) : cv::Rect(), kGreen), donor,
+                           JobType::Erase);
+        thread.run();
+        return thread.failed() ? std::vector<uint8_t>()
+                               : std::vector<uint8_t>(image.data, image.data + image.total() * image.elemSize());
+    });
+    return bytes.size() == 150 * 200 * 3 ? cv::Mat(150, 200, CV_8UC3, const_cast<uint8_t *>(bytes.data())).clone()
+                                         : cv::Mat();
+}
+
+} // namespace
+
+TEST(JobRelease, TheJobsCopyAsInputGivesWhatASecondCopyGives)
+{
+    const int threads = omp_get_max_threads();
+    omp_set_num_threads(1);
+    engine::randomDraw();
+    for (bool donor : {false, true}) {
+        const cv::Mat shared = eraseInChild(donor, true);
+        const cv::Mat second = eraseInChild(donor, false);
+        const cv::Mat sharedAgain = eraseInChild(donor, true);
+        ASSERT_FALSE(shared.empty());
+        ASSERT_FALSE(second.empty());
+        ASSERT_EQ(cv::norm(shared, sharedAgain, cv::NORM_INF), 0) << "the runs are repeatable";
+        EXPECT_EQ(cv::norm(shared, second, cv::NORM_INF), 0) << "donor " << donor;
+        EXPECT_GT(cv::norm(shared, texture(150, 200, 31), cv::NORM_INF), 0) << "the erase did something";
+    }
+    omp_set_num_threads(threads);
+}
+
+TEST(JobRelease, AFailureAfterTheCopyBecameTheInputRestoresTheCrop)
+{
+    // The job's copy is the driver's input with its hole blacked out; a
+    // failure inside the driver must still give the crop back as it was.
+    cv::Mat image = texture(120, 160, 41);
+    const cv::Mat before = image.clone();
+    ThreadFromQThread thread;
+    thread.setEraseJob(image, image, layer(image.size(), cv::Rect(60, 40, 30, 24), kRed),
+                       layer(image.size(), cv::Rect(), kGreen), false, JobType::Erase);
+    // Throws from inside the driver, at its first progress report; by then
+    // the hole of the copy and of the crop is black.
+    QObject::connect(
+        &thread, &ThreadFromQThread::progressSum, &thread, [](long) { throw std::runtime_error("injected failure"); },
+        Qt::DirectConnection);
+    thread.run();
+    ASSERT_TRUE(thread.failed());
+    EXPECT_EQ(cv::norm(image, before, cv::NORM_INF), 0);
 }
