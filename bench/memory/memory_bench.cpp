@@ -669,19 +669,24 @@ int main(int argc, char **argv)
     QDir::setCurrent(QStringLiteral(MERVANE_RUN_DIR));
     Skin::init();
 
-    char host[256] = {};
-    gethostname(host, sizeof host - 1);
-    std::printf("mervane-memory-bench %s: %u cores, load %s\n", qPrintable(mode), std::thread::hardware_concurrency(),
-                [] {
-                    static char load[64] = {};
-                    if (FILE *f = std::fopen("/proc/loadavg", "r")) {
-                        if (!std::fgets(load, sizeof load, f))
-                            load[0] = 0;
-                        std::fclose(f);
-                    }
-                    load[std::strcspn(load, "\n")] = 0;
-                    return load;
-                }());
+    // The machine, as the figures are recorded with it.
+    std::string model = "unknown processor";
+    {
+        std::ifstream cpuinfo("/proc/cpuinfo");
+        std::string line;
+        while (std::getline(cpuinfo, line))
+            if (line.rfind("model name", 0) == 0) {
+                model = line.substr(line.find(':') + 2);
+                break;
+            }
+    }
+    std::string load;
+    {
+        std::ifstream loadavg("/proc/loadavg");
+        std::getline(loadavg, load);
+    }
+    std::printf("mervane-memory-bench %s: %u cores, %s, load %s\n", qPrintable(mode),
+                std::thread::hardware_concurrency(), model.c_str(), load.c_str());
 
     if (mode == "decode")
         return runDecode(argc > 2 ? std::max(3, std::atoi(argv[2])) : 9);
