@@ -23,6 +23,8 @@ bool MyPatchMatch::walkCoarseToFine(int coarsest, const cv::Mat *levelImages, co
                 voteImage(levelImages[i], result, field, mask, false, cost);
             } else {
                 cv::Mat candidate;
+                if (i == 1 && steps.baseTarget)
+                    candidate = *steps.baseTarget;
                 cv::resize(result, candidate, levelImages[i - 1].size(), 0, 0, cv::INTER_LINEAR);
                 mask = levelMasks[i - 1];
                 if (i == 1 && steps.beforeBaseVote)

@@ -50,8 +50,9 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
     const bool donor = (holeMap != nullptr);
     const int64 start = donor ? 0 : cv::getTickCount();
 
-    // Replaced by the coarsest level's field before anything reads it.
-    cv::Mat field(image.size(), CV_16SC3);
+    // Made by the coarsest level (initFieldRandom) before anything reads
+    // it: no full-size field is allocated up front.
+    cv::Mat field;
     cv::Mat cost;
     m_patchRadius = 2;
 
@@ -129,6 +130,10 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
             };
         }
         steps.progressEachRound = !donor;
+        // The last vote goes straight into the output, which nothing reads
+        // during the walk (the input is a picture of its own).
+        if (out.size() == image.size() && out.type() == image.type() && out.data != image.data)
+            steps.baseTarget = &out;
         if (!walkCoarseToFine(L, levelImages, levelMasks, field, cost, result, steps))
             return;
     }
@@ -137,7 +142,8 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
         restoreUnmarkedPixels(levelImages[0], levelMasks[0], result);
     if (!donor)
         qDebug() << field.rows << field.cols << result.rows << result.cols;
-    result.copyTo(out);
+    if (result.data != out.data)
+        result.copyTo(out);
     if (!donor) {
         const double ms = double(cv::getTickCount() - start) * 1000.0 / cv::getTickFrequency();
         qDebug() << "execution time 0000==" << ms << " ms";

@@ -21,23 +21,28 @@ constexpr uint64_t kUnlimited = UINT64_MAX;
 //   m_sourceImage, the job's copy of the crop         3
 //   m_eraseMap and m_donorMap                         2
 //   holeMap (donor erase)                             1
-//   inputCopy, the driver's input                     3
 //   levelMasks[0] (and levelDonors[0])                3 (+3)
 //   the level stack above level 0: images, masks
 //   (and donor masks), 3 bytes each, N / 3 pixels     2 (+1)
-// Then the larger of two moments:
-//   while the pyramid is built, the full-size field
-//   the driver creates first                          6
-//   at the last vote: the level-1 field and cost map
-//   (8 bytes at N / 4), its vote cells (16 bytes at
-//   N / 4), the level-1 result (3 at N / 4) and the
-//   full-size candidate (3)                           2 + 4 + 0.75 + 3 = 9.75
-// The vote moment is the larger, so the job's peak is 22.75 bytes per pixel
-// for a plain erase, 28.75 for a donor erase.
-constexpr double kHeldPlain = 3 + 2 + 3 + 3 + 2;
+// and the driver's input: when the job's copy holds the work image's pixels
+// (the window and the tool pass one view for both), that copy is the input
+// and only the pixels of the hole's box are kept aside (3 bytes a pixel of
+// the box); otherwise a second copy of the crop (3). Without the box, it is
+// counted as the whole crop.
+// Then the largest moment, the last vote: the level-1 field and cost map
+// (8 bytes at N / 4), its vote cells (16 bytes at N / 4) and the level-1
+// result (3 at N / 4), 2 + 4 + 0.75 = 6.75; the vote writes straight into
+// the caller's crop. (The pyramid, built before any field exists, stays
+// below that.)
+// A donor erase measures 1.5 bytes a pixel above its held buffers and that
+// vote (its peak falls at another step of the walk); counted so.
+// So a plain erase peaks at 16.75 bytes per pixel plus 3 per pixel of the
+// hole's box, a donor erase at 23.25 plus the same.
+constexpr double kHeldPlain = 3 + 2 + 3 + 2;
 constexpr double kHeldDonor = kHeldPlain + 1 + 3 + 1;
-constexpr double kPyramidMoment = 6;
-constexpr double kVoteMoment = 2 + 4 + 0.75 + 3;
+constexpr double kVoteMoment = 2 + 4 + 0.75;
+constexpr double kDonorMoment = kVoteMoment + 1.5;
+constexpr double kKeptBox = 3;
 
 // Besides the pixels: the weight table of the engine (0.5 MB), the vote's
 // per-row tables and per-thread lists, and the allocator's rounding.
@@ -142,11 +147,16 @@ std::string bytesText(uint64_t bytes)
 
 } // namespace
 
-uint64_t eraseMemoryEstimate(cv::Size crop, bool useDonor)
+uint64_t eraseMemoryEstimate(cv::Size crop, bool useDonor, cv::Size holeBox)
 {
     const double pixels = double(std::max(crop.width, 0)) * double(std::max(crop.height, 0));
-    const double perPixel = (useDonor ? kHeldDonor : kHeldPlain) + std::max(kPyramidMoment, kVoteMoment);
-    return uint64_t(pixels * perPixel) + kFixedBytes;
+    const double perPixel = useDonor ? kHeldDonor + kDonorMoment : kHeldPlain + kVoteMoment;
+    // The box lies inside the crop; a box not given (or not fitting) counts
+    // as the whole crop.
+    const bool boxGiven = holeBox.width >= 0 && holeBox.height >= 0 && holeBox.width <= crop.width
+                          && holeBox.height <= crop.height;
+    const double boxPixels = boxGiven ? double(holeBox.width) * double(holeBox.height) : pixels;
+    return uint64_t(pixels * perPixel + boxPixels * kKeptBox) + kFixedBytes;
 }
 
 uint64_t memoryHeadroom(std::string *limitName)
@@ -170,9 +180,9 @@ uint64_t memoryHeadroom(std::string *limitName)
     return least->bytes;
 }
 
-std::string memoryRefusal(cv::Size crop, bool useDonor, uint64_t extraBytes)
+std::string memoryRefusal(cv::Size crop, bool useDonor, uint64_t extraBytes, cv::Size holeBox)
 {
-    const uint64_t needed = eraseMemoryEstimate(crop, useDonor) + extraBytes;
+    const uint64_t needed = eraseMemoryEstimate(crop, useDonor, holeBox) + extraBytes;
     std::string limitName;
     const uint64_t headroom = memoryHeadroom(&limitName);
     if (needed <= headroom)

@@ -73,6 +73,17 @@ void MyPatchMatch::allocEraseMaps(int size, bool reallocate)
         std::memset(m_donorMap, 0, size);
 }
 
+void MyPatchMatch::releaseJobBuffers()
+{
+    delete[] m_cloneMap;
+    delete[] m_eraseMap;
+    delete[] m_donorMap;
+    m_cloneMap = m_eraseMap = m_donorMap = nullptr;
+    m_donorLevelMask.release();
+    if (!m_keepFinalVote)
+        m_finalVote = engine::FinalVote();
+}
+
 void MyPatchMatch::growEraseMap(int rows, int cols)
 {
     // With the radius at 0 this is the identity; it stays in the pipeline so

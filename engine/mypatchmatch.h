@@ -39,6 +39,10 @@ public:
     // --- Byte maps -------------------------------------------------------
     void allocCloneMap(int size, bool reallocate);
     void allocEraseMaps(int size, bool reallocate);
+    // Frees what a job left behind: the byte maps (the next job allocates
+    // them afresh), the donor mask of the last level, and the final vote
+    // unless m_keepFinalVote asked for it. The similarity table stays.
+    void releaseJobBuffers();
     void growEraseMap(int rows, int cols);
     // Stamps every pixel of `selection` whose `channel` is above 254 into
     // `target` as the 3 x 3 disc of radius m_dilateRadius (strict test), and
@@ -187,6 +191,11 @@ private:
         std::function<void(const cv::Mat &field, const cv::Mat &cost, const cv::Mat &mask)> beforeBaseVote;
         // Progress after every round rather than once per level.
         bool progressEachRound = false;
+        // If set, the full-size picture the last vote writes into (of the
+        // finest level's size and type, and read by nothing during the
+        // walk), instead of a new one: the caller's output, which saves a
+        // full-size buffer at the job's peak.
+        cv::Mat *baseTarget = nullptr;
     };
     // From the coarsest level down to 1: rounds of sweeps, each followed by
     // a vote at the level, except the last, which votes at the next finer

@@ -3,7 +3,9 @@
 #include <QDebug>
 #include <opencv2/photo.hpp>
 
+#include <algorithm>
 #include <climits>
+#include <malloc.h>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -22,6 +24,36 @@ void blackOutMarked(cv::Mat &image, const unsigned char *map)
             if (e[x] > 0)
                 p[3 * x] = p[3 * x + 1] = p[3 * x + 2] = 0;
     }
+}
+
+// Whether two 8-bit images hold the same pixels (distinct buffers).
+bool samePixels(const cv::Mat &a, const cv::Mat &b)
+{
+    if (a.empty() || a.size() != b.size() || a.type() != b.type() || a.data == b.data)
+        return false;
+    const size_t rowBytes = size_t(a.cols) * a.elemSize();
+    for (int y = 0; y < a.rows; ++y)
+        if (std::memcmp(a.ptr(y), b.ptr(y), rowBytes) != 0)
+            return false;
+    return true;
+}
+
+// The box of the marked pixels of a byte map (empty if none).
+cv::Rect markedBox(const unsigned char *map, int rows, int cols)
+{
+    int x0 = cols, y0 = rows, x1 = -1, y1 = -1;
+    for (int y = 0; y < rows; ++y) {
+        const unsigned char *e = map + size_t(y) * cols;
+        for (int x = 0; x < cols; ++x) {
+            if (e[x] > 0) {
+                x0 = std::min(x0, x);
+                x1 = std::max(x1, x);
+                y0 = std::min(y0, y);
+                y1 = std::max(y1, y);
+            }
+        }
+    }
+    return x1 < 0 ? cv::Rect() : cv::Rect(x0, y0, x1 - x0 + 1, y1 - y0 + 1);
 }
 
 } // namespace
@@ -45,6 +77,8 @@ void ThreadFromQThread::setEraseJob(const cv::Mat &imageA, const cv::Mat &imageB
                                     JobType jobType)
 {
     m_sourceImage = imageA.clone();
+    m_holeBoxPixels.release();
+    m_holeBox = cv::Rect();
     m_workImage = imageB;
     m_redImage = red;
     m_greenImage = green;
@@ -117,6 +151,7 @@ void ThreadFromQThread::run()
         qWarning() << "engine job failed:" << m_failure;
         restoreAfterFailure();
     }
+    releaseJobInputs();
     emit finished_thread();
     qDebug() << "run .............................end";
 }
@@ -135,9 +170,56 @@ void ThreadFromQThread::restoreAfterFailure()
         return;
     try {
         m_sourceImage.copyTo(m_workImage);
+        // The copy was the driver's input, its hole blacked out: the hole's
+        // box goes back from what was kept aside.
+        if (!m_holeBoxPixels.empty() && (m_holeBox & cv::Rect(0, 0, m_workImage.cols, m_workImage.rows)) == m_holeBox)
+            m_holeBoxPixels.copyTo(m_workImage(m_holeBox));
     } catch (...) {
         // Left to the caller's own copy.
     }
+}
+
+void ThreadFromQThread::releaseJobInputs()
+{
+    // A photo keeps its thread for its whole life: what a job held must not
+    // stay with it (the crop's copy, the byte maps, views into the caller's
+    // selection layers, which would keep those alive when the caller lets
+    // them go). The work image and the result stay for the caller to read.
+    m_sourceImage.release();
+    m_holeBoxPixels.release();
+    m_holeBox = cv::Rect();
+    m_redImage.release();
+    m_greenImage.release();
+    m_cloneImage.release();
+    m_workImg.release();
+    m_patchMatch.releaseJobBuffers();
+    // The job's buffers were freed on this worker thread, into the
+    // allocator's arena of the thread, which keeps free memory resident
+    // (tens of megabytes after a large crop) until it is asked to give it
+    // back. A few milliseconds, once per job.
+    malloc_trim(0);
+}
+
+void ThreadFromQThread::releaseResult()
+{
+    m_workImage.release();
+    m_resultImage.release();
+}
+
+cv::Mat ThreadFromQThread::driverInput(bool sourceIsWork, const unsigned char *holeMap)
+{
+    // The input is the work image with its hole blacked out, and the driver
+    // only reads it. When the job's own copy held the very pixels of the
+    // work image (callers pass one view for both), that copy becomes the
+    // input: only the pixels of the hole's box are kept aside for a restore
+    // after a failure, instead of a second copy of the whole crop.
+    if (!sourceIsWork || !holeMap)
+        return m_workImage.clone();
+    const cv::Rect box = markedBox(holeMap, m_sourceImage.rows, m_sourceImage.cols);
+    m_holeBox = box;
+    m_holeBoxPixels = box.empty() ? cv::Mat() : m_sourceImage(box).clone();
+    blackOutMarked(m_sourceImage, holeMap);
+    return m_sourceImage;
 }
 
 void ThreadFromQThread::runJob()
@@ -163,8 +245,9 @@ void ThreadFromQThread::runJob()
             pm.growEraseMap(rows, cols);
             // The hole is black from here on, and stays black if the run is
             // cancelled.
+            const bool sourceIsWork = samePixels(m_sourceImage, m_workImage);
             blackOutMarked(m_workImage, pm.m_eraseMap);
-            cv::Mat inputCopy = m_workImage.clone();
+            cv::Mat inputCopy = driverInput(sourceIsWork, pm.m_eraseMap);
             cv::Mat outputHeader = m_workImage;
             if (pm.m_runEnabled == 1)
                 pm.synthesizeErase(inputCopy, outputHeader);
@@ -185,8 +268,9 @@ void ThreadFromQThread::runJob()
             // m_eraseMap is empty now, so nothing is blacked out: in a donor
             // erase the hole keeps its colours and the masks alone keep them
             // from being used.
+            const bool sourceIsWork = samePixels(m_sourceImage, m_workImage);
             blackOutMarked(m_workImage, pm.m_eraseMap);
-            cv::Mat inputCopy = m_workImage.clone();
+            cv::Mat inputCopy = driverInput(sourceIsWork, pm.m_eraseMap);
             cv::Mat outputHeader = m_workImage;
             if (pm.m_runEnabled == 1)
                 pm.synthesizeDonorErase(inputCopy, outputHeader, holeMap.get());

@@ -56,6 +56,9 @@ public:
     // Nothing thrown by the job leaves run(): an exception (out of memory,
     // an OpenCV error, anything else) makes the job failed, and an erase
     // job's work image then gets back the pixels it had when the job was set.
+    // When it returns, the job's inputs (the crop's copy, the selections,
+    // the clone image) and the engine's byte maps are let go: a job is set
+    // afresh each time.
     void run() override;
 
     // Whether the last job failed, and why, in one line ("out of memory",
@@ -63,6 +66,12 @@ public:
     // finished_thread (or after run() returns). A cancelled job has not
     // failed. A failed job's result must not be committed.
     bool failed() const { return m_failed; }
+
+    // Drops the work image and the result, which share pixels with the
+    // caller's photo: call once the result is folded in, so that the photo's
+    // pixels can be let go. (The job's other inputs and its own buffers go
+    // when run() ends.)
+    void releaseResult();
     QString failure() const { return m_failure; }
 
     // The body of one job: stamps the selections into byte maps and calls
@@ -98,6 +107,13 @@ public slots:
 
 private:
     void restoreAfterFailure();
+    void releaseJobInputs();
+    // The input an erase driver reads (see threadfromqthread.cpp).
+    cv::Mat driverInput(bool sourceIsWork, const unsigned char *holeMap);
+    // What driverInput() kept aside of m_sourceImage before blacking out
+    // its hole, for restoreAfterFailure().
+    cv::Rect m_holeBox;
+    cv::Mat m_holeBoxPixels;
 
     // Outcome of the last run(); written on the worker before
     // finished_thread, read by the caller after it.

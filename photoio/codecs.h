@@ -12,7 +12,9 @@
 
 namespace photoio::detail {
 
-Decoded decodeJpeg(const uint8_t *data, size_t size);
+// reduction: 1, 2, 4 or 8; the pixels come out that many times smaller
+// (each side rounded up), scaled inside the decoder.
+Decoded decodeJpeg(const uint8_t *data, size_t size, int reduction = 1);
 // keep16: 16-bit samples stay 16-bit (CV_16UC3) instead of being narrowed,
 // and alpha is kept (CV_8UC4, CV_16UC4).
 Decoded decodePng(const uint8_t *data, size_t size, bool keep16 = false);
@@ -53,6 +55,11 @@ std::string writeMetadata(std::vector<uint8_t> &bytes, Codec codec, const Metada
 std::string addWebpChunks(std::vector<uint8_t> &bytes, const Metadata &metadata);
 // Turns pixels stored in `orientation` into pixels as seen.
 void applyExifOrientation(cv::Mat &image, int orientation);
+
+// Reads the whole file at `path` into `bytes`; empty on success, else why
+// ("cannot open (No such file or directory)"). With `identity`, also the
+// identity of what was read (stat of the open file after the read).
+std::string readWholeFile(const std::string &path, std::vector<uint8_t> &bytes, FileIdentity *identity);
 
 // Records the first damage message of a decode.
 inline void markDamaged(DecodeReport &report, const std::string &message)

@@ -2,6 +2,8 @@
 
 #include "codecs.h"
 
+#include <opencv2/imgproc.hpp>
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -90,11 +92,54 @@ Encoded encodePixels(Codec codec, const cv::Mat &image, const std::string &suffi
     return detail::encodeWithOpenCV(image, suffix, options);
 }
 
+// 1, 2, 4 or 8: the largest of them not above `reduction`.
+int supportedReduction(int reduction)
+{
+    int f = 1;
+    while (f < 8 && f * 2 <= reduction)
+        f *= 2;
+    return f;
+}
+
+int reducedSide(int side, int reduction)
+{
+    return (side + reduction - 1) / reduction;
+}
+
+// Decodes `bytes`; a JPEG at 1/reduction of its size inside the decoder.
+Decoded decodeAt(const std::vector<uint8_t> &bytes, bool keep16, int reduction);
+
 } // namespace
 
 Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth)
 {
-    const bool keep16 = depth == Depth::Keep;
+    return decodeAt(bytes, depth == Depth::Keep, 1);
+}
+
+Decoded decodeBytesReduced(const std::vector<uint8_t> &bytes, int reduction)
+{
+    const int f = supportedReduction(reduction);
+    Decoded result = decodeAt(bytes, false, f);
+    // Every other format is decoded whole and then reduced, to the size a
+    // JPEG decode gives, by the mean of the pixels each new one covers.
+    if (f > 1 && result.readable() && result.report.codec != Codec::Jpeg) {
+        const cv::Size size(reducedSide(result.pixels.cols, f), reducedSide(result.pixels.rows, f));
+        try {
+            cv::Mat reduced;
+            cv::resize(result.pixels, reduced, size, 0, 0, cv::INTER_AREA);
+            result.pixels = reduced;
+        } catch (const cv::Exception &) {
+            result.pixels.release();
+            result.error = "not enough memory to decode";
+        }
+    }
+    return result;
+}
+
+namespace {
+
+Decoded decodeAt(const std::vector<uint8_t> &bytes, bool keep16, int reduction)
+{
     if (bytes.empty()) {
         Decoded empty;
         empty.error = "empty file";
@@ -104,7 +149,8 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth)
         const Codec codec = codecOfBytes(bytes);
         if (codec == Codec::Other)
             return detail::decodeWithOpenCV(bytes, keep16);
-        Decoded result = decodeNative(codec, bytes, keep16);
+        Decoded result = codec == Codec::Jpeg ? detail::decodeJpeg(bytes.data(), bytes.size(), reduction)
+                                              : decodeNative(codec, bytes, keep16);
         if (!result.readable())
             return result;
         // libtiff's RGBA reader gives 8-bit BGR: a wide TIFF, or one with
@@ -139,33 +185,30 @@ Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth)
     }
 }
 
+} // namespace
+
 Decoded decodeFile(const std::string &path, Depth depth)
 {
-    Decoded result;
-    std::FILE *file = std::fopen(path.c_str(), "rb");
-    if (!file) {
-        result.error = std::string("cannot open (") + std::strerror(errno) + ")";
-        return result;
-    }
     std::vector<uint8_t> bytes;
-    uint8_t buffer[1 << 16];
-    size_t n = 0;
-    try {
-        while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0)
-            bytes.insert(bytes.end(), buffer, buffer + n);
-    } catch (const std::bad_alloc &) {
-        std::fclose(file);
-        result.error = "not enough memory to read the file";
-        return result;
-    }
-    const bool failed = std::ferror(file) != 0;
-    const int savedErrno = errno;
-    std::fclose(file);
-    if (failed) {
-        result.error = std::string("cannot read (") + std::strerror(savedErrno) + ")";
-        return result;
-    }
-    return decodeBytes(bytes, depth);
+    Decoded result;
+    result.error = detail::readWholeFile(path, bytes, nullptr);
+    return result.error.empty() ? decodeBytes(bytes, depth) : result;
+}
+
+Decoded decodeFile(const std::string &path, FileIdentity &identity, Depth depth)
+{
+    std::vector<uint8_t> bytes;
+    Decoded result;
+    result.error = detail::readWholeFile(path, bytes, &identity);
+    return result.error.empty() ? decodeBytes(bytes, depth) : result;
+}
+
+Decoded decodeFileReduced(const std::string &path, int reduction, FileIdentity *identity)
+{
+    std::vector<uint8_t> bytes;
+    Decoded result;
+    result.error = detail::readWholeFile(path, bytes, identity);
+    return result.error.empty() ? decodeBytesReduced(bytes, reduction) : result;
 }
 
 std::string narrowingNote(const DecodeReport &report, const cv::Mat &pixels)

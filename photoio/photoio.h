@@ -86,10 +86,65 @@ enum class Depth
             // files with alpha (PNG, TIFF, WebP) as CV_8UC4 or CV_16UC4 (BGRA)
 };
 
+// --- Files and their identity ------------------------------------------------
+
+// What tells whether a file is still the one that was read: its size, times,
+// device and inode as the read left them, when that was, and a hash of every
+// byte that was read. Taken by the decode that read the file (one read, no
+// second pass over the disk) or by identifyFile().
+struct FileIdentity
+{
+    bool exists = false;
+    uint64_t size = 0;
+    int64_t modifiedNs = 0; // st_mtim
+    int64_t changedNs = 0;  // st_ctim: moves on any write, touch or rename over
+    uint64_t device = 0;
+    uint64_t inode = 0;
+    int64_t takenNs = 0;    // the real-time clock when the bytes were read
+    uint64_t contentHash = 0;
+};
+
+enum class FileState
+{
+    Same,    // the bytes are those that were read
+    Changed, // another file, or other bytes, is there now
+    Gone,    // no file (deleted, moved away, unreadable)
+};
+
+// The identity of the file at `path` now (reads it whole); exists is false
+// when it cannot be read.
+FileIdentity identifyFile(const std::string &path);
+
+// Whether the file at `path` still holds the bytes `identity` was taken
+// from. Cheap when it is plainly so: if size, times, device and inode are
+// unchanged, and the file was last written well before the identity was
+// taken (a write within the same tick of the file system's clock leaves
+// the times alone), the file is not read. Otherwise a file of the same size
+// is read and hashed, so that a touch, or a copy of the same bytes put
+// back, counts as Same, and other bytes of the same size as Changed.
+FileState checkFile(const FileIdentity &identity, const std::string &path);
+
+// The hash FileIdentity keeps (64 bits, not cryptographic: it tells a file
+// that changed, not one forged to collide).
+uint64_t contentHash(const uint8_t *data, size_t size);
+
+// --- Decoding ----------------------------------------------------------------
+
 // Reads and decodes a whole file. The codec is chosen from the file's first
 // bytes, not from its name.
 Decoded decodeFile(const std::string &path, Depth depth = Depth::Narrow);
 Decoded decodeBytes(const std::vector<uint8_t> &bytes, Depth depth = Depth::Narrow);
+// The same, and the identity of the bytes that were decoded.
+Decoded decodeFile(const std::string &path, FileIdentity &identity, Depth depth = Depth::Narrow);
+
+// A decode at 1/reduction of the photo's size, for thumbnails: reduction 2,
+// 4 or 8 (other values go down to the nearest of 1, 2, 4, 8), each side
+// divided and rounded up; 8-bit BGR, EXIF orientation applied, metadata and
+// report as decodeFile() gives them. A JPEG is scaled inside the decoder
+// (1/8 costs a small part of a full decode); other formats are decoded whole
+// and reduced by area. `identity`, if given, receives the file's identity.
+Decoded decodeFileReduced(const std::string &path, int reduction, FileIdentity *identity = nullptr);
+Decoded decodeBytesReduced(const std::vector<uint8_t> &bytes, int reduction);
 
 // One line saying what decoding to `pixels` dropped ("16-bit samples
 // narrowed to 8 bits, alpha channel dropped"), or empty when nothing was.
