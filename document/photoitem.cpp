@@ -113,19 +113,6 @@ void PhotoItem::clearStrokeBaseRed() { m_strokeBaseRed.setTo(cv::Scalar::all(0))
 void PhotoItem::clearInpaintMask() { m_inpaintMask.setTo(cv::Scalar::all(0)); }
 void PhotoItem::clearInpaintMaskBK() { m_inpaintMaskBK.setTo(cv::Scalar::all(0)); }
 
-void PhotoItem::dropSelectionUnderWay(bool smartClone)
-{
-    m_polyCount = 0;
-    m_stampRegionActive = 0;
-    clearStrokeBaseRed();
-    if (smartClone) {
-        clearInpaintMaskBK();
-        m_cloneGrowX = m_cloneGrowY = 0;
-        m_cloneGrowBaseX = m_cloneGrowBaseY = 0;
-    }
-    showOnCanvas();
-}
-
 void PhotoItem::dropSelectionsForStamp()
 {
     m_polyCount = 0;

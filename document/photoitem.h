@@ -16,6 +16,7 @@ class QListWidget;
 class QListWidgetItem;
 class QUndoStack;
 class CustomItem;
+class PointerTool;
 class ThreadFromQThread;
 
 // Whether a CV_8UC4 selection layer has a pixel whose channel is set.
@@ -270,25 +271,39 @@ private:
     // stroke or work box, the next job counted afresh.
     void startAfresh();
 
-    // Helpers of the selection tools.
+    // The pointer (photoitem_pointer.cpp): each event is handed once to the
+    // unit of the current tool (pointertool.h), which works on the gesture
+    // state and the helpers below.
+    const PointerTool &currentTool() const;
+    friend class PointerTool;
+    friend class SelectionTool;
+    friend class RectangleTool;
+    friend class LassoTool;
+    friend class PolygonTool;
+    friend class BrushTool;
+    friend class FixSelectionTool;
+    friend class StampRegionTool;
+    friend class StampRegionLassoTool;
+    friend class StampRegionPolygonTool;
+    friend class StampTool;
+    friend class PieceTool;
+    friend class PieceDragTool;
+    friend class SmartCloneTool;
+
+    // Helpers of the tools (photoitem_selection.cpp): the layer, undo base
+    // and widget of the active colour.
     cv::Mat &activeLayer();
     cv::Mat &activeBase();
     LayerView *activeWidget() const;
     void showLayer(const cv::Mat &layer, LayerView *widget);
     void pushSelectionEntry(const cv::Rect &rect, const QString &text);
-    QString undoTextForTool() const;
-    void polygonClick(QPointF pos);
-    void closeRedOrGreenPolygon(const cv::Rect &rect);
-    void grabAt(QPointF pos);
-    void dragPiece(QPointF pos);
-    void showMovedPiece(const cv::Mat &piece);
-
-    // The stamp's share of the pointer events (photoitem_stamp.cpp).
-    // stampPress returns false when the press must go no further.
-    bool stampPress(QPointF pos);
-    void stampMove(QPointF pos);
-    void stampHover(QPointF pos);
-    void stampRelease();
+    // A polygon's vertex at pos; true when it closes the polygon (near the
+    // first vertex, or the last one allowed).
+    bool addPolygonVertex(QPointF pos);
+    void endPolygon();
+    // The open polygon and the edge to the pointer drawn over a copy of
+    // under; false when there is none to draw.
+    bool showRubberBand(QPointF pos, const cv::Mat &under, const cv::Scalar &tint, LayerView *widget);
 };
 
 #endif // PHOTOITEM_H

@@ -1,10 +1,11 @@
-// Sampling stamp (tool 8): copies pixels from a source point to the pointer,
-// dab by dab, inside the image itself, with a soft round edge. An Alt-click
-// sets the source; the first press after it fixes the offset from source to
-// target for every later stroke. A region drawn by tools 10 and 11 into
-// m_strokeBaseRed fences where the stamp may paint.
+// Sampling stamp: copies pixels from a source point to the pointer, dab by
+// dab, inside the image itself, with a soft round edge. An Alt-click sets
+// the source; the first press after it fixes the offset from source to
+// target for every later stroke. A region drawn by the stamp region tools
+// into m_strokeBaseRed fences where the stamp may paint.
 #include "photoitem.h"
 #include "commands.h"
+#include "pointertool.h"
 
 #include <QMessageBox>
 #include <QPainter>
@@ -241,90 +242,104 @@ void showStampPreview(PhotoItem &item, QPointF pos)
 
 } // namespace
 
-void PhotoItem::recvLeftALTPressPoint(QPointF pos)
+// ---------------------------------------------------------------- the tool
+
+void StampTool::pickSource(PhotoItem &doc, QPointF pos) const
 {
-    if (m_tool != Tool::Stamp)
-        return;
-    stampRelease(); // a gesture whose release never arrived
-    m_stampSource = pos;
-    m_stampSourceFresh = 1;
-    m_stampSourceMissing = 0;
-    snapshotImage(*this);
-    m_stampOffsetX = 0;
-    m_stampOffsetY = 0;
+    endStroke(doc); // a gesture whose release never arrived
+    doc.m_stampSource = pos;
+    doc.m_stampSourceFresh = 1;
+    doc.m_stampSourceMissing = 0;
+    snapshotImage(doc);
+    doc.m_stampOffsetX = 0;
+    doc.m_stampOffsetY = 0;
     // The release of the Alt-click records an entry whose before and after
     // are equal, like every stamp gesture.
-    m_stampStrokeIndex = m_undoStack->index();
+    doc.m_stampStrokeIndex = doc.m_undoStack->index();
 }
 
-bool PhotoItem::stampPress(QPointF pos)
+void StampTool::press(PhotoItem &doc, QPointF pos) const
 {
-    if (m_stampSourceFresh == 0 && m_stampSourceMissing == 1) {
-        QMessageBox::warning(nullptr, tr("Warnning"),
-                             tr("Could not use the stamp because the area to clone has not been defined "
-                                "(Alt-click to define a source point)"),
+    if (!startStroke(doc, pos))
+        return;
+    PointerTool::press(doc, pos);
+}
+
+bool StampTool::startStroke(PhotoItem &doc, QPointF pos)
+{
+    if (doc.m_stampSourceFresh == 0 && doc.m_stampSourceMissing == 1) {
+        QMessageBox::warning(nullptr, PhotoItem::tr("Warnning"),
+                             PhotoItem::tr("Could not use the stamp because the area to clone has not been defined "
+                                           "(Alt-click to define a source point)"),
                              QMessageBox::Ok);
         return false;
     }
     // The canvas drops a release outside the image: the stroke that ended
     // there gets its undo entry now, before the new snapshot is taken.
-    stampRelease();
-    if (m_stampSourceFresh == 1) {
-        m_stampSourceFresh = 0;
-        m_stampSourceMissing = 0;
-        m_stampOffsetX = int(pos.x() - m_stampSource.x());
-        m_stampOffsetY = int(pos.y() - m_stampSource.y());
+    endStroke(doc);
+    if (doc.m_stampSourceFresh == 1) {
+        doc.m_stampSourceFresh = 0;
+        doc.m_stampSourceMissing = 0;
+        doc.m_stampOffsetX = int(pos.x() - doc.m_stampSource.x());
+        doc.m_stampOffsetY = int(pos.y() - doc.m_stampSource.y());
     }
-    snapshotImage(*this);
-    m_stampStrokeIndex = m_undoStack->index();
+    snapshotImage(doc);
+    doc.m_stampStrokeIndex = doc.m_undoStack->index();
     // Unsaved from the first dab on, not only once the release records the
     // stroke: a stroke whose release is lost must still be asked about.
-    m_saved = 0;
-    stampPaint(pos);
-    showStampPreview(*this, pos);
-    refreshPhotoRect(*this, dabRect(*this, pos));
+    doc.m_saved = 0;
+    doc.stampPaint(pos);
+    showStampPreview(doc, pos);
+    refreshPhotoRect(doc, dabRect(doc, pos));
     return true;
 }
 
-void PhotoItem::stampMove(QPointF pos)
+void StampTool::drag(PhotoItem &doc, QPointF pos) const
 {
     // Only a stroke whose press took the snapshot paints: a drag that began
     // outside the image, or after the warning, leaves the photo alone, so
     // nothing changes that its undo entry would not hold.
-    if (m_stampStrokeIndex < 0)
+    if (doc.m_stampStrokeIndex < 0)
         return;
-    stampPaint(pos);
-    refreshPhotoRect(*this, dabRect(*this, pos));
+    doc.stampPaint(pos);
+    refreshPhotoRect(doc, dabRect(doc, pos));
     // The preview of this point comes with the hover: both canvases follow
     // every move with the button down by a move without it, at the same
     // point, so building it here too would only be drawn over unchanged.
 }
 
-void PhotoItem::stampHover(QPointF pos)
+void StampTool::hover(PhotoItem &doc, QPointF pos) const
 {
-    if (m_stampSourceMissing)
+    if (doc.m_stampSourceMissing)
         return;
-    showStampPreview(*this, pos);
+    showStampPreview(doc, pos);
 }
 
-void PhotoItem::stampRelease()
+void StampTool::release(PhotoItem &doc, QPointF) const
 {
-    if (m_stampStrokeIndex < 0)
+    endStroke(doc);
+}
+
+void StampTool::endStroke(PhotoItem &doc)
+{
+    if (doc.m_stampStrokeIndex < 0)
         return;
     // The snapshot holds the image before this gesture only while nothing
     // else entered the history since (a job, for one, takes its own copy
     // into the same buffer); otherwise the gesture is left without an entry.
-    const bool snapshotValid = m_stampStrokeIndex == m_undoStack->index() && !m_imageBeforeJob.empty();
-    m_stampStrokeIndex = -1;
+    const bool snapshotValid = doc.m_stampStrokeIndex == doc.m_undoStack->index() && !doc.m_imageBeforeJob.empty();
+    doc.m_stampStrokeIndex = -1;
     // An empty stroke box means nothing was painted (an Alt-click whose
     // release was lost): no entry, rather than one of the whole image.
-    if (!snapshotValid || m_strokeMaxX < 0.0 || m_strokeMaxY < 0.0)
+    if (!snapshotValid || doc.m_strokeMaxX < 0.0 || doc.m_strokeMaxY < 0.0)
         return;
-    const cv::Rect rect = strokeBoxRect() & cv::Rect(0, 0, m_imageCols, m_imageRows);
+    const cv::Rect rect = doc.strokeBoxRect() & cv::Rect(0, 0, doc.m_imageCols, doc.m_imageRows);
     // The push runs the entry's redo at once, which also clears both
     // selections and the boxes and marks the photo unsaved.
-    m_undoStack->push(new Command(m_image(rect), m_imageBeforeJob(rect), QPointF(m_strokeMinX, m_strokeMinY),
-                                  QPointF(m_strokeMaxX, m_strokeMaxY), QStringLiteral("stamp"), this, rect));
+    doc.m_undoStack->push(new Command(doc.m_image(rect), doc.m_imageBeforeJob(rect),
+                                      QPointF(doc.m_strokeMinX, doc.m_strokeMinY),
+                                      QPointF(doc.m_strokeMaxX, doc.m_strokeMaxY), QStringLiteral("stamp"), &doc,
+                                      rect));
 }
 
 void PhotoItem::stampPaint(QPointF pos)

@@ -614,6 +614,60 @@ private slots:
         QVERIFY(m_item->buildMovedPiece(0, 0).empty());
         m_item->clearInpaintMask();
     }
+
+    // The hand, no tool yet, and numbers that name no tool: the photo only
+    // keeps its boxes; no layer, pixel or history entry changes, whatever
+    // the pointer does.
+    void toolsWithoutPixelsLeaveThePhotoAlone()
+    {
+        const cv::Mat image = m_item->m_image.clone();
+        for (const int code : {toolCode(Tool::None), toolCode(Tool::MoveView), 6, 99}) {
+            m_item->recvSelectType(code, 30, colourCode(Colour::Mask));
+            m_item->recvLeftPressPoint(QPointF(20, 20));
+            m_item->recvLeftMovePoint(QPointF(60, 40));
+            m_item->recvLeftMoveNoPoint(QPointF(60, 40));
+            m_item->recvLeftMoveChangePoint(QPointF(60, 40), 5, 5, 1);
+            m_item->recvReleasePoint(QPointF(60, 40));
+            m_item->recvDoublePress();
+            m_item->recvLeftALTPressPoint(QPointF(30, 30));
+            QCOMPARE(count(m_item->m_inpaintMask), 0);
+            QCOMPARE(count(m_item->m_inpaintMaskBK), 0);
+            QCOMPARE(count(m_item->m_strokeBaseRed), 0);
+            QCOMPARE(m_item->getUndoStack()->count(), 0);
+            QCOMPARE(m_item->m_cloneGrowX, 0);
+            QCOMPARE(int(m_item->m_grabbed), 0);
+            QCOMPARE(m_item->m_stampStrokeIndex, -1);
+            QVERIFY(same(m_item->m_image, image));
+            QCOMPARE(m_item->m_curPos, QPointF(60, 40));
+        }
+        const cv::Rect box = m_item->workBoxRect();
+        QCOMPARE(box.tl(), cv::Point(20, 20));
+        QVERIFY(box.br().x >= 60 && box.br().y >= 40);
+    }
+
+    // An event reaches only the tool in the hand: the polygon's double
+    // click under the brush, the stamp's Alt-click under the lasso do nothing.
+    void eventsOfOtherToolsAreIgnored()
+    {
+        ui->pushButton_poly->click();
+        click(20, 20);
+        click(80, 20);
+        click(80, 80);
+        QCOMPARE(m_item->m_polyCount, 3);
+        ui->pushButton_penplus->click();
+        m_item->recvDoublePress();
+        QCOMPARE(m_item->getUndoStack()->count(), 0);
+        QCOMPARE(m_item->m_polyCount, 3);
+        ui->pushButton_noose->click();
+        m_item->recvLeftALTPressPoint(QPointF(30, 30));
+        QCOMPARE(int(m_item->m_stampSourceMissing), 1);
+        QCOMPARE(m_item->m_stampStrokeIndex, -1);
+        ui->pushButton_poly->click();
+        m_item->recvDoublePress();
+        QCOMPARE(m_item->getUndoStack()->count(), 1);
+        QCOMPARE(topText(), QString("Red Polygon Selection Brush"));
+        QVERIFY(selected(m_item->m_inpaintMask, 60, 40));
+    }
 };
 
 QTEST_MAIN(TestSelection)
