@@ -89,6 +89,7 @@ public:
     QAction *saveMaskAction() const { return m_saveMaskAction; }
     QAction *growAction() const { return m_growAction; }
     QAction *shrinkAction() const { return m_shrinkAction; }
+    QAction *anotherFillAction() const { return m_anotherFillAction; }
 
     // Read access for the parts of the program that look in, and for tests.
     Ui::MainWindow *form() const { return ui; }
@@ -201,6 +202,9 @@ public slots:
     void saveMask();
     void growSelection();
     void shrinkSelection();
+    void anotherFill();
+    // Where the progress dialog of the next job opens.
+    void placeJobDialog();
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
@@ -269,6 +273,7 @@ private:
     QAction *m_saveMaskAction = nullptr;
     QAction *m_growAction = nullptr;
     QAction *m_shrinkAction = nullptr;
+    QAction *m_anotherFillAction = nullptr;
     QMenu *m_languageMenu = nullptr;
     QMenu *m_historyMenu = nullptr;
     QRect m_availableGeometry{0, 0, -1, -1};

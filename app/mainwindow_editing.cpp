@@ -1,15 +1,17 @@
 // Editing commands of the drop-down menu: masks in and out, grow and shrink
-// the selection. Each entry carries its shortcut, which works with the menu
-// closed too, and is greyed whenever it cannot apply.
+// the selection, another fill of the last erase. Each entry carries its
+// shortcut, which works with the menu closed too, and is greyed whenever it
+// cannot apply.
 //
-// Masks follow the command-line eraser's convention: for photo NAME.EXT the
-// mask is NAME.mask.png and the donor NAME.donor.png beside it, 8-bit grey,
-// every non-black pixel selected.
+// Masks follow the command-line eraser's convention (photoio/masknames.h):
+// for photo NAME.EXT the mask is NAME.mask.png and the donor NAME.donor.png
+// beside it, 8-bit grey, every non-black pixel selected.
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "photoitem.h"
 #include "qmenubutton.h"
 
+#include "masknames.h"
 #include "photoio.h"
 
 #include <QAction>
@@ -44,6 +46,7 @@ void MainWindow::addEditingCommands(const QFont &font)
     m_saveMaskAction = addEditingAction(font, "Ctrl+Shift+S", &MainWindow::saveMask);
     m_growAction = addEditingAction(font, "Ctrl+Shift+G", &MainWindow::growSelection);
     m_shrinkAction = addEditingAction(font, "Ctrl+Shift+H", &MainWindow::shrinkSelection);
+    m_anotherFillAction = addEditingAction(font, "Ctrl+Shift+F", &MainWindow::anotherFill);
     retranslateEditingCommands();
 
     // Whatever can change what applies: a new entry or an undo (every
@@ -69,11 +72,13 @@ void MainWindow::retranslateEditingCommands()
         m_growAction->setText(tr("Grow Selection"));
     if (m_shrinkAction)
         m_shrinkAction->setText(tr("Shrink Selection"));
+    if (m_anotherFillAction)
+        m_anotherFillAction->setText(tr("Another Fill"));
 }
 
 void MainWindow::updateEditingCommands()
 {
-    if (!m_growAction || !m_shrinkAction || !m_loadMaskAction || !m_saveMaskAction)
+    if (!m_growAction || !m_shrinkAction || !m_loadMaskAction || !m_saveMaskAction || !m_anotherFillAction)
         return;
     PhotoItem *item = currentItem();
     const bool idle = item && !item->m_jobActive;
@@ -82,6 +87,7 @@ void MainWindow::updateEditingCommands()
     const bool canChange = idle && item->hasActiveSelection();
     m_growAction->setEnabled(canChange);
     m_shrinkAction->setEnabled(canChange);
+    m_anotherFillAction->setEnabled(idle && item->canFillAgain());
 }
 
 void MainWindow::growSelection()
@@ -98,23 +104,29 @@ void MainWindow::shrinkSelection()
     updateEditingCommands();
 }
 
+void MainWindow::anotherFill()
+{
+    PhotoItem *item = currentItem();
+    if (!item || !item->canFillAgain())
+        return;
+    // The same progress dialog as an Erase, in the same place.
+    placeJobDialog();
+    item->recvAnotherFillCommand();
+    updateEditingCommands();
+}
+
 // ---------------------------------------------------------------- masks
 
 QString MainWindow::maskPathFor(const QString &photoPath)
 {
     const QFileInfo info(photoPath);
-    return info.dir().filePath(info.completeBaseName() + QStringLiteral(".mask.png"));
+    return info.dir().filePath(QString::fromStdString(photoio::maskNameFor(photoPath.toStdString())));
 }
 
 QString MainWindow::donorPathBeside(const QString &maskPath)
 {
     const QFileInfo info(maskPath);
-    QString base = info.fileName();
-    if (base.endsWith(QLatin1String(".mask.png"), Qt::CaseInsensitive))
-        base.chop(int(qstrlen(".mask.png")));
-    else
-        base = info.completeBaseName();
-    return info.dir().filePath(base + QStringLiteral(".donor.png"));
+    return info.dir().filePath(QString::fromStdString(photoio::donorNameBesideMask(maskPath.toStdString())));
 }
 
 namespace {

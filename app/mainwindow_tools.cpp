@@ -160,12 +160,17 @@ void MainWindow::on_pushButton_green_clicked()
     emit getGreenRoi();
 }
 
-void MainWindow::on_pushButton_eraser_clicked()
+void MainWindow::placeJobDialog()
 {
     // The progress dialog opens here; the welcome button's corner lies near
     // the middle of the window even while its page is hidden.
     if (JobDialog *jobs = JobDialog::of(currentItem()))
         jobs->setPlace(ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
+}
+
+void MainWindow::on_pushButton_eraser_clicked()
+{
+    placeJobDialog();
     emit sendEraseCommand();
 }
 

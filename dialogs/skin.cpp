@@ -339,7 +339,10 @@ QString menuSheet()
                           "QMenu::item{color:rgb(232,232,232);background-color:rgb(68,66,74);"
                           "padding:5px 10px;margin:5px;font-size:14px;}"
                           "QMenu::item:selected{background-color:rgb(240,156,11);}"
-                          "QMenu::item:pressed{background-color:rgb(240,156,11);}");
+                          "QMenu::item:pressed{background-color:rgb(240,156,11);}"
+                          // Greyed, as a disabled button is, and not lit under the pointer.
+                          "QMenu::item:disabled{color:#8a8790;}"
+                          "QMenu::item:disabled:selected{background-color:rgb(68,66,74);}");
 }
 
 QString historyListSheet()

@@ -1,6 +1,8 @@
 #include "commands.h"
 #include "photoitem.h"
 
+#include <utility>
+
 Command::Command(cv::Mat after, cv::Mat before, QPointF min, QPointF max, QString text, PhotoItem *item,
                  cv::Rect rect)
     : m_rect(rect), m_min(min), m_max(max), m_item(item)
@@ -13,6 +15,37 @@ Command::Command(cv::Mat after, cv::Mat before, QPointF min, QPointF max, QStrin
 
 void Command::undo() { m_item->setUndoPixmap(m_undoImage, m_min, m_max, m_rect); }
 void Command::redo() { m_item->setRedoPixmap(m_redoImage, m_rect); }
+
+bool FillInputs::fits(const cv::Size &imageSize) const
+{
+    if (crop.width < 1 || crop.height < 1 || (crop & cv::Rect(cv::Point(0, 0), imageSize)) != crop)
+        return false;
+    if (original.size() != crop.size() || original.type() != CV_8UC3)
+        return false;
+    if (red.size() != crop.size() || red.type() != CV_8UC1)
+        return false;
+    return !useDonor || (green.size() == crop.size() && green.type() == CV_8UC1);
+}
+
+FillCommand::FillCommand(cv::Mat after, cv::Mat before, QPointF min, QPointF max, QString text, PhotoItem *item,
+                         cv::Rect rect, FillInputs inputs)
+    : Command(after, before, min, max, text, item, rect), m_inputs(std::move(inputs))
+{
+    // An Erase's "before" is its crop as it was before the first fill:
+    // shared, not kept twice.
+    if (m_inputs.original.empty() && m_rect == m_inputs.crop)
+        m_inputs.original = m_undoImage;
+}
+
+SelectionMaskCommand::SelectionMaskCommand(Colour colour, cv::Mat after, cv::Mat before, QString text,
+                                           PhotoItem *item, cv::Rect rect)
+    : m_colour(colour), m_after(std::move(after)), m_before(std::move(before)), m_rect(rect), m_item(item)
+{
+    setText(text);
+}
+
+void SelectionMaskCommand::undo() { m_item->paintSelection(m_colour, m_before, m_rect); }
+void SelectionMaskCommand::redo() { m_item->paintSelection(m_colour, m_after, m_rect); }
 
 AddRedCommand::AddRedCommand(cv::Mat after, cv::Mat before, QString text, PhotoItem *item, cv::Rect rect)
     : m_rect(rect), m_item(item)

@@ -8,6 +8,7 @@
 
 #include <vector>
 
+#include "commands.h"
 #include "layerview.h"
 #include "matconvert.h"
 #include "tools.h"
@@ -93,6 +94,11 @@ public:
     // selection as one undo entry; false (nothing changed) if it does not
     // fit or selects nothing.
     bool addToRedSelection(const cv::Mat &mask);
+    // Another Fill: the erase that made the last entry of the history (an
+    // Erase or an Another Fill) runs again on the same pixels and selection
+    // with a fresh random start, as its own undo entry. Possible while that
+    // entry is last and no job runs.
+    bool canFillAgain() const;
     // The list row's thumbnail from the photo's present pixels, from a
     // reduced image (a few milliseconds whatever the photo's size).
     void refreshThumbnail();
@@ -181,6 +187,11 @@ public:
     quint8 m_canceled = 0;
     // A job is on the worker thread and its end has not been handled yet.
     bool m_jobActive = false;
+    // The job under way is an Another Fill: these are its inputs, and the
+    // work box to give back should it not be committed.
+    bool m_refilling = false;
+    FillInputs m_refill;
+    cv::Vec4d m_workBoxBeforeRefill;
     // Undo index at which the open stamp gesture took its snapshot; -1 when
     // no stamp gesture awaits its undo entry.
     int m_stampStrokeIndex = -1;
@@ -219,6 +230,7 @@ public slots:
     // Engine jobs (photoitem_jobs.cpp).
     void recvEraseCommand();
     void recvCloneCommand();
+    void recvAnotherFillCommand();
     void onQThreadFinished();
     void setProcessSum(long sum);
     void recvCancelStatus();
@@ -227,6 +239,9 @@ public slots:
     void setRedoPixmap(cv::Mat temp, cv::Rect rect);
     void setInpaintMask(cv::Mat tempMask, cv::Rect rect);
     void setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect);
+    // The rectangle of a colour's layer painted from a 0/255 CV_8UC1 mask
+    // of its size: the tint where set, nothing elsewhere.
+    void paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect);
     // Output (photoitem_output.cpp).
     void recvSaveCommand(QString fileName);
     // Writes the photo to fileName, encoded by its suffix, all or nothing.
@@ -258,9 +273,22 @@ private:
     // a reason the user must hear.
     bool engineCanTakePhoto() const;
     bool prepareCloneJob();
-    // Empty when the engine can fill the crop and the machine has the
-    // memory for it; else the reason.
-    QString eraseJobRefusal(const cv::Rect &crop) const;
+    // Empty when the engine can fill the crop (its pixels and CV_8UC4
+    // selection layers) and the machine has the memory for it; else the
+    // reason.
+    QString eraseJobRefusal(const cv::Mat &image, const cv::Mat &red, const cv::Mat &green, bool useDonor) const;
+    // What it takes to run the erase of the crop again: the selections as
+    // they are (the entry adds the pixels before the fill).
+    FillInputs eraseInputs(const cv::Rect &crop) const;
+    // The last entry of the history when it is an Erase or an Another Fill.
+    const FillCommand *lastFill() const;
+    void startAnotherFill();
+    void restoreWorkBoxBeforeRefill();
+    // The inputs of the erase job just ended, or none if they do not fit in
+    // memory.
+    FillInputs refillInputs() const;
+    // Runs one of the start functions, turning an exception into a refusal.
+    void startGuarded(void (PhotoItem::*start)());
     void fillEraseJob(const cv::Rect &crop);
     void startJob();
     void refuseJob(const QString &reason = QString());

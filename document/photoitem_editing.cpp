@@ -12,36 +12,72 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
 const cv::Scalar kGrowTintRed(0, 0, 255, 128);
-const cv::Scalar kGrowTintGreen(0, 255, 0, 128);
+
+} // namespace
+
+namespace {
+
+// The pixels of a layer row are read eight at a time, as four 64-bit words
+// of two pixels each; `bits` keeps the channel's byte of both.
+constexpr int kBlock = 8;
+
+uint64_t blockBits(const uchar *row, int x, uint64_t bits)
+{
+    uint64_t w[4];
+    std::memcpy(w, row + 4 * x, sizeof w);
+    return ((w[0] | w[1]) | (w[2] | w[3])) & bits;
+}
+
+// The first selected pixel of a row, or cols.
+int firstSelected(const uchar *row, int cols, int channel, uint64_t bits)
+{
+    int x = 0;
+    while (x + kBlock <= cols && blockBits(row, x, bits) == 0)
+        x += kBlock;
+    while (x < cols && row[4 * x + channel] == 0)
+        ++x;
+    return x;
+}
+
+// The last selected pixel of a row, knowing that `left` is one.
+int lastSelected(const uchar *row, int left, int cols, int channel, uint64_t bits)
+{
+    int x = cols;
+    while (x - kBlock > left && blockBits(row, x - kBlock, bits) == 0)
+        x -= kBlock;
+    --x;
+    while (x > left && row[4 * x + channel] == 0)
+        --x;
+    return x;
+}
 
 } // namespace
 
 cv::Rect layerBounds(const cv::Mat &layer, int channel)
 {
-    if (layer.empty() || layer.type() != CV_8UC4)
+    if (layer.empty() || layer.type() != CV_8UC4 || channel < 0 || channel > 3)
         return cv::Rect();
     // Split between the cores. A row is searched from the left up to its
     // first selected pixel (which is also its leftmost) and from the right
     // down to its rightmost, so a row through the selection costs its
-    // margins, and only empty rows are read whole.
+    // margins, and only empty rows are read whole, eight pixels at a time.
     const int rows = layer.rows, cols = layer.cols;
+    const uint64_t bits = (uint64_t(0xFF) << (8 * channel)) | (uint64_t(0xFF) << (8 * (channel + 4)));
     int minX = cols, maxX = -1, minY = rows, maxY = -1;
 #pragma omp parallel for schedule(static) reduction(min : minX, minY) reduction(max : maxX, maxY)
     for (int y = 0; y < rows; ++y) {
-        const uchar *p = layer.ptr<uchar>(y) + channel;
-        int left = 0;
-        while (left < cols && p[4 * left] == 0)
-            ++left;
+        const uchar *row = layer.ptr<uchar>(y);
+        const int left = firstSelected(row, cols, channel, bits);
         if (left == cols)
             continue;
-        int right = cols - 1;
-        while (right > left && p[4 * right] == 0)
-            --right;
+        const int right = lastSelected(row, left, cols, channel, bits);
         minX = std::min(minX, left);
         maxX = std::max(maxX, right);
         minY = std::min(minY, y);
@@ -118,22 +154,16 @@ bool PhotoItem::changeSelectionBy(int pixels, const QString &text)
     // edge, and the rest of the view's surroundings hold no selection.
     cv::Mat selected;
     cv::extractChannel(layer(rect), selected, channel);
-    const cv::Mat changed = morphSelection(selected, pixels);
-    if (cv::countNonZero(changed != selected) == 0)
+    cv::Mat changed = morphSelection(selected, pixels);
+    if (cv::norm(changed, selected, cv::NORM_INF) == 0)
         return false;
 
-    const cv::Mat before = layer(rect).clone();
-    cv::Mat view = layer(rect);
-    view.setTo(cv::Scalar::all(0));
-    view.setTo(green ? kGrowTintGreen : kGrowTintRed, changed);
-    if (green)
-        m_donorUsed = 1;
     // The next Erase must reach what the selection grew into.
     extendWorkBoxTo(rect);
-    if (green)
-        m_undoStack->push(new AddGreenCommand(view, before, text, this, rect));
-    else
-        m_undoStack->push(new AddRedCommand(view, before, text, this, rect));
+    // The entry keeps the two masks (a layer holds nothing but its tint);
+    // the push paints the new one.
+    m_undoStack->push(new SelectionMaskCommand(green ? Colour::Donor : Colour::Mask, std::move(changed),
+                                               std::move(selected), text, this, rect));
     return true;
 }
 

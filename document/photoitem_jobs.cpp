@@ -59,6 +59,36 @@ cv::Rect changedBounds(const cv::Mat &a, const cv::Mat &b)
     return cv::boundingRect(changed);
 }
 
+// A donor flag left over from an undone green stroke, with no green in the
+// crop, asks for a plain erase.
+bool donorAsked(int donorUsed, const cv::Mat &green)
+{
+    return donorUsed != 0 && hasSelected(green, 1);
+}
+
+// The crop an erase job works on, from its (enlarged) work box.
+cv::Rect cropOf(double minX, double minY, double maxX, double maxY)
+{
+    return cv::Rect(cv::Point(int(minX), int(minY)), cv::Point(int(maxX), int(maxY)));
+}
+
+// A selection layer's channel as a 0/255 mask, by the engine's test.
+cv::Mat selectedPixels(const cv::Mat &layerView, int channel)
+{
+    cv::Mat values;
+    cv::extractChannel(layerView, values, channel);
+    return values > 254;
+}
+
+// A selection layer (CV_8UC4, the usual tint) of a 0/255 mask.
+cv::Mat selectionLayer(const cv::Mat &mask, int channel)
+{
+    cv::Mat layer(mask.size(), CV_8UC4, cv::Scalar::all(0));
+    cv::insertChannel(mask, layer, channel);
+    cv::insertChannel(mask & 128, layer, 3);
+    return layer;
+}
+
 } // namespace
 
 void PhotoItem::hookUpEngine()
@@ -87,13 +117,17 @@ void PhotoItem::releaseEngine()
     m_jobActive = false;
 }
 
-void PhotoItem::recvEraseCommand()
+void PhotoItem::recvEraseCommand() { startGuarded(&PhotoItem::startErase); }
+
+void PhotoItem::recvAnotherFillCommand() { startGuarded(&PhotoItem::startAnotherFill); }
+
+void PhotoItem::startGuarded(void (PhotoItem::*start)())
 {
     // Preparing a job copies the photo and the crop: running out of memory
     // there, or an OpenCV error, turns the command away instead of ending
     // the program.
     try {
-        startErase();
+        (this->*start)();
     } catch (const std::bad_alloc &) {
         if (!m_jobActive)
             refuseJob(QStringLiteral("out of memory"));
@@ -124,7 +158,7 @@ void PhotoItem::startErase()
     box.maxX = m_workMaxX;
     box.maxY = m_workMaxY;
     box = enlargeWorkBox(box, m_imageCols, m_imageRows);
-    const cv::Rect crop(cv::Point(int(box.minX), int(box.minY)), cv::Point(int(box.maxX), int(box.maxY)));
+    const cv::Rect crop = cropOf(box.minX, box.minY, box.maxX, box.maxY);
     // An erase job whose crop holds no red pixel would change nothing:
     // leave the photo, the selection and the box as they are.
     if (!isCloneTool(m_tool) && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
@@ -134,7 +168,9 @@ void PhotoItem::startErase()
     // Where the engine would leave a black hole, or the machine lacks the
     // memory, say why and leave the photo, the selection and the box.
     if (!isCloneTool(m_tool)) {
-        const QString reason = eraseJobRefusal(crop);
+        const cv::Mat green = m_inpaintMaskBK(crop);
+        const QString reason =
+            eraseJobRefusal(m_image(crop), m_inpaintMask(crop), green, donorAsked(m_donorUsed, green));
         if (!reason.isEmpty()) {
             refuseJob(reason);
             return;
@@ -172,27 +208,92 @@ void PhotoItem::refuseJob(const QString &reason)
     emit sendThreadFinish();
 }
 
-namespace {
-
-// A donor flag left over from an undone green stroke, with no green in the
-// crop, asks for a plain erase.
-bool donorAsked(int donorUsed, const cv::Mat &green)
+QString PhotoItem::eraseJobRefusal(const cv::Mat &image, const cv::Mat &red, const cv::Mat &green,
+                                   bool useDonor) const
 {
-    return donorUsed != 0 && hasSelected(green, 1);
-}
-
-} // namespace
-
-QString PhotoItem::eraseJobRefusal(const cv::Rect &crop) const
-{
-    const cv::Mat green = m_inpaintMaskBK(crop);
-    const bool useDonor = donorAsked(m_donorUsed, green);
-    std::string reason = eraseRefusal(m_image(crop), m_inpaintMask(crop), green, useDonor);
+    std::string reason = eraseRefusal(image, red, green, useDonor);
     // Besides the job's own buffers, the photo as it was before the job is
     // kept whole, for a cancel, a failure and the undo entry.
     if (reason.empty())
-        reason = memoryRefusal(crop.size(), useDonor, uint64_t(m_image.total() * m_image.elemSize()));
+        reason = memoryRefusal(image.size(), useDonor, uint64_t(m_image.total() * m_image.elemSize()));
     return QString::fromStdString(reason);
+}
+
+FillInputs PhotoItem::eraseInputs(const cv::Rect &crop) const
+{
+    FillInputs inputs;
+    inputs.crop = crop;
+    // The pixels before the fill are the entry's own "before".
+    const cv::Mat green = m_inpaintMaskBK(crop);
+    inputs.useDonor = donorAsked(m_donorUsed, green);
+    inputs.red = selectedPixels(m_inpaintMask(crop), 2);
+    if (inputs.useDonor)
+        inputs.green = selectedPixels(green, 1);
+    return inputs;
+}
+
+const FillCommand *PhotoItem::lastFill() const
+{
+    if (!m_undoStack || m_undoStack->index() < 1)
+        return nullptr;
+    return dynamic_cast<const FillCommand *>(m_undoStack->command(m_undoStack->index() - 1));
+}
+
+bool PhotoItem::canFillAgain() const
+{
+    const FillCommand *last = lastFill();
+    return !m_jobActive && !m_image.empty() && last && last->inputs().fits(m_image.size());
+}
+
+void PhotoItem::startAnotherFill()
+{
+    m_firstProgress = 1;
+    if (m_jobActive)
+        return;
+    const FillCommand *last = lastFill();
+    if (!last || m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide
+        || !last->inputs().fits(m_image.size())) {
+        refuseJob();
+        return;
+    }
+    const FillInputs inputs = last->inputs();
+    const cv::Mat red = selectionLayer(inputs.red, 2);
+    const cv::Mat green = inputs.useDonor ? selectionLayer(inputs.green, 1)
+                                          : cv::Mat(red.size(), CV_8UC4, cv::Scalar::all(0));
+    const QString reason = eraseJobRefusal(inputs.original, red, green, inputs.useDonor);
+    if (!reason.isEmpty()) {
+        refuseJob(reason);
+        return;
+    }
+    m_imageBeforeJob = m_image.clone();
+    m_workBoxBeforeRefill = cv::Vec4d(m_workMinX, m_workMinY, m_workMaxX, m_workMaxY);
+    m_canceled = 0;
+    try {
+        m_workMinX = last->m_min.x();
+        m_workMinY = last->m_min.y();
+        m_workMaxX = last->m_max.x();
+        m_workMaxY = last->m_max.y();
+        // The job starts where the first fill started: the hole's pixels as
+        // they were, so that only the random start differs.
+        inputs.original.copyTo(m_image(inputs.crop));
+        const cv::Mat image = m_image(inputs.crop);
+        m_workerThread->setEraseJob(image, image, red, green, inputs.useDonor, JobType::Erase);
+    } catch (...) {
+        m_imageBeforeJob.copyTo(m_image);
+        restoreWorkBoxBeforeRefill();
+        throw;
+    }
+    m_refill = inputs;
+    m_refilling = true;
+    startJob();
+}
+
+void PhotoItem::restoreWorkBoxBeforeRefill()
+{
+    m_workMinX = m_workBoxBeforeRefill[0];
+    m_workMinY = m_workBoxBeforeRefill[1];
+    m_workMaxX = m_workBoxBeforeRefill[2];
+    m_workMaxY = m_workBoxBeforeRefill[3];
 }
 
 bool PhotoItem::prepareCloneJob()
@@ -297,7 +398,8 @@ void PhotoItem::onQThreadFinished()
     if (m_canceled == 0 && !failed) {
         cv::Rect rect;
         QString text;
-        if (m_tool == Tool::PieceDrag || m_tool == Tool::SmartClone) {
+        const bool fill = m_refilling || !isCloneTool(m_tool);
+        if (!fill) {
             const cv::Rect r = selectionBounds();
             const int growX = m_tool == Tool::SmartClone ? m_cloneGrowX : 0;
             const int growY = m_tool == Tool::SmartClone ? m_cloneGrowY : 0;
@@ -317,13 +419,17 @@ void PhotoItem::onQThreadFinished()
         } else {
             foldJobResult(m_image, m_workerThread->m_workImage);
             rect = workBoxRect();
-            text = QStringLiteral("Erase");
+            text = m_refilling ? tr("Another Fill") : QStringLiteral("Erase");
         }
         rect = insideImage(rect, m_image);
 
         // The push runs redo at once, which resets the selections and boxes.
-        m_undoStack->push(new Command(m_image(rect), m_imageBeforeJob(rect), QPointF(m_workMinX, m_workMinY),
-                                      QPointF(m_workMaxX, m_workMaxY), text, this, rect));
+        const QPointF min(m_workMinX, m_workMinY), max(m_workMaxX, m_workMaxY);
+        if (fill)
+            m_undoStack->push(new FillCommand(m_image(rect), m_imageBeforeJob(rect), min, max, text, this, rect,
+                                              m_refilling ? m_refill : refillInputs()));
+        else
+            m_undoStack->push(new Command(m_image(rect), m_imageBeforeJob(rect), min, max, text, this, rect));
 
         startAfresh();
     } else {
@@ -331,11 +437,16 @@ void PhotoItem::onQThreadFinished()
         // blacked out its hole first). The selection stays, and the work
         // box keeps its enlarged values.
         m_imageBeforeJob.copyTo(m_image);
+        // Another Fill leaves the box as the committed fill left it.
+        if (m_refilling)
+            restoreWorkBoxBeforeRefill();
         // Under the smart clone the green layer only held the piece's
         // scratch, which is no picture to show.
-        if (m_tool == Tool::SmartClone)
+        else if (m_tool == Tool::SmartClone)
             clearInpaintMaskBK();
     }
+    m_refilling = false;
+    m_refill = FillInputs();
     showImageAndLayers();
 
     emit jobEnded();
@@ -347,6 +458,18 @@ void PhotoItem::onQThreadFinished()
         emit jobFailed(reason);
     }
     emit sendThreadFinish();
+}
+
+FillInputs PhotoItem::refillInputs() const
+{
+    // Without the memory to keep them the erase stands as it is; only
+    // Another Fill is not offered after it.
+    try {
+        return eraseInputs(cropOf(m_workMinX, m_workMinY, m_workMaxX, m_workMaxY));
+    } catch (const std::bad_alloc &) {
+    } catch (const cv::Exception &) {
+    }
+    return FillInputs();
 }
 
 void PhotoItem::showImageAndLayers()

@@ -1,5 +1,7 @@
-// The four operations the undo entries call back into.
+// The operations the undo entries call back into.
 #include "photoitem.h"
+
+#include <cstring>
 
 // Copies a snapshot back at its rectangle; a snapshot that does not fit the
 // rectangle or the image is refused rather than written out of bounds.
@@ -27,6 +29,34 @@ void PhotoItem::setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect)
     m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
     // Set on undo too: undoing the only green stroke keeps the donor path on.
     m_donorUsed = 1;
+}
+
+void PhotoItem::paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect)
+{
+    const bool green = colour == Colour::Donor;
+    cv::Mat &layer = green ? m_inpaintMaskBK : m_inpaintMask;
+    if (layer.type() != CV_8UC4 || mask.type() != CV_8UC1 || mask.size() != rect.size() || rect.empty()
+        || (rect & cv::Rect(0, 0, layer.cols, layer.rows)) != rect)
+        return;
+    const uchar tintBytes[4] = {0, uchar(green ? 255 : 0), uchar(green ? 0 : 255), 128};
+    uint32_t tint;
+    std::memcpy(&tint, tintBytes, 4);
+    // One pass that writes each pixel once as a word (the layer's pixels
+    // are four aligned bytes), split between the cores.
+#pragma omp parallel for schedule(static)
+    for (int y = 0; y < rect.height; ++y) {
+        const uchar *in = mask.ptr<uchar>(y);
+        auto *out = reinterpret_cast<uint32_t *>(layer.ptr<uchar>(rect.y + y) + 4 * rect.x);
+        for (int x = 0; x < rect.width; ++x)
+            out[x] = in[x] ? tint : 0u;
+    }
+    if (green) {
+        m_frontGreenWidget->showLayer(true);
+        m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+        m_donorUsed = 1;
+    } else {
+        m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    }
 }
 
 void PhotoItem::setUndoPixmap(cv::Mat temp, QPointF min, QPointF max, cv::Rect rect)

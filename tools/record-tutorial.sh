@@ -12,7 +12,8 @@
 #   tools/record-tutorial.sh [movie numbers...]     default: 11 12 13 14 15
 #
 # Needs a built program (cmake --build build --target mervane), xvfb-run,
-# xdotool and ImageMagick. BUILD=<dir> picks another build tree, OUT=<dir>
+# xdotool, ImageMagick, and unshare (util-linux) with the right to mount in
+# a private namespace (root, or unprivileged user namespaces). BUILD=<dir> picks another build tree, OUT=<dir>
 # another output folder. The photograph is coffee.png from Debian's
 # python3-skimage sample data (public domain). Frames are scaled to the
 # tutorial's 800 x 464 and reduced to a small palette to keep each file small.
@@ -30,6 +31,15 @@ if [ -z "$MERVANE_REC_DISPLAY" ]; then
   MERVANE_REC_DISPLAY=1 exec xvfb-run -a -s "-screen 0 1280x800x24 -dpi 96" "$0" "$@"
 fi
 
+# The open dialog shows its folder and the home folder: let them be a
+# user's, not a temporary path. A private mount namespace lays an empty
+# /home over the real one for this run only, so nothing is written there.
+REC_HOME=/home/robin
+if [ -z "$MERVANE_REC_HOME" ]; then
+  if [ "$(id -u)" -eq 0 ]; then ns=--mount; else ns="--mount --map-root-user"; fi
+  MERVANE_REC_HOME=$REC_HOME exec unshare $ns sh -c 'mount -t tmpfs -o mode=755 tmpfs /home && exec "$0" "$@"' "$0" "$@"
+fi
+
 MOVIES=${*:-11 12 13 14 15}
 WORK=$(mktemp -d /tmp/mervane-rec.XXXXXX)
 PID=
@@ -39,13 +49,15 @@ cleanup() {
 }
 trap cleanup EXIT
 
-mkdir -p "$WORK/Pictures" "$WORK/config/Tesselin"
-cp "$PHOTO" "$WORK/Pictures/coffee.png"
+PICTURES=$MERVANE_REC_HOME/Pictures
+mkdir -p "$PICTURES" "$WORK/config/Tesselin"
+cp "$PHOTO" "$PICTURES/coffee.png"
 # The first-run tutorial has been seen, and the open dialog starts in the
 # folder of the photo: the movies show the program itself.
 printf '[General]\nInitializtion=1\n' > "$WORK/config/Tesselin/Tesselin Mervane.conf"
-printf '[General]\nlocation=%s\n' "$WORK/Pictures" > "$WORK/config/Tesselin/Pellumar.conf"
+printf '[General]\nlocation=%s\n' "$PICTURES" > "$WORK/config/Tesselin/Pellumar.conf"
 export XDG_CONFIG_HOME="$WORK/config"
+export HOME="$MERVANE_REC_HOME"
 
 # The pointer painted into the frames: a white arrow with a dark edge.
 ARROW="$WORK/arrow.png"

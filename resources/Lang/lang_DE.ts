@@ -91,6 +91,10 @@
         <translation>Auswahl verkleinern</translation>
     </message>
     <message>
+        <source>Another Fill</source>
+        <translation>Andere Füllung</translation>
+    </message>
+    <message>
         <source>Hardness:</source>
         <translation>Härte:</translation>
     </message>
@@ -334,6 +338,10 @@ Möchten Sie alle Dateien entfernen?</translation>
     <message>
         <source>Shrink Selection</source>
         <translation>Auswahl verkleinern</translation>
+    </message>
+    <message>
+        <source>Another Fill</source>
+        <translation>Andere Füllung</translation>
     </message>
     <message>
         <source>Warnning</source>

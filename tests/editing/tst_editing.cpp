@@ -8,6 +8,7 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QProcess>
+#include <QPushButton>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QUndoStack>
@@ -15,7 +16,11 @@
 
 #include "customwidget.h"
 #include "erasetest.h"
+#include "commands.h"
 #include "globals.h"
+#include "jobdialog.h"
+#include "processdialog.h"
+#include "threadfromqthread.h"
 #include "mainwindow.h"
 #include "photoitem.h"
 #include "qmenubutton.h"
@@ -215,6 +220,74 @@ private slots:
         const cv::Mat shrunk = redOf(item->m_inpaintMask);
         QCOMPARE(differing(shrunk, fartherThan(twice, 3)), 0);
         QVERIFY(samePixels(item->m_image, photo));
+    }
+
+    // The box search reads eight pixels at a time: it must find what a
+    // plain pixel-by-pixel search finds, at every width and at the edges.
+    void selectionBoxAsAPlainSearchFindsIt()
+    {
+        cv::RNG rng(18);
+        for (int round = 0; round < 400; ++round) {
+            const int cols = 1 + rng.uniform(0, 40), rows = 1 + rng.uniform(0, 12);
+            const int channel = rng.uniform(0, 2) ? 2 : 1;
+            cv::Mat layer(rows, cols, CV_8UC4, cv::Scalar::all(0));
+            // Other channels set too, which must not count.
+            for (int k = rng.uniform(0, 6); k > 0; --k)
+                layer.at<cv::Vec4b>(rng.uniform(0, rows), rng.uniform(0, cols))[channel == 2 ? 1 : 2] = 255;
+            for (int k = rng.uniform(0, 4); k > 0; --k)
+                layer.at<cv::Vec4b>(rng.uniform(0, rows), rng.uniform(0, cols))[channel] = uchar(rng.uniform(1, 256));
+            int minX = cols, minY = rows, maxX = -1, maxY = -1;
+            for (int y = 0; y < rows; ++y)
+                for (int x = 0; x < cols; ++x)
+                    if (layer.at<cv::Vec4b>(y, x)[channel] != 0) {
+                        minX = std::min(minX, x);
+                        maxX = std::max(maxX, x);
+                        minY = std::min(minY, y);
+                        maxY = std::max(maxY, y);
+                    }
+            const cv::Rect plain = maxY < 0 ? cv::Rect() : cv::Rect(minX, minY, maxX - minX + 1, maxY - minY + 1);
+            QCOMPARE(layerBounds(layer, channel), plain);
+        }
+    }
+
+    // The entry keeps masks, not layer bytes: undo and redo still give the
+    // layer back byte for byte, red and green.
+    void growAndShrinkUndoTheLayerBytesExactly()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        dragRectangle(QPointF(100, 100), QPointF(160, 150));
+        dragRectangle(QPointF(0, 0), QPointF(30, 399));
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        dragRectangle(QPointF(300, 200), QPointF(380, 260));
+        QTest::mouseClick(ui->pushButton_red, Qt::LeftButton);
+        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat green = item->m_inpaintMaskBK.clone();
+        QUndoStack *stack = item->getUndoStack();
+        entry(QStringLiteral("Shrink Selection"))->trigger();
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        const cv::Mat changedRed = item->m_inpaintMask.clone();
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        entry(QStringLiteral("Grow Selection"))->trigger();
+        const cv::Mat grownGreen = item->m_inpaintMaskBK.clone();
+        QVERIFY(!samePixels(grownGreen, green));
+        QVERIFY(!samePixels(changedRed, red));
+        stack->undo();
+        QVERIFY(samePixels(item->m_inpaintMaskBK, green));
+        stack->undo();
+        stack->undo();
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+        stack->redo();
+        stack->redo();
+        QVERIFY(samePixels(item->m_inpaintMask, changedRed));
+        stack->redo();
+        QVERIFY(samePixels(item->m_inpaintMaskBK, grownGreen));
+        // Only the layer's two values, as the tools paint them.
+        for (const cv::Mat &layer : {item->m_inpaintMask, item->m_inpaintMaskBK}) {
+            cv::Mat alpha;
+            cv::extractChannel(layer, alpha, 3);
+            QCOMPARE(cv::countNonZero(alpha != 0 & alpha != 128), 0);
+        }
     }
 
     void shrinkAwayAThinSelectionThenNothingIsLeftToShrink()
@@ -436,6 +509,224 @@ private slots:
         QVERIFY(changedShare(originalBgr, byWindow, selected) > 0.8);
         QCOMPARE(cv::countNonZero(changedPixels(originalBgr, byTool) & ~reach), 0);
         QCOMPARE(cv::countNonZero(changedPixels(originalBgr, byWindow) & ~reach), 0);
+    }
+    // ------------------------------------------------------- another fill
+
+    // Erases a rectangle through the Erase button and waits for the entry.
+    bool eraseRectangle(PhotoItem *item, QPointF from, QPointF to)
+    {
+        dragRectangle(from, to);
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
+        return finished.wait(kJobTimeoutMs) && !item->m_jobActive;
+    }
+
+    // Runs Another Fill from the menu to its end.
+    bool fillAgain(PhotoItem *item)
+    {
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QAction *again = m_w->anotherFillAction();
+        if (!again || !again->isEnabled())
+            return false;
+        again->trigger();
+        if (!item->m_jobActive)
+            return false;
+        // Greyed while its own job runs.
+        if (again->isEnabled())
+            return false;
+        return finished.wait(kJobTimeoutMs) && !item->m_jobActive;
+    }
+
+    static const FillCommand *fillEntry(QUndoStack *stack)
+    {
+        return stack->index() > 0 ? dynamic_cast<const FillCommand *>(stack->command(stack->index() - 1)) : nullptr;
+    }
+
+    void anotherFillGreyedUnlessTheLastEntryIsAFill()
+    {
+        QAction *again = entry(QStringLiteral("Another Fill"));
+        QVERIFY(again);
+        QCOMPARE(again, m_w->anotherFillAction());
+        QCOMPARE(again->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+F")));
+        QCOMPARE(again->font(), entry(QStringLiteral("Grow Selection"))->font());
+        // No photo.
+        QVERIFY(!again->isEnabled());
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        QVERIFY(!again->isEnabled());
+        // A stroke is no fill.
+        dragRectangle(QPointF(150, 60), QPointF(230, 130));
+        QVERIFY(!again->isEnabled());
+        // During the erase, greyed; after it, offered.
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
+        QVERIFY(item->m_jobActive);
+        QVERIFY(!again->isEnabled());
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QVERIFY(again->isEnabled());
+        QUndoStack *stack = item->getUndoStack();
+        QCOMPARE(stack->text(stack->index() - 1), QStringLiteral("Erase"));
+        // A new stroke after it takes the offer away; undoing the stroke
+        // gives it back.
+        dragRectangle(QPointF(300, 200), QPointF(340, 240));
+        QVERIFY(!again->isEnabled());
+        stack->undo();
+        QVERIFY(again->isEnabled());
+        // Undoing the erase itself leaves the stroke last.
+        stack->undo();
+        QVERIFY(!again->isEnabled());
+        stack->redo();
+        QVERIFY(again->isEnabled());
+        // Triggered while greyed (by its shortcut's slot), nothing happens.
+        dragRectangle(QPointF(300, 200), QPointF(340, 240));
+        const int entries = stack->count();
+        m_w->anotherFill();
+        QVERIFY(!item->m_jobActive);
+        QCOMPARE(stack->count(), entries);
+    }
+
+    // Greyed means seen greyed: a disabled entry's text is drawn darker than
+    // an enabled one's.
+    void disabledEntriesAreDrawnGreyed()
+    {
+        QMenu *m = menu();
+        m->popup(QPoint(0, 0));
+        QVERIFY(QTest::qWaitForWindowExposed(m));
+        const QImage shot = m->grab().toImage();
+        m->hide();
+        auto brightText = [&shot](const QRect &row) {
+            int count = 0;
+            for (int y = row.top(); y <= row.bottom(); ++y)
+                for (int x = row.left(); x <= row.right(); ++x) {
+                    const QColor c = shot.pixelColor(x, y);
+                    count += c.red() > 200 && c.green() > 200 && c.blue() > 200;
+                }
+            return count;
+        };
+        QAction *website = m->actions().at(0);
+        QAction *again = entry(QStringLiteral("Another Fill"));
+        QVERIFY(website->isEnabled());
+        QVERIFY(!again->isEnabled());
+        QVERIFY(brightText(m->actionGeometry(website)) > 20);
+        QCOMPARE(brightText(m->actionGeometry(again)), 0);
+    }
+
+    void anotherFillChangesTheHoleOnlyAndUndoesExactly()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        const cv::Mat original = item->m_image.clone();
+        QVERIFY(eraseRectangle(item, QPointF(150, 60), QPointF(330, 200)));
+        QUndoStack *stack = item->getUndoStack();
+        const FillCommand *erase = fillEntry(stack);
+        QVERIFY(erase);
+        const cv::Rect box = erase->m_rect;
+        const cv::Mat hole = erase->inputs().red;
+        QVERIFY(cv::countNonZero(hole) > 20000);
+        QVERIFY(!erase->inputs().useDonor);
+        // The pixels before the fill are kept once, as the entry's "before".
+        QCOMPARE(erase->inputs().original.data, erase->m_undoImage.data);
+        QVERIFY(samePixels(erase->inputs().original, original(erase->inputs().crop)));
+        const cv::Mat first = item->m_image.clone();
+        const int entries = stack->count();
+
+        QVERIFY(fillAgain(item));
+        const cv::Mat second = item->m_image.clone();
+        QCOMPARE(stack->count(), entries + 1);
+        QCOMPARE(stack->text(stack->index() - 1), QStringLiteral("Another Fill"));
+        // A different fill of the same hole, nothing else touched.
+        const cv::Rect crop = erase->inputs().crop;
+        const double differs = changedShare(first(crop), second(crop), hole);
+        QVERIFY2(differs > 0.2, qPrintable(QString::number(differs)));
+        QCOMPARE(changedOutside(first, second, box), 0);
+        QCOMPARE(changedOutside(original, second, box), 0);
+        QVERIFY(changedShare(original(crop), second(crop), hole) > 0.8);
+        // No selection is left behind, as after an Erase.
+        QVERIFY(!layerHasSelection(item->m_inpaintMask, 2));
+        QVERIFY(m_w->anotherFillAction()->isEnabled());
+
+        // Undo gives the first fill back exactly, redo the second; the
+        // offer stays through both.
+        stack->undo();
+        QVERIFY(samePixels(item->m_image, first));
+        QVERIFY(m_w->anotherFillAction()->isEnabled());
+        stack->redo();
+        QVERIFY(samePixels(item->m_image, second));
+        QVERIFY(m_w->anotherFillAction()->isEnabled());
+
+        // Again after an Another Fill: a third, from the same start.
+        QVERIFY(fillAgain(item));
+        const cv::Mat third = item->m_image.clone();
+        QVERIFY(changedShare(second(crop), third(crop), hole) > 0.2);
+        QCOMPARE(changedOutside(original, third, box), 0);
+        stack->undo();
+        stack->undo();
+        QVERIFY(samePixels(item->m_image, first));
+        // Down to before the erase: the stroke is last, nothing to fill again.
+        stack->undo();
+        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(!m_w->anotherFillAction()->isEnabled());
+    }
+
+    void cancelledAnotherFillKeepsThePreviousFill()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        QVERIFY(eraseRectangle(item, QPointF(150, 60), QPointF(330, 200)));
+        QUndoStack *stack = item->getUndoStack();
+        const cv::Mat first = item->m_image.clone();
+        const cv::Mat red = item->m_inpaintMask.clone();
+        const int entries = stack->count();
+        const cv::Rect box = item->workBoxRect();
+
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        m_w->anotherFillAction()->trigger();
+        QVERIFY(item->m_jobActive);
+        // The Cancel button of the same progress dialog as the Erase.
+        QVERIFY(JobDialog::of(item));
+        processDialog *dialog = JobDialog::of(item)->dialog();
+        QVERIFY(dialog);
+        QVERIFY(dialog->isVisible());
+        QTest::mouseClick(dialog->findChild<QPushButton *>(QStringLiteral("pushButton")), Qt::LeftButton);
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QVERIFY(!dialog->isVisible());
+        QVERIFY(samePixels(item->m_image, first));
+        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QCOMPARE(item->workBoxRect(), box);
+        QCOMPARE(stack->count(), entries);
+        QCOMPARE(stack->text(stack->index() - 1), QStringLiteral("Erase"));
+        // Still offered, and a later one commits as usual.
+        QVERIFY(m_w->anotherFillAction()->isEnabled());
+        QVERIFY(fillAgain(item));
+        QCOMPARE(stack->count(), entries + 1);
+    }
+
+    void anotherFillOfADonorEraseUsesTheDonorAgain()
+    {
+        PhotoItem *item = openPhoto(realPhoto("coffee.png"));
+        QVERIFY(item);
+        QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
+        dragRectangle(QPointF(20, 250), QPointF(200, 380));
+        const cv::Mat donor = greenOf(item->m_inpaintMaskBK);
+        QTest::mouseClick(ui->pushButton_red, Qt::LeftButton);
+        const cv::Mat original = item->m_image.clone();
+        QVERIFY(eraseRectangle(item, QPointF(250, 80), QPointF(330, 160)));
+        QUndoStack *stack = item->getUndoStack();
+        const FillCommand *erase = fillEntry(stack);
+        QVERIFY(erase);
+        QVERIFY(erase->inputs().useDonor);
+        const cv::Rect crop = erase->inputs().crop;
+        QCOMPARE(differing(erase->inputs().green, donor(crop)), 0);
+        const cv::Mat first = item->m_image.clone();
+
+        QVERIFY(fillAgain(item));
+        QVERIFY(item->m_workerThread->m_useDonor);
+        QCOMPARE(differing(greenOf(item->m_workerThread->m_greenImage), donor(crop)), 0);
+        QVERIFY(changedShare(first(crop), item->m_image(crop), erase->inputs().red) > 0.2);
+        QCOMPARE(changedOutside(original, item->m_image, erase->m_rect), 0);
+        // The entry it made carries the donor on, for the next one.
+        QVERIFY(fillEntry(stack)->inputs().useDonor);
+        QVERIFY(!layerHasSelection(item->m_inpaintMaskBK, 1));
     }
 };
 

@@ -208,7 +208,7 @@ private slots:
         auto window = makeWindow();
         QMenu *menu = window->form()->pushButton_dropdown->getMenu();
         const QList<QAction *> actions = menu->actions();
-        QCOMPARE(actions.size(), 8);
+        QCOMPARE(actions.size(), 9);
         QCOMPARE(actions.at(0)->text(), QStringLiteral("Website..."));
         QCOMPARE(actions.at(1)->text(), QStringLiteral("Technical support..."));
         QCOMPARE(actions.at(2)->text(), QStringLiteral("Tutorial..."));
@@ -217,6 +217,7 @@ private slots:
         QCOMPARE(actions.at(5)->text(), QStringLiteral("Save Mask..."));
         QCOMPARE(actions.at(6)->text(), QStringLiteral("Grow Selection"));
         QCOMPARE(actions.at(7)->text(), QStringLiteral("Shrink Selection"));
+        QCOMPARE(actions.at(8)->text(), QStringLiteral("Another Fill"));
         for (QAction *action : actions) {
             if (action->isSeparator())
                 continue;
