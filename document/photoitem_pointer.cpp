@@ -4,19 +4,19 @@
 #include "photoitem.h"
 #include "pointertool.h"
 
-const PointerTool &PhotoItem::currentTool() const { return pointerTool(m_tool); }
+const PointerTool &PhotoItem::currentTool() const { return pointerTool(m_pointer.m_tool); }
 
 void PhotoItem::recvSelectType(int type, int size, int colorType)
 {
-    m_tool = toolFromCode(type);
-    m_brushSize = size;
-    m_colorType = colourFromCode(colorType);
+    m_pointer.m_tool = toolFromCode(type);
+    m_pointer.m_brushSize = size;
+    m_pointer.m_colorType = colourFromCode(colorType);
     currentTool().chosen(*this);
 }
 
 void PhotoItem::recvLeftPressPoint(QPointF pos)
 {
-    m_pressPos = pos;
+    m_pointer.m_pressPos = pos;
     currentTool().press(*this, pos);
 }
 
@@ -29,19 +29,19 @@ void PhotoItem::recvLeftMovePoint(QPointF pos)
 
 void PhotoItem::recvLeftMoveNoPoint(QPointF pos)
 {
-    m_prevPos = m_curPos;
-    m_curPos = pos;
+    m_pointer.m_prevPos = m_pointer.m_curPos;
+    m_pointer.m_curPos = pos;
     currentTool().hover(*this, pos);
 }
 
 void PhotoItem::recvReleasePoint(QPointF pos)
 {
     // The piece's size so far is where the next handle drag starts from.
-    m_cloneGrowBaseX = m_cloneGrowX;
-    m_cloneGrowBaseY = m_cloneGrowY;
+    m_clone.m_cloneGrowBaseX = m_clone.m_cloneGrowX;
+    m_clone.m_cloneGrowBaseY = m_clone.m_cloneGrowY;
     extendStrokeBox(pos);
     currentTool().release(*this, pos);
-    m_lassoCount = 0;
+    m_selection.m_lassoCount = 0;
 }
 
 void PhotoItem::recvDoublePress() { currentTool().doubleClick(*this); }

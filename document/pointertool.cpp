@@ -8,13 +8,13 @@ void PointerTool::press(PhotoItem &doc, QPointF pos) const
 {
     doc.extendWorkBox(pos);
     doc.extendStrokeBox(pos);
-    doc.m_curPos = pos;
+    doc.m_pointer.m_curPos = pos;
 }
 
 void PointerTool::drag(PhotoItem &doc, QPointF pos) const
 {
-    doc.m_prevPos = doc.m_curPos;
-    doc.m_curPos = pos;
+    doc.m_pointer.m_prevPos = doc.m_pointer.m_curPos;
+    doc.m_pointer.m_curPos = pos;
 }
 
 void PointerTool::hover(PhotoItem &, QPointF) const {}
@@ -25,8 +25,8 @@ void PointerTool::pickSource(PhotoItem &, QPointF) const {}
 
 void PointerTool::cancel(PhotoItem &doc) const
 {
-    doc.m_polyCount = 0;
-    doc.m_stampRegionActive = 0;
+    doc.m_selection.m_polyCount = 0;
+    doc.m_stamp.m_stampRegionActive = 0;
     doc.clearStrokeBaseRed();
 }
 

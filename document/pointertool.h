@@ -159,6 +159,10 @@ private:
     static bool startStroke(PhotoItem &doc, QPointF pos);
     // The undo entry of the gesture under way, if there is one.
     static void endStroke(PhotoItem &doc);
+    static cv::Rect dabRect(const PhotoItem &item, QPointF pos);
+    static void snapshotImage(PhotoItem &item);
+    static void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect);
+    static void showStampPreview(PhotoItem &item, QPointF pos);
 };
 
 // The two tools that move a selected piece of the photo: the press grabs it
