@@ -2,8 +2,6 @@
 #include "photoitem.h"
 #include "pathbytes.h"
 #include "photoio.h"
-#include "customitem.h"
-#include "globals.h"
 
 #include <QFileInfo>
 #include <QListWidget>
@@ -36,22 +34,9 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_output.m_fileName = info.fileName();
     m_output.m_folderPath = info.absolutePath();
 
-    // Row of the photo list: thumbnail 195 design pixels wide.
-    const double k = g_uiScale;
-    const float h = m_imageCols > 0 ? float(m_imageRows / (m_imageCols / 195.0)) : 0.0f;
-    const QPixmap thumb = matToQPixmap(m_image).scaled(int(k * 195), int(k * h), Qt::KeepAspectRatio,
-                                                       Qt::SmoothTransformation);
-    m_rowWidget = new CustomItem;
-    connect(m_rowWidget, &CustomItem::sendDelete, this, &PhotoItem::onCustomDeleteItem);
-    m_rowWidget->setInfo(thumb, m_output.m_fileName);
-    m_rowWidget->setGeometry(QRect(QPoint(0, 0), QPoint(int(k * 196) - 1, int(k * int(2.0 + h)) - 1)));
-    m_rowWidget->layoutRow(k > 1 ? int(k * 195 + 1) : int(k * 195), int(k * h));
-
+    // The photo's entry in the list; the window sets its row widget.
     m_listItem = new QListWidgetItem;
-    const int rowHeight = k > 1 ? int(1.0 + int(h + 27) * k) : int(int(h + 27) * k);
-    m_listItem->setData(Qt::SizeHintRole, QSize(0, rowHeight));
     m_listWidget->addItem(m_listItem);
-    m_listWidget->setItemWidget(m_listItem, m_rowWidget);
 
     initLayers();
 
@@ -80,8 +65,8 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
 PhotoItem::~PhotoItem()
 {
     releaseEngine();
-    // The list row may be gone already: the stack's clearing must not
-    // refresh its thumbnail.
+    // The stack's clearing must not make a thumbnail for a row that may be
+    // gone already.
     disconnect(m_undoStack, nullptr, this, nullptr);
     delete m_undoStack;
     m_undoStack = nullptr;

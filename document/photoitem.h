@@ -16,7 +16,6 @@
 class QListWidget;
 class QListWidgetItem;
 class QUndoStack;
-class CustomItem;
 class PointerTool;
 class ThreadFromQThread;
 
@@ -104,7 +103,8 @@ public:
     // entry is last and no job runs.
     bool canFillAgain() const;
     // The list row's thumbnail from the photo's present pixels, from a
-    // reduced image (a few milliseconds whatever the photo's size).
+    // reduced image (a few milliseconds whatever the photo's size), sent as
+    // thumbnailChanged.
     void refreshThumbnail();
 
     // Region bookkeeping.
@@ -240,6 +240,8 @@ signals:
     void jobEnded();
     void sendThreadFinish();
     void sendDeleteItem();
+    // A new thumbnail for the photo's list row.
+    void thumbnailChanged(QPixmap thumbnail);
     void sendOverStampSelect();
     // A command that starts no job for a reason the user must hear (one
     // line of English, lower case, as the engine's checks give it), sent
@@ -388,7 +390,6 @@ private:
     QUndoStack *m_undoStack = nullptr;
     QListWidget *m_listWidget = nullptr;
     QListWidgetItem *m_listItem = nullptr;
-    CustomItem *m_rowWidget = nullptr;
 };
 
 #endif // PHOTOITEM_H

@@ -4,7 +4,6 @@
 // change can reach.
 #include "photoitem.h"
 #include "commands.h"
-#include "customitem.h"
 #include "globals.h"
 
 #include <QUndoStack>
@@ -221,7 +220,7 @@ bool PhotoItem::addToRedSelection(const cv::Mat &mask)
 
 void PhotoItem::refreshThumbnail()
 {
-    if (!m_rowWidget || m_image.empty() || m_job.m_jobActive)
+    if (m_image.empty() || m_job.m_jobActive)
         return;
     // The row's thumbnail size, as at opening. Sampled first at twice that
     // size (a read of a few hundred thousand pixels, not of the photo), then
@@ -233,5 +232,5 @@ void PhotoItem::refreshThumbnail()
     cv::resize(m_image, sampled, cv::Size(std::min(m_imageCols, 2 * width), std::min(m_imageRows, 2 * height)), 0,
                0, cv::INTER_NEAREST);
     cv::resize(sampled, thumb, cv::Size(width, height), 0, 0, cv::INTER_AREA);
-    m_rowWidget->setInfo(matToQPixmap(thumb), m_output.m_fileName);
+    emit thumbnailChanged(matToQPixmap(thumb));
 }

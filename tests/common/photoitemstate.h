@@ -20,13 +20,12 @@ struct PhotoItemState
     PhotoItem::Job &job;
     PhotoItem::Output &output;
     QListWidgetItem *&m_listItem;
-    CustomItem *&m_rowWidget;
 
     static PhotoItemState of(PhotoItem &item)
     {
         return {item.m_image,     item.m_imageCols, item.m_imageRows, item.m_selection, item.m_pointer,
                 item.m_regions,   item.m_stamp,     item.m_clone,     item.m_job,       item.m_output,
-                item.m_listItem,  item.m_rowWidget};
+                item.m_listItem};
     }
 };
 

@@ -399,7 +399,9 @@ private slots:
             state(p).output.m_saved = 1;
         // Row 2 is current; the delete button of row 0 closes row 0.
         PhotoItem *first = m_w->photoItems().at(0);
-        state(first).m_rowWidget->form()->pushButton->click();
+        auto *row = qobject_cast<CustomItem *>(ui->listWidget->itemWidget(first->listItem()));
+        QVERIFY(row);
+        row->form()->pushButton->click();
         QCOMPARE(fileNames(), QStringList({"p1.png", "p2.png"}));
         QCOMPARE(ui->listWidget->currentRow(), 0);
         verifyOnlyBound(m_w->photoItems().at(0));

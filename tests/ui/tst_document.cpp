@@ -79,9 +79,10 @@ private slots:
         QCOMPARE(m_host->list->count(), 1);
         QCOMPARE(m_host->list->item(0), state(item).m_listItem);
         QCOMPARE(state(item).m_listItem->sizeHint(), QSize(0, 127));
-        QCOMPARE(m_host->list->itemWidget(state(item).m_listItem), static_cast<QWidget *>(state(item).m_rowWidget));
-        QCOMPARE(state(item).m_rowWidget->form()->label_name->text(), QString("colour.png"));
-        QCOMPARE(state(item).m_rowWidget->form()->label_img->pixmap(Qt::ReturnByValue).size(), QSize(195, 100));
+        auto *row = qobject_cast<CustomItem *>(m_host->list->itemWidget(state(item).m_listItem));
+        QVERIFY(row);
+        QCOMPARE(row->form()->label_name->text(), QString("colour.png"));
+        QCOMPARE(row->form()->label_img->pixmap(Qt::ReturnByValue).size(), QSize(195, 100));
         delete state(item).m_listItem;
         delete item;
     }
@@ -173,6 +174,34 @@ private slots:
         delete item;
     }
 
+    // The document tells its new thumbnail by a signal; the row the window
+    // gave it shows it, and a photo without a row just tells.
+    void thumbnailIsToldAndTheRowFollows()
+    {
+        m_host->list->clear();
+        const QString path = writeImage(m_dir.path(), "thumb.png", patternPhoto(60, 40));
+        PhotoItem *item = load(path);
+        auto *row = qobject_cast<CustomItem *>(m_host->list->itemWidget(item->listItem()));
+        QVERIFY(row);
+        QSignalSpy told(item, &PhotoItem::thumbnailChanged);
+        state(item).m_image.setTo(cv::Scalar(0, 0, 255));
+        item->refreshThumbnail();
+        QCOMPARE(told.count(), 1);
+        const QPixmap thumbnail = told.at(0).at(0).value<QPixmap>();
+        QCOMPARE(thumbnail.size(), QSize(195, 130));
+        const QImage shown = row->form()->label_img->pixmap(Qt::ReturnByValue).toImage();
+        QCOMPARE(shown.size(), QSize(195, 130));
+        QCOMPARE(QColor(shown.pixel(97, 65)), QColor(255, 0, 0));
+        QCOMPARE(row->form()->label_name->text(), QString("thumb.png"));
+        // While a job runs the pixels are the engine's: no thumbnail.
+        state(item).job.m_jobActive = true;
+        item->refreshThumbnail();
+        QCOMPARE(told.count(), 1);
+        state(item).job.m_jobActive = false;
+        delete item;
+        m_host->list->clear();
+    }
+
     void rowDeleteMakesTheRowCurrentBeforeAsking()
     {
         m_host->list->clear();
@@ -183,7 +212,7 @@ private slots:
         int rowAtSignal = -1;
         connect(first, &PhotoItem::sendDeleteItem, this, [&] { rowAtSignal = m_host->list->currentRow(); });
         // Through the row's own delete button, as the user does it.
-        state(first).m_rowWidget->form()->pushButton->click();
+        qobject_cast<CustomItem *>(m_host->list->itemWidget(first->listItem()))->form()->pushButton->click();
         QCOMPARE(rowAtSignal, 0);
         delete first;
         delete second;
