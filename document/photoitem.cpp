@@ -45,21 +45,12 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
 
-    m_clone.m_grabbed = 0;
-    m_stamp.m_stampSourceFresh = 0;
-    m_stamp.m_stampSourceMissing = 1;
+    // A photo just opened has nothing to save (initLayers counts a fresh
+    // start as a change).
     m_output.m_saved = 1;
 
     // The worker thread of this photo.
     hookUpEngine();
-
-    m_pointer.m_brushSize = 30;
-    m_selection.m_lassoCount = 0;
-    m_selection.m_polyCount = 0;
-    m_pointer.m_tool = Tool::Brush;
-    m_pointer.m_colorType = Colour::Mask;
-    m_pointer.m_scale = 1.0;
-    m_job.m_canceled = 0;
 }
 
 PhotoItem::~PhotoItem()
