@@ -159,9 +159,13 @@ private:
     static bool startStroke(PhotoItem &doc, QPointF pos);
     // The undo entry of the gesture under way, if there is one.
     static void endStroke(PhotoItem &doc);
+    // The image pixels a dab at pos may touch.
     static cv::Rect dabRect(const PhotoItem &item, QPointF pos);
+    // The photo before the gesture, for its undo entry.
     static void snapshotImage(PhotoItem &item);
+    // The canvas's photo brought in step with the image inside rect.
     static void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect);
+    // What a dab at pos would copy, under the pointer.
     static void showStampPreview(PhotoItem &item, QPointF pos);
 };
 
