@@ -8,6 +8,7 @@
 #include "keyboardgrabpause.h"
 #include "jobdialog.h"
 #include "photoitem.h"
+#include "photorow.h"
 #include "pathbytes.h"
 #include "photoio.h"
 #include "studydialog.h"
@@ -252,6 +253,7 @@ void MainWindow::openReadablePhoto(const QString &path)
     const int index = m_photoItems.size();
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
                                     ui->listWidget, index);
+    addPhotoRow(ui->listWidget, item);
     // The photo's progress dialog, shown while its jobs run.
     new JobDialog(item);
     m_photoItems.append(item);

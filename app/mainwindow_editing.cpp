@@ -81,9 +81,9 @@ void MainWindow::updateEditingCommands()
     if (!m_growAction || !m_shrinkAction || !m_loadMaskAction || !m_saveMaskAction || !m_anotherFillAction)
         return;
     PhotoItem *item = currentItem();
-    const bool idle = item && !item->m_jobActive;
+    const bool idle = item && !item->isJobActive();
     m_loadMaskAction->setEnabled(idle);
-    m_saveMaskAction->setEnabled(idle && layerHasSelection(item->m_inpaintMask, 2));
+    m_saveMaskAction->setEnabled(idle && item->hasSelection(Colour::Mask));
     const bool canChange = idle && item->hasActiveSelection();
     m_growAction->setEnabled(canChange);
     m_shrinkAction->setEnabled(canChange);
@@ -145,7 +145,7 @@ QString writeMask(const cv::Mat &mask, const QString &path)
 QString MainWindow::loadMaskFrom(const QString &path)
 {
     PhotoItem *item = currentItem();
-    if (!item || item->m_jobActive)
+    if (!item || item->isJobActive())
         return tr("There is no photo to load a mask into.");
     const QString shown = QDir::toNativeSeparators(path);
     const photoio::Decoded mask = photoio::decodeFile(QFile::encodeName(path).toStdString());
@@ -171,7 +171,7 @@ QString MainWindow::loadMaskFrom(const QString &path)
 QString MainWindow::saveMaskTo(const QString &path)
 {
     PhotoItem *item = currentItem();
-    if (!item || item->m_jobActive)
+    if (!item || item->isJobActive())
         return tr("There is no photo whose mask could be saved.");
     const cv::Mat red = item->selectionMask(Colour::Mask);
     if (red.empty() || cv::countNonZero(red) == 0)
@@ -197,7 +197,7 @@ QString MainWindow::saveMaskTo(const QString &path)
 void MainWindow::loadMask()
 {
     PhotoItem *item = currentItem();
-    if (!item || item->m_jobActive)
+    if (!item || item->isJobActive())
         return;
     const QString path = QFileDialog::getOpenFileName(this, tr("Load Mask"), item->folderPath(),
                                                       QString::fromLatin1(openFilter()));
@@ -211,9 +211,9 @@ void MainWindow::loadMask()
 void MainWindow::saveMask()
 {
     PhotoItem *item = currentItem();
-    if (!item || item->m_jobActive)
+    if (!item || item->isJobActive())
         return;
-    const QString path = QFileDialog::getSaveFileName(this, tr("Save Mask"), maskPathFor(item->m_filePath),
+    const QString path = QFileDialog::getSaveFileName(this, tr("Save Mask"), maskPathFor(item->filePath()),
                                                       tr("PNG mask (*.png)"));
     if (path.isEmpty())
         return;

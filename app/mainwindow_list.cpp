@@ -8,7 +8,6 @@
 #include "photoitem.h"
 #include "removedialog.h"
 
-#include <QDebug>
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -181,7 +180,6 @@ int MainWindow::RecvDeleteItem()
         const QSignalBlocker blocker(ui->listWidget);
         QListWidgetItem *row = ui->listWidget->takeItem(r);
         ui->listWidget->removeItemWidget(row);
-        qDebug() << "tmp===" << static_cast<void *>(item);
         delete row;
         m_photoItems.removeAt(r);
         item->deleteLater();

@@ -48,7 +48,7 @@ void JobDialog::close()
 // closes when the job has ended.
 bool JobDialog::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched != m_dialog || !m_item->m_jobActive)
+    if (watched != m_dialog || !m_item->isJobActive())
         return QObject::eventFilter(watched, event);
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
         m_item->recvCancelStatus();

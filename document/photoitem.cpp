@@ -2,8 +2,6 @@
 #include "photoitem.h"
 #include "pathbytes.h"
 #include "photoio.h"
-#include "customitem.h"
-#include "globals.h"
 
 #include <QFileInfo>
 #include <QListWidget>
@@ -13,13 +11,13 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
                      int /*rowIndex*/, QObject *parent)
     : QObject(parent)
-    , m_filePath(path)
     , m_backWidget(backWidget)
     , m_midWidget(midWidget)
     , m_frontWidget(frontWidget)
     , m_frontGreenWidget(frontGreenWidget)
     , m_listWidget(listWidget)
 {
+    m_output.m_filePath = path;
     m_undoStack = new QUndoStack(this);
 
     // The caller has tested that the file decodes; the item reads it itself.
@@ -29,59 +27,37 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_image = photoio::decodeFile(pathBytes(path)).pixels;
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;
-    m_strokeMinX = m_workMinX = m_imageCols;
-    m_strokeMinY = m_workMinY = m_imageRows;
+    m_selection.m_strokeMinX = m_regions.m_workMinX = m_imageCols;
+    m_selection.m_strokeMinY = m_regions.m_workMinY = m_imageRows;
 
     const QFileInfo info(path);
-    m_fileName = info.fileName();
-    m_folderPath = info.absolutePath();
+    m_output.m_fileName = info.fileName();
+    m_output.m_folderPath = info.absolutePath();
 
-    // Row of the photo list: thumbnail 195 design pixels wide.
-    const double k = g_uiScale;
-    const float h = m_imageCols > 0 ? float(m_imageRows / (m_imageCols / 195.0)) : 0.0f;
-    const QPixmap thumb = matToQPixmap(m_image).scaled(int(k * 195), int(k * h), Qt::KeepAspectRatio,
-                                                       Qt::SmoothTransformation);
-    m_rowWidget = new CustomItem;
-    connect(m_rowWidget, &CustomItem::sendDelete, this, &PhotoItem::onCustomDeleteItem);
-    m_rowWidget->setInfo(thumb, m_fileName);
-    m_rowWidget->setGeometry(QRect(QPoint(0, 0), QPoint(int(k * 196) - 1, int(k * int(2.0 + h)) - 1)));
-    m_rowWidget->layoutRow(k > 1 ? int(k * 195 + 1) : int(k * 195), int(k * h));
-
+    // The photo's entry in the list; the window sets its row widget.
     m_listItem = new QListWidgetItem;
-    const int rowHeight = k > 1 ? int(1.0 + int(h + 27) * k) : int(int(h + 27) * k);
-    m_listItem->setData(Qt::SizeHintRole, QSize(0, rowHeight));
     m_listWidget->addItem(m_listItem);
-    m_listWidget->setItemWidget(m_listItem, m_rowWidget);
 
     initLayers();
 
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
 
-    m_grabbed = 0;
-    m_stampSourceFresh = 0;
-    m_stampSourceMissing = 1;
-    m_saved = 1;
+    // A photo just opened has nothing to save (initLayers counts a fresh
+    // start as a change).
+    m_output.m_saved = 1;
 
     // The worker thread of this photo.
     hookUpEngine();
-
-    m_brushSize = 30;
-    m_lassoCount = 0;
-    m_polyCount = 0;
-    m_tool = Tool::Brush;
-    m_colorType = Colour::Mask;
-    m_scale = 1.0;
-    m_canceled = 0;
 }
 
 PhotoItem::~PhotoItem()
 {
     releaseEngine();
-    // The list row may be gone already: the stack's clearing must not
-    // refresh its thumbnail.
+    // The stack's clearing must not make a thumbnail for a row that may be
+    // gone already.
     disconnect(m_undoStack, nullptr, this, nullptr);
     delete m_undoStack;
     m_undoStack = nullptr;
@@ -89,65 +65,52 @@ PhotoItem::~PhotoItem()
 
 void PhotoItem::initLayers()
 {
-    m_pressPos = QPointF(-1, -1);
-    m_strokeMinX = m_workMinX = m_imageCols;
-    m_strokeMinY = m_workMinY = m_imageRows;
-    m_strokeMaxX = m_strokeMaxY = m_workMaxX = m_workMaxY = -1.0;
-    m_firstProgress = 1;
-    m_donorUsed = 0;
-    m_saved = 0;
+    m_pointer.m_pressPos = QPointF(-1, -1);
+    m_selection.m_strokeMinX = m_regions.m_workMinX = m_imageCols;
+    m_selection.m_strokeMinY = m_regions.m_workMinY = m_imageRows;
+    m_selection.m_strokeMaxX = m_selection.m_strokeMaxY = m_regions.m_workMaxX = m_regions.m_workMaxY = -1.0;
+    m_job.m_firstProgress = 1;
+    m_selection.m_donorUsed = 0;
+    m_output.m_saved = 0;
     const cv::Size size(m_imageCols, m_imageRows);
-    m_strokeBaseGreen = cv::Mat::zeros(size, CV_8UC4);
-    m_strokeBaseRed = cv::Mat::zeros(size, CV_8UC4);
-    m_inpaintMask = cv::Mat::zeros(size, CV_8UC4);
-    m_inpaintMaskBK = cv::Mat::zeros(size, CV_8UC4);
-    m_cloneSource = cv::Mat::zeros(size, CV_8UC3);
-    m_cloneMask = cv::Mat::zeros(size, CV_8UC1);
-    m_cloneMaskScaled = cv::Mat::zeros(size, CV_8UC1);
+    m_selection.m_strokeBaseGreen = cv::Mat::zeros(size, CV_8UC4);
+    m_selection.m_strokeBaseRed = cv::Mat::zeros(size, CV_8UC4);
+    m_selection.m_inpaintMask = cv::Mat::zeros(size, CV_8UC4);
+    m_selection.m_inpaintMaskBK = cv::Mat::zeros(size, CV_8UC4);
+    m_clone.m_cloneSource = cv::Mat::zeros(size, CV_8UC3);
+    m_clone.m_cloneMask = cv::Mat::zeros(size, CV_8UC1);
+    m_clone.m_cloneMaskScaled = cv::Mat::zeros(size, CV_8UC1);
 }
 
-void PhotoItem::clearCloneSource() { m_cloneSource.setTo(cv::Scalar::all(0)); }
-void PhotoItem::clearCloneMask() { m_cloneMask.setTo(cv::Scalar::all(0)); }
-void PhotoItem::clearCloneMaskScaled() { m_cloneMaskScaled.setTo(cv::Scalar::all(0)); }
-void PhotoItem::clearStrokeBaseRed() { m_strokeBaseRed.setTo(cv::Scalar::all(0)); }
-void PhotoItem::clearInpaintMask() { m_inpaintMask.setTo(cv::Scalar::all(0)); }
-void PhotoItem::clearInpaintMaskBK() { m_inpaintMaskBK.setTo(cv::Scalar::all(0)); }
-
-void PhotoItem::dropSelectionUnderWay(bool smartClone)
-{
-    m_polyCount = 0;
-    m_stampRegionActive = 0;
-    clearStrokeBaseRed();
-    if (smartClone) {
-        clearInpaintMaskBK();
-        m_cloneGrowX = m_cloneGrowY = 0;
-        m_cloneGrowBaseX = m_cloneGrowBaseY = 0;
-    }
-    showOnCanvas();
-}
+void PhotoItem::clearCloneSource() { m_clone.m_cloneSource.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearCloneMask() { m_clone.m_cloneMask.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearCloneMaskScaled() { m_clone.m_cloneMaskScaled.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearStrokeBaseRed() { m_selection.m_strokeBaseRed.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearInpaintMask() { m_selection.m_inpaintMask.setTo(cv::Scalar::all(0)); }
+void PhotoItem::clearInpaintMaskBK() { m_selection.m_inpaintMaskBK.setTo(cv::Scalar::all(0)); }
 
 void PhotoItem::dropSelectionsForStamp()
 {
-    m_polyCount = 0;
-    m_stampRegionActive = 0;
+    m_selection.m_polyCount = 0;
+    m_stamp.m_stampRegionActive = 0;
     clearStrokeBaseRed();
     clearInpaintMask();
     clearInpaintMaskBK();
-    m_frontWidget->showImage(matToQImage(m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
 }
 
 void PhotoItem::showOnCanvas()
 {
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
 }
 
 void PhotoItem::setScale(double scale)
 {
-    m_scale = scale;
+    m_pointer.m_scale = scale;
 }
 
 void PhotoItem::onCustomDeleteItem()

@@ -16,7 +16,7 @@
 class QListWidget;
 class QListWidgetItem;
 class QUndoStack;
-class CustomItem;
+class PointerTool;
 class ThreadFromQThread;
 
 // Whether a CV_8UC4 selection layer has a pixel whose channel is set.
@@ -51,9 +51,12 @@ public:
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
     // Read access for the window.
-    bool isSaved() const { return m_saved != 0; }
-    QString fileName() const { return m_fileName; }
-    QString folderPath() const { return m_folderPath; }
+    bool isSaved() const { return m_output.m_saved != 0; }
+    QString filePath() const { return m_output.m_filePath; }
+    QString fileName() const { return m_output.m_fileName; }
+    QString folderPath() const { return m_output.m_folderPath; }
+    // A job is on the worker thread and its end has not been handled yet.
+    bool isJobActive() const { return m_job.m_jobActive; }
     int imageCols() const { return m_imageCols; }
     int imageRows() const { return m_imageRows; }
     QListWidgetItem *listItem() const { return m_listItem; }
@@ -74,8 +77,8 @@ public:
     void dropSelectionUnderWay(bool smartClone);
     // Entering the stamp: both selections go as well. Not an undo step.
     void dropSelectionsForStamp();
-    void setStampHardness(float hardness) { m_stampHardness = hardness; }
-    void setStampOpacity(float opacity) { m_stampOpacity = opacity; }
+    void setStampHardness(float hardness) { m_stamp.m_stampHardness = hardness; }
+    void setStampOpacity(float opacity) { m_stamp.m_stampOpacity = opacity; }
     // The photo, both selection layers and the image size on the canvas.
     void showOnCanvas();
 
@@ -84,6 +87,7 @@ public:
     // round element, as one undo entry. False when nothing changed (no
     // photo, no selection, a job running).
     static constexpr int kSelectionStep = 3;
+    bool hasSelection(Colour colour) const;
     bool hasActiveSelection() const;
     bool growSelection();
     bool shrinkSelection();
@@ -99,7 +103,8 @@ public:
     // entry is last and no job runs.
     bool canFillAgain() const;
     // The list row's thumbnail from the photo's present pixels, from a
-    // reduced image (a few milliseconds whatever the photo's size).
+    // reduced image (a few milliseconds whatever the photo's size), sent as
+    // thumbnailChanged.
     void refreshThumbnail();
 
     // Region bookkeeping.
@@ -113,87 +118,119 @@ public:
     // The moved piece of the smart clone tool, as a view into a layer.
     cv::Mat buildMovedPiece(int dw, int dh, bool fromHandle = false);
 
-    // Fields, in declared order. The main window reads and writes a few of
-    // them directly (tool panel, keyboard, save).
-    int m_cloneGrowX = 0;
-    int m_cloneGrowY = 0;
-    int m_cloneGrowBaseX = 0;
-    int m_cloneGrowBaseY = 0;
-    quint8 m_stampRegionActive = 0;
-    float m_stampOpacity = 1.0f;
-    float m_stampHardness = 1.0f;
-    int m_imageCols = 0;
-    int m_imageRows = 0;
-    double m_strokeMinX = 0.0;
-    double m_strokeMinY = 0.0;
-    double m_strokeMaxX = -1.0;
-    double m_strokeMaxY = -1.0;
-    QString m_filePath;
-    LayerView *m_backWidget = nullptr;
-    LayerView *m_midWidget = nullptr;
-    LayerView *m_frontWidget = nullptr;
-    LayerView *m_frontGreenWidget = nullptr;
-    QUndoStack *m_undoStack = nullptr;
-    QListWidget *m_listWidget = nullptr;
-    double m_scale = 1.0;
-    QString m_fileName;
-    QString m_folderPath;
-    cv::Mat m_cloneSource;
-    cv::Mat m_cloneMask;
-    cv::Mat m_cloneMaskScaled;
-    cv::Mat m_imageBeforeJob;
-    cv::Mat m_image;
-    cv::Mat m_clonePreview;
-    cv::Mat m_strokeBaseRed;
-    cv::Mat m_strokeBaseGreen;
-    cv::Mat m_inpaintMask;
-    cv::Mat m_inpaintMaskBK;
-    cv::Mat m_rubberBand;
-    QListWidgetItem *m_listItem = nullptr;
-    QPointF m_lastVertex{-1, -1};
-    QPointF m_pressPos{-1, -1};
-    QPointF m_stampSource{0, 0};
-    QPointF m_prevPos{0, 0};
-    QPointF m_curPos{0, 0};
-    double m_workMinX = 0.0;
-    double m_workMinY = 0.0;
-    double m_workMaxX = -1.0;
-    double m_workMaxY = -1.0;
-    ThreadFromQThread *m_workerThread = nullptr;
-    quint8 m_donorUsed = 0;
-    quint8 m_firstProgress = 1;
-    int m_progressBase = 0;
-    Tool m_tool = Tool::Brush;
-    Colour m_colorType = Colour::Mask;
-    int m_brushSize = 30;
-    quint8 m_saved = 1;
-    int m_lassoCount = 0;
-    std::vector<cv::Point> m_lassoPoints; // the first m_lassoCount hold
-    int m_polyCount = 0;
-    std::vector<cv::Point> m_polyPoints; // the first m_polyCount hold
-    CustomItem *m_rowWidget = nullptr;
-    int m_dragOriginX = 0;
-    int m_dragOriginY = 0;
-    int m_moveX = 0;
-    int m_moveY = 0;
-    int m_dragPressX = 0;
-    int m_dragPressY = 0;
-    quint8 m_grabbed = 0;
-    int m_stampOffsetX = 0;
-    int m_stampOffsetY = 0;
-    quint8 m_stampSourceFresh = 0;
-    quint8 m_stampSourceMissing = 1;
-    quint8 m_canceled = 0;
-    // A job is on the worker thread and its end has not been handled yet.
-    bool m_jobActive = false;
-    // The job under way is an Another Fill: these are its inputs, and the
-    // work box to give back should it not be committed.
-    bool m_refilling = false;
-    FillInputs m_refill;
-    cv::Vec4d m_workBoxBeforeRefill;
-    // Undo index at which the open stamp gesture took its snapshot; -1 when
-    // no stamp gesture awaits its undo entry.
-    int m_stampStrokeIndex = -1;
+    // The state of a photo, by concern. The members keep the names the
+    // rest of the system knows them by; only the photo, its tool units and
+    // the tests' one door (tests/common/photoitemstate.h) reach them.
+
+    // What is selected: the red (m_inpaintMask) and green (m_inpaintMaskBK)
+    // layers, their copies at the start of a gesture (the undo entry's
+    // before; m_strokeBaseRed also holds the stamp region), the box of the
+    // stroke under way and the trails of the lasso and the polygon.
+    struct Selection
+    {
+        cv::Mat m_inpaintMask;
+        cv::Mat m_inpaintMaskBK;
+        cv::Mat m_strokeBaseRed;
+        cv::Mat m_strokeBaseGreen;
+        cv::Mat m_rubberBand; // the open polygon drawn over a copy of its layer
+        double m_strokeMinX = 0.0;
+        double m_strokeMinY = 0.0;
+        double m_strokeMaxX = -1.0;
+        double m_strokeMaxY = -1.0;
+        int m_lassoCount = 0;
+        std::vector<cv::Point> m_lassoPoints; // the first m_lassoCount hold
+        int m_polyCount = 0;
+        std::vector<cv::Point> m_polyPoints; // the first m_polyCount hold
+        QPointF m_lastVertex{-1, -1};
+        quint8 m_donorUsed = 0; // green was painted since the last commit
+    };
+
+    // The tool in the hand and where the pointer is.
+    struct Pointer
+    {
+        Tool m_tool = Tool::Brush;
+        Colour m_colorType = Colour::Mask;
+        int m_brushSize = 30; // screen pixels
+        double m_scale = 1.0; // screen pixels per image pixel
+        QPointF m_pressPos{-1, -1};
+        QPointF m_prevPos{0, 0};
+        QPointF m_curPos{0, 0};
+    };
+
+    // The box every gesture since the last commit touched: what an Erase
+    // works on.
+    struct Regions
+    {
+        double m_workMinX = 0.0;
+        double m_workMinY = 0.0;
+        double m_workMaxX = -1.0;
+        double m_workMaxY = -1.0;
+    };
+
+    // The sampling stamp: its sliders, its source and offset, its region.
+    struct Stamp
+    {
+        quint8 m_stampRegionActive = 0;
+        float m_stampOpacity = 1.0f;
+        float m_stampHardness = 1.0f;
+        QPointF m_stampSource{0, 0};
+        int m_stampOffsetX = 0;
+        int m_stampOffsetY = 0;
+        quint8 m_stampSourceFresh = 0;
+        quint8 m_stampSourceMissing = 1;
+        // Undo index at which the open stamp gesture took its snapshot; -1
+        // when no stamp gesture awaits its undo entry.
+        int m_stampStrokeIndex = -1;
+    };
+
+    // The smart clone and the piece drag: the grabbed piece, where it went,
+    // its resize, and the clone job's inputs.
+    struct Clone
+    {
+        int m_cloneGrowX = 0;
+        int m_cloneGrowY = 0;
+        int m_cloneGrowBaseX = 0;
+        int m_cloneGrowBaseY = 0;
+        cv::Mat m_cloneSource;
+        cv::Mat m_cloneMask;
+        cv::Mat m_cloneMaskScaled;
+        cv::Mat m_clonePreview;
+        int m_dragOriginX = 0;
+        int m_dragOriginY = 0;
+        int m_moveX = 0;
+        int m_moveY = 0;
+        int m_dragPressX = 0;
+        int m_dragPressY = 0;
+        quint8 m_grabbed = 0;
+    };
+
+    // The engine job: the worker thread, the photo before the job (also
+    // the stamp's snapshot), the progress and the job's flags.
+    struct Job
+    {
+        ThreadFromQThread *m_workerThread = nullptr;
+        cv::Mat m_imageBeforeJob;
+        quint8 m_firstProgress = 1;
+        int m_progressBase = 0;
+        quint8 m_canceled = 0;
+        // A job is on the worker thread and its end has not been handled yet.
+        bool m_jobActive = false;
+        // The job under way is an Another Fill: these are its inputs, and
+        // the work box to give back should it not be committed.
+        bool m_refilling = false;
+        FillInputs m_refill;
+        cv::Vec4d m_workBoxBeforeRefill;
+    };
+
+    // The file: where it came from and whether it is saved.
+    struct Output
+    {
+        quint8 m_saved = 1;
+        QString m_filePath;
+        QString m_fileName;
+        QString m_folderPath;
+    };
+
 
 signals:
     // A job went to the worker; it reports a percentage, then ends (by
@@ -203,6 +240,8 @@ signals:
     void jobEnded();
     void sendThreadFinish();
     void sendDeleteItem();
+    // A new thumbnail for the photo's list row.
+    void thumbnailChanged(QPixmap thumbnail);
     void sendOverStampSelect();
     // A command that starts no job for a reason the user must hear (one
     // line of English, lower case, as the engine's checks give it), sent
@@ -214,7 +253,7 @@ signals:
     void jobFailed(QString reason);
 
 public slots:
-    // Selection tools (photoitem_selection.cpp).
+    // The pointer, in image coordinates (photoitem_pointer.cpp).
     void recvLeftPressPoint(QPointF pos);
     void recvLeftMovePoint(QPointF pos);
     void recvLeftMoveNoPoint(QPointF pos);
@@ -298,25 +337,59 @@ private:
     // stroke or work box, the next job counted afresh.
     void startAfresh();
 
-    // Helpers of the selection tools.
+    // The pointer (photoitem_pointer.cpp): each event is handed once to the
+    // unit of the current tool (pointertool.h), which works on the gesture
+    // state and the helpers below.
+    const PointerTool &currentTool() const;
+    friend class PointerTool;
+    friend class SelectionTool;
+    friend class RectangleTool;
+    friend class LassoTool;
+    friend class PolygonTool;
+    friend class BrushTool;
+    friend class FixSelectionTool;
+    friend class StampRegionTool;
+    friend class StampRegionLassoTool;
+    friend class StampRegionPolygonTool;
+    friend class StampTool;
+    friend class PieceTool;
+    friend class PieceDragTool;
+    friend class SmartCloneTool;
+
+    // Helpers of the tools (photoitem_selection.cpp): the layer, undo base
+    // and widget of the active colour.
     cv::Mat &activeLayer();
     cv::Mat &activeBase();
     LayerView *activeWidget() const;
     void showLayer(const cv::Mat &layer, LayerView *widget);
     void pushSelectionEntry(const cv::Rect &rect, const QString &text);
-    QString undoTextForTool() const;
-    void polygonClick(QPointF pos);
-    void closeRedOrGreenPolygon(const cv::Rect &rect);
-    void grabAt(QPointF pos);
-    void dragPiece(QPointF pos);
-    void showMovedPiece(const cv::Mat &piece);
+    // A polygon's vertex at pos; true when it closes the polygon (near the
+    // first vertex, or the last one allowed).
+    bool addPolygonVertex(QPointF pos);
+    void endPolygon();
+    // The open polygon and the edge to the pointer drawn over a copy of
+    // under; false when there is none to draw.
+    bool showRubberBand(QPointF pos, const cv::Mat &under, const cv::Scalar &tint, LayerView *widget);
 
-    // The stamp's share of the pointer events (photoitem_stamp.cpp).
-    // stampPress returns false when the press must go no further.
-    bool stampPress(QPointF pos);
-    void stampMove(QPointF pos);
-    void stampHover(QPointF pos);
-    void stampRelease();
+    friend struct PhotoItemState; // the tests' door
+
+    cv::Mat m_image; // the photo, B G R
+    int m_imageCols = 0;
+    int m_imageRows = 0;
+    Selection m_selection;
+    Pointer m_pointer;
+    Regions m_regions;
+    Stamp m_stamp;
+    Clone m_clone;
+    Job m_job;
+    Output m_output;
+    LayerView *m_backWidget = nullptr;
+    LayerView *m_midWidget = nullptr;
+    LayerView *m_frontWidget = nullptr;
+    LayerView *m_frontGreenWidget = nullptr;
+    QUndoStack *m_undoStack = nullptr;
+    QListWidget *m_listWidget = nullptr;
+    QListWidgetItem *m_listItem = nullptr;
 };
 
 #endif // PHOTOITEM_H

@@ -4,7 +4,6 @@
 // change can reach.
 #include "photoitem.h"
 #include "commands.h"
-#include "customitem.h"
 #include "globals.h"
 
 #include <QUndoStack>
@@ -130,17 +129,23 @@ cv::Mat morphSelection(const cv::Mat &selected, int pixels)
     return out;
 }
 
+bool PhotoItem::hasSelection(Colour colour) const
+{
+    return colour == Colour::Donor ? layerHasSelection(m_selection.m_inpaintMaskBK, 1)
+                                   : layerHasSelection(m_selection.m_inpaintMask, 2);
+}
+
 bool PhotoItem::hasActiveSelection() const
 {
-    return m_colorType == Colour::Donor ? layerHasSelection(m_inpaintMaskBK, 1) : layerHasSelection(m_inpaintMask, 2);
+    return hasSelection(m_pointer.m_colorType);
 }
 
 bool PhotoItem::changeSelectionBy(int pixels, const QString &text)
 {
-    if (m_jobActive || m_image.empty() || pixels == 0)
+    if (m_job.m_jobActive || m_image.empty() || pixels == 0)
         return false;
-    const bool green = m_colorType == Colour::Donor;
-    cv::Mat &layer = green ? m_inpaintMaskBK : m_inpaintMask;
+    const bool green = m_pointer.m_colorType == Colour::Donor;
+    cv::Mat &layer = green ? m_selection.m_inpaintMaskBK : m_selection.m_inpaintMask;
     if (layer.size() != m_image.size() || layer.type() != CV_8UC4)
         return false;
     const int channel = green ? 1 : 2;
@@ -179,15 +184,15 @@ bool PhotoItem::shrinkSelection()
 
 void PhotoItem::extendWorkBoxTo(const cv::Rect &rect)
 {
-    m_workMinX = std::min(m_workMinX, double(rect.x));
-    m_workMinY = std::min(m_workMinY, double(rect.y));
-    m_workMaxX = std::max(m_workMaxX, double(rect.x + rect.width - 1));
-    m_workMaxY = std::max(m_workMaxY, double(rect.y + rect.height - 1));
+    m_regions.m_workMinX = std::min(m_regions.m_workMinX, double(rect.x));
+    m_regions.m_workMinY = std::min(m_regions.m_workMinY, double(rect.y));
+    m_regions.m_workMaxX = std::max(m_regions.m_workMaxX, double(rect.x + rect.width - 1));
+    m_regions.m_workMaxY = std::max(m_regions.m_workMaxY, double(rect.y + rect.height - 1));
 }
 
 cv::Mat PhotoItem::selectionMask(Colour colour) const
 {
-    const cv::Mat &layer = colour == Colour::Donor ? m_inpaintMaskBK : m_inpaintMask;
+    const cv::Mat &layer = colour == Colour::Donor ? m_selection.m_inpaintMaskBK : m_selection.m_inpaintMask;
     if (layer.empty() || layer.type() != CV_8UC4)
         return cv::Mat();
     cv::Mat channel;
@@ -197,14 +202,14 @@ cv::Mat PhotoItem::selectionMask(Colour colour) const
 
 bool PhotoItem::addToRedSelection(const cv::Mat &mask)
 {
-    if (m_jobActive || m_image.empty() || mask.type() != CV_8UC1 || mask.size() != m_image.size()
-        || m_inpaintMask.size() != m_image.size())
+    if (m_job.m_jobActive || m_image.empty() || mask.type() != CV_8UC1 || mask.size() != m_image.size()
+        || m_selection.m_inpaintMask.size() != m_image.size())
         return false;
     const cv::Rect rect = cv::boundingRect(mask);
     if (rect.width < 1 || rect.height < 1)
         return false;
-    const cv::Mat before = m_inpaintMask(rect).clone();
-    cv::Mat view = m_inpaintMask(rect);
+    const cv::Mat before = m_selection.m_inpaintMask(rect).clone();
+    cv::Mat view = m_selection.m_inpaintMask(rect);
     view.setTo(kGrowTintRed, mask(rect));
     extendWorkBoxTo(rect);
     m_undoStack->push(new AddRedCommand(view, before, tr("Load Mask"), this, rect));
@@ -215,7 +220,7 @@ bool PhotoItem::addToRedSelection(const cv::Mat &mask)
 
 void PhotoItem::refreshThumbnail()
 {
-    if (!m_rowWidget || m_image.empty() || m_jobActive)
+    if (m_image.empty() || m_job.m_jobActive)
         return;
     // The row's thumbnail size, as at opening. Sampled first at twice that
     // size (a read of a few hundred thousand pixels, not of the photo), then
@@ -227,5 +232,5 @@ void PhotoItem::refreshThumbnail()
     cv::resize(m_image, sampled, cv::Size(std::min(m_imageCols, 2 * width), std::min(m_imageRows, 2 * height)), 0,
                0, cv::INTER_NEAREST);
     cv::resize(sampled, thumb, cv::Size(width, height), 0, 0, cv::INTER_AREA);
-    m_rowWidget->setInfo(matToQPixmap(thumb), m_fileName);
+    emit thumbnailChanged(matToQPixmap(thumb));
 }

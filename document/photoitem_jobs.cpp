@@ -96,10 +96,10 @@ void PhotoItem::hookUpEngine()
     // The thread object lives on this (the interface) thread while its run()
     // executes on the worker, so both signals arrive queued. Connected once
     // for the life of the photo: each job's end is handled exactly once.
-    m_workerThread = new ThreadFromQThread(this);
-    connect(m_workerThread, &ThreadFromQThread::finished_thread, this, &PhotoItem::onQThreadFinished);
-    connect(m_workerThread, &ThreadFromQThread::progressSum, this, &PhotoItem::setProcessSum);
-    m_canceled = 0;
+    m_job.m_workerThread = new ThreadFromQThread(this);
+    connect(m_job.m_workerThread, &ThreadFromQThread::finished_thread, this, &PhotoItem::onQThreadFinished);
+    connect(m_job.m_workerThread, &ThreadFromQThread::progressSum, this, &PhotoItem::setProcessSum);
+    m_job.m_canceled = 0;
 }
 
 void PhotoItem::releaseEngine()
@@ -107,14 +107,14 @@ void PhotoItem::releaseEngine()
     // Normally the modal dialog keeps a photo from going away during a job;
     // should it happen anyway, stop the engine and let the worker leave
     // before its thread object is destroyed.
-    if (m_workerThread) {
-        disconnect(m_workerThread, nullptr, this, nullptr);
-        if (m_workerThread->isRunning()) {
-            m_workerThread->cancelWork();
-            m_workerThread->wait();
+    if (m_job.m_workerThread) {
+        disconnect(m_job.m_workerThread, nullptr, this, nullptr);
+        if (m_job.m_workerThread->isRunning()) {
+            m_job.m_workerThread->cancelWork();
+            m_job.m_workerThread->wait();
         }
     }
-    m_jobActive = false;
+    m_job.m_jobActive = false;
 }
 
 void PhotoItem::recvEraseCommand() { startGuarded(&PhotoItem::startErase); }
@@ -129,59 +129,59 @@ void PhotoItem::startGuarded(void (PhotoItem::*start)())
     try {
         (this->*start)();
     } catch (const std::bad_alloc &) {
-        if (!m_jobActive)
+        if (!m_job.m_jobActive)
             refuseJob(QStringLiteral("out of memory"));
     } catch (const cv::Exception &e) {
-        if (!m_jobActive)
+        if (!m_job.m_jobActive)
             refuseJob(QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg));
     }
 }
 
 void PhotoItem::startErase()
 {
-    m_firstProgress = 1;
+    m_job.m_firstProgress = 1;
     // One job at a time; the modal dialog sees to it, this makes sure.
-    if (m_jobActive)
+    if (m_job.m_jobActive)
         return;
     if (!engineCanTakePhoto()) {
         refuseJob();
         return;
     }
-    m_canceled = 0;
+    m_job.m_canceled = 0;
     if (!prepareCloneJob()) {
         refuseJob();
         return;
     }
     WorkBox box;
-    box.minX = m_workMinX;
-    box.minY = m_workMinY;
-    box.maxX = m_workMaxX;
-    box.maxY = m_workMaxY;
+    box.minX = m_regions.m_workMinX;
+    box.minY = m_regions.m_workMinY;
+    box.maxX = m_regions.m_workMaxX;
+    box.maxY = m_regions.m_workMaxY;
     box = enlargeWorkBox(box, m_imageCols, m_imageRows);
     const cv::Rect crop = cropOf(box.minX, box.minY, box.maxX, box.maxY);
     // An erase job whose crop holds no red pixel would change nothing:
     // leave the photo, the selection and the box as they are.
-    if (!isCloneTool(m_tool) && (crop.width < 1 || crop.height < 1 || !hasSelected(m_inpaintMask(crop), 2))) {
+    if (!isCloneTool(m_pointer.m_tool) && (crop.width < 1 || crop.height < 1 || !hasSelected(m_selection.m_inpaintMask(crop), 2))) {
         refuseJob();
         return;
     }
     // Where the engine would leave a black hole, or the machine lacks the
     // memory, say why and leave the photo, the selection and the box.
-    if (!isCloneTool(m_tool)) {
-        const cv::Mat green = m_inpaintMaskBK(crop);
+    if (!isCloneTool(m_pointer.m_tool)) {
+        const cv::Mat green = m_selection.m_inpaintMaskBK(crop);
         const QString reason =
-            eraseJobRefusal(m_image(crop), m_inpaintMask(crop), green, donorAsked(m_donorUsed, green));
+            eraseJobRefusal(m_image(crop), m_selection.m_inpaintMask(crop), green, donorAsked(m_selection.m_donorUsed, green));
         if (!reason.isEmpty()) {
             refuseJob(reason);
             return;
         }
     }
-    m_workMinX = box.minX;
-    m_workMinY = box.minY;
-    m_workMaxX = box.maxX;
-    m_workMaxY = box.maxY;
-    m_imageBeforeJob = m_image.clone();
-    if (!isCloneTool(m_tool))
+    m_regions.m_workMinX = box.minX;
+    m_regions.m_workMinY = box.minY;
+    m_regions.m_workMaxX = box.maxX;
+    m_regions.m_workMaxY = box.maxY;
+    m_job.m_imageBeforeJob = m_image.clone();
+    if (!isCloneTool(m_pointer.m_tool))
         fillEraseJob(crop);
     startJob();
 }
@@ -189,7 +189,7 @@ void PhotoItem::startErase()
 bool PhotoItem::engineCanTakePhoto() const
 {
     // Nothing painted since the last job.
-    if (m_workMaxX < 0.0)
+    if (m_regions.m_workMaxX < 0.0)
         return false;
     if (m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide) {
         qDebug() << "photo too large for the engine:" << m_imageCols << "x" << m_imageRows;
@@ -224,9 +224,9 @@ FillInputs PhotoItem::eraseInputs(const cv::Rect &crop) const
     FillInputs inputs;
     inputs.crop = crop;
     // The pixels before the fill are the entry's own "before".
-    const cv::Mat green = m_inpaintMaskBK(crop);
-    inputs.useDonor = donorAsked(m_donorUsed, green);
-    inputs.red = selectedPixels(m_inpaintMask(crop), 2);
+    const cv::Mat green = m_selection.m_inpaintMaskBK(crop);
+    inputs.useDonor = donorAsked(m_selection.m_donorUsed, green);
+    inputs.red = selectedPixels(m_selection.m_inpaintMask(crop), 2);
     if (inputs.useDonor)
         inputs.green = selectedPixels(green, 1);
     return inputs;
@@ -242,13 +242,13 @@ const FillCommand *PhotoItem::lastFill() const
 bool PhotoItem::canFillAgain() const
 {
     const FillCommand *last = lastFill();
-    return !m_jobActive && !m_image.empty() && last && last->inputs().fits(m_image.size());
+    return !m_job.m_jobActive && !m_image.empty() && last && last->inputs().fits(m_image.size());
 }
 
 void PhotoItem::startAnotherFill()
 {
-    m_firstProgress = 1;
-    if (m_jobActive)
+    m_job.m_firstProgress = 1;
+    if (m_job.m_jobActive)
         return;
     const FillCommand *last = lastFill();
     if (!last || m_image.empty() || m_imageCols > kMaxEngineSide || m_imageRows > kMaxEngineSide
@@ -265,49 +265,49 @@ void PhotoItem::startAnotherFill()
         refuseJob(reason);
         return;
     }
-    m_imageBeforeJob = m_image.clone();
-    m_workBoxBeforeRefill = cv::Vec4d(m_workMinX, m_workMinY, m_workMaxX, m_workMaxY);
-    m_canceled = 0;
+    m_job.m_imageBeforeJob = m_image.clone();
+    m_job.m_workBoxBeforeRefill = cv::Vec4d(m_regions.m_workMinX, m_regions.m_workMinY, m_regions.m_workMaxX, m_regions.m_workMaxY);
+    m_job.m_canceled = 0;
     try {
-        m_workMinX = last->m_min.x();
-        m_workMinY = last->m_min.y();
-        m_workMaxX = last->m_max.x();
-        m_workMaxY = last->m_max.y();
+        m_regions.m_workMinX = last->m_min.x();
+        m_regions.m_workMinY = last->m_min.y();
+        m_regions.m_workMaxX = last->m_max.x();
+        m_regions.m_workMaxY = last->m_max.y();
         // The job starts where the first fill started: the hole's pixels as
         // they were, so that only the random start differs.
         inputs.original.copyTo(m_image(inputs.crop));
         const cv::Mat image = m_image(inputs.crop);
-        m_workerThread->setEraseJob(image, image, red, green, inputs.useDonor, JobType::Erase);
+        m_job.m_workerThread->setEraseJob(image, image, red, green, inputs.useDonor, JobType::Erase);
     } catch (...) {
-        m_imageBeforeJob.copyTo(m_image);
+        m_job.m_imageBeforeJob.copyTo(m_image);
         restoreWorkBoxBeforeRefill();
         throw;
     }
-    m_refill = inputs;
-    m_refilling = true;
+    m_job.m_refill = inputs;
+    m_job.m_refilling = true;
     startJob();
 }
 
 void PhotoItem::restoreWorkBoxBeforeRefill()
 {
-    m_workMinX = m_workBoxBeforeRefill[0];
-    m_workMinY = m_workBoxBeforeRefill[1];
-    m_workMaxX = m_workBoxBeforeRefill[2];
-    m_workMaxY = m_workBoxBeforeRefill[3];
+    m_regions.m_workMinX = m_job.m_workBoxBeforeRefill[0];
+    m_regions.m_workMinY = m_job.m_workBoxBeforeRefill[1];
+    m_regions.m_workMaxX = m_job.m_workBoxBeforeRefill[2];
+    m_regions.m_workMaxY = m_job.m_workBoxBeforeRefill[3];
 }
 
 bool PhotoItem::prepareCloneJob()
 {
     // The smart clone needs a piece to paste; without one the photo stays
     // as it is. Its job is filled here, before the work box moves.
-    if (m_tool == Tool::SmartClone)
+    if (m_pointer.m_tool == Tool::SmartClone)
         return prepareSeamlessJob();
-    if (m_tool == Tool::PieceDrag) {
+    if (m_pointer.m_tool == Tool::PieceDrag) {
         const cv::Rect r = selectionBounds();
-        if (r.width < 1 || r.height < 1 || m_clonePreview.size() != m_image.size()
-            || m_clonePreview.type() != m_image.type())
+        if (r.width < 1 || r.height < 1 || m_clone.m_clonePreview.size() != m_image.size()
+            || m_clone.m_clonePreview.type() != m_image.type())
             return false;
-        m_workerThread->setCloneJob(m_image, m_clonePreview, JobType::Clone, m_moveX, m_moveY, m_inpaintMask);
+        m_job.m_workerThread->setCloneJob(m_image, m_clone.m_clonePreview, JobType::Clone, m_clone.m_moveX, m_clone.m_moveY, m_selection.m_inpaintMask);
     }
     return true;
 }
@@ -315,17 +315,17 @@ bool PhotoItem::prepareCloneJob()
 void PhotoItem::fillEraseJob(const cv::Rect &crop)
 {
     const cv::Mat image = m_image(crop);
-    const cv::Mat green = m_inpaintMaskBK(crop);
-    const bool useDonor = donorAsked(m_donorUsed, green);
-    m_workerThread->setEraseJob(image, image, m_inpaintMask(crop), green, useDonor, JobType::Erase);
+    const cv::Mat green = m_selection.m_inpaintMaskBK(crop);
+    const bool useDonor = donorAsked(m_selection.m_donorUsed, green);
+    m_job.m_workerThread->setEraseJob(image, image, m_selection.m_inpaintMask(crop), green, useDonor, JobType::Erase);
 }
 
 void PhotoItem::startJob()
 {
     // Only a job that ran to its end leaves a result header behind.
-    m_workerThread->m_resultImage.release();
-    m_jobActive = true;
-    m_workerThread->start(QThread::InheritPriority);
+    m_job.m_workerThread->m_resultImage.release();
+    m_job.m_jobActive = true;
+    m_job.m_workerThread->start(QThread::InheritPriority);
     emit jobStarted();
     emit jobProgress(0);
 }
@@ -337,121 +337,121 @@ void PhotoItem::startJob()
 bool PhotoItem::prepareSeamlessJob()
 {
     const cv::Rect r = selectionBounds();
-    const int w = r.width + m_cloneGrowX;
-    const int h = r.height + m_cloneGrowY;
+    const int w = r.width + m_clone.m_cloneGrowX;
+    const int h = r.height + m_clone.m_cloneGrowY;
     // The mask is resized from the selection's box, and the paste needs an
     // inside beyond the one-pixel rim that it leaves out.
     if (r.width < 1 || r.height < 1 || w < 3 || h < 3 || w > m_imageCols || h > m_imageRows)
         return false;
     // A resize by a handle does not look at the position: keep the moved
     // rectangle on the photo.
-    m_moveX = std::clamp(m_moveX, 0, m_imageCols - w);
-    m_moveY = std::clamp(m_moveY, 0, m_imageRows - h);
+    m_clone.m_moveX = std::clamp(m_clone.m_moveX, 0, m_imageCols - w);
+    m_clone.m_moveY = std::clamp(m_clone.m_moveY, 0, m_imageRows - h);
 
     clearCloneMask();
     clearCloneMaskScaled();
     for (int y = r.y; y < r.y + r.height; ++y) {
-        const uchar *red = m_inpaintMask.ptr<uchar>(y);
-        uchar *mask = m_cloneMask.ptr<uchar>(y);
+        const uchar *red = m_selection.m_inpaintMask.ptr<uchar>(y);
+        uchar *mask = m_clone.m_cloneMask.ptr<uchar>(y);
         for (int x = r.x; x < r.x + r.width; ++x)
             if (red[4 * x + 2] != 0)
                 mask[x] = 255;
     }
-    cv::Mat mask = m_cloneMaskScaled(cv::Rect(0, 0, w, h));
-    cv::resize(m_cloneMask(r), mask, mask.size(), 0, 0, cv::INTER_LINEAR);
+    cv::Mat mask = m_clone.m_cloneMaskScaled(cv::Rect(0, 0, w, h));
+    cv::resize(m_clone.m_cloneMask(r), mask, mask.size(), 0, 0, cv::INTER_LINEAR);
     if (cv::countNonZero(mask(cv::Rect(1, 1, w - 2, h - 2))) == 0)
         return false;
 
-    const cv::Mat piece = buildMovedPiece(m_cloneGrowX, m_cloneGrowY);
+    const cv::Mat piece = buildMovedPiece(m_clone.m_cloneGrowX, m_clone.m_cloneGrowY);
     if (piece.empty() || piece.cols != w || piece.rows != h || piece.type() != CV_8UC4)
         return false;
     clearCloneSource();
-    cv::Mat source = m_cloneSource(cv::Rect(0, 0, w, h));
+    cv::Mat source = m_clone.m_cloneSource(cv::Rect(0, 0, w, h));
     // B, G, R of the piece; its alpha only marked the selection.
     const int fromTo[] = {0, 0, 1, 1, 2, 2};
     cv::mixChannels(&piece, 1, &source, 1, fromTo, 3);
 
-    const cv::Point centre((w >> 1) + m_moveX, (h >> 1) + m_moveY);
-    m_workerThread->setSeamlessJob(source, m_image, centre, mask);
-    m_workerThread->setJobType(JobType::Seamless);
+    const cv::Point centre((w >> 1) + m_clone.m_moveX, (h >> 1) + m_clone.m_moveY);
+    m_job.m_workerThread->setSeamlessJob(source, m_image, centre, mask);
+    m_job.m_workerThread->setJobType(JobType::Seamless);
     return true;
 }
 
 void PhotoItem::recvCloneCommand()
 {
-    m_tool = Tool::PieceDrag;
+    m_pointer.m_tool = Tool::PieceDrag;
 }
 
 void PhotoItem::onQThreadFinished()
 {
     // Handled once per job; a repeated or stray delivery finds no job.
-    if (!m_jobActive)
+    if (!m_job.m_jobActive)
         return;
-    m_jobActive = false;
+    m_job.m_jobActive = false;
     // finished_thread is the worker's last act; let it leave run() so that
     // the next job's start() finds the thread free.
-    m_workerThread->wait();
+    m_job.m_workerThread->wait();
 
     // A job that stopped on an error left no result; it is undone as a
     // cancel is, and the user is told.
-    const bool failed = m_workerThread->failed() || m_workerThread->m_resultImage.empty();
-    if (m_canceled == 0 && !failed) {
+    const bool failed = m_job.m_workerThread->failed() || m_job.m_workerThread->m_resultImage.empty();
+    if (m_job.m_canceled == 0 && !failed) {
         cv::Rect rect;
         QString text;
-        const bool fill = m_refilling || !isCloneTool(m_tool);
+        const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
         if (!fill) {
             const cv::Rect r = selectionBounds();
-            const int growX = m_tool == Tool::SmartClone ? m_cloneGrowX : 0;
-            const int growY = m_tool == Tool::SmartClone ? m_cloneGrowY : 0;
-            rect = cv::Rect(cv::Point(m_moveX, m_moveY),
-                            cv::Point(r.width + m_moveX + growX, r.height + m_moveY + growY));
+            const int growX = m_pointer.m_tool == Tool::SmartClone ? m_clone.m_cloneGrowX : 0;
+            const int growY = m_pointer.m_tool == Tool::SmartClone ? m_clone.m_cloneGrowY : 0;
+            rect = cv::Rect(cv::Point(m_clone.m_moveX, m_clone.m_moveY),
+                            cv::Point(r.width + m_clone.m_moveX + growX, r.height + m_clone.m_moveY + growY));
             text = QStringLiteral("Smart Clone");
             // These jobs write into the whole photo, and the clone synthesis
             // also settles pixels around the piece: the entry holds all that
             // changed, so that undo gives the photo back exactly.
-            const cv::Rect changed = changedBounds(m_image, m_imageBeforeJob);
+            const cv::Rect changed = changedBounds(m_image, m_job.m_imageBeforeJob);
             if (!changed.empty())
                 rect |= changed;
-            if (m_tool == Tool::SmartClone) {
-                m_cloneGrowX = m_cloneGrowY = 0;
-                m_cloneGrowBaseX = m_cloneGrowBaseY = 0;
+            if (m_pointer.m_tool == Tool::SmartClone) {
+                m_clone.m_cloneGrowX = m_clone.m_cloneGrowY = 0;
+                m_clone.m_cloneGrowBaseX = m_clone.m_cloneGrowBaseY = 0;
             }
         } else {
-            foldJobResult(m_image, m_workerThread->m_workImage);
+            foldJobResult(m_image, m_job.m_workerThread->m_workImage);
             rect = workBoxRect();
-            text = m_refilling ? tr("Another Fill") : QStringLiteral("Erase");
+            text = m_job.m_refilling ? tr("Another Fill") : QStringLiteral("Erase");
         }
         rect = insideImage(rect, m_image);
 
         // The push runs redo at once, which resets the selections and boxes.
-        const QPointF min(m_workMinX, m_workMinY), max(m_workMaxX, m_workMaxY);
+        const QPointF min(m_regions.m_workMinX, m_regions.m_workMinY), max(m_regions.m_workMaxX, m_regions.m_workMaxY);
         if (fill)
-            m_undoStack->push(new FillCommand(m_image(rect), m_imageBeforeJob(rect), min, max, text, this, rect,
-                                              m_refilling ? m_refill : refillInputs()));
+            m_undoStack->push(new FillCommand(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect,
+                                              m_job.m_refilling ? m_job.m_refill : refillInputs()));
         else
-            m_undoStack->push(new Command(m_image(rect), m_imageBeforeJob(rect), min, max, text, this, rect));
+            m_undoStack->push(new Command(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect));
 
         startAfresh();
     } else {
         // Back to the photo as it was; the job wrote in place (an erase job
         // blacked out its hole first). The selection stays, and the work
         // box keeps its enlarged values.
-        m_imageBeforeJob.copyTo(m_image);
+        m_job.m_imageBeforeJob.copyTo(m_image);
         // Another Fill leaves the box as the committed fill left it.
-        if (m_refilling)
+        if (m_job.m_refilling)
             restoreWorkBoxBeforeRefill();
         // Under the smart clone the green layer only held the piece's
         // scratch, which is no picture to show.
-        else if (m_tool == Tool::SmartClone)
+        else if (m_pointer.m_tool == Tool::SmartClone)
             clearInpaintMaskBK();
     }
-    m_refilling = false;
-    m_refill = FillInputs();
+    m_job.m_refilling = false;
+    m_job.m_refill = FillInputs();
     showImageAndLayers();
 
     emit jobEnded();
-    if (failed && m_canceled == 0) {
-        QString reason = m_workerThread->failure();
+    if (failed && m_job.m_canceled == 0) {
+        QString reason = m_job.m_workerThread->failure();
         if (reason.isEmpty())
             reason = QStringLiteral("the job ended without a result");
         qDebug() << "job failed:" << reason;
@@ -465,7 +465,7 @@ FillInputs PhotoItem::refillInputs() const
     // Without the memory to keep them the erase stands as it is; only
     // Another Fill is not offered after it.
     try {
-        return eraseInputs(cropOf(m_workMinX, m_workMinY, m_workMaxX, m_workMaxY));
+        return eraseInputs(cropOf(m_regions.m_workMinX, m_regions.m_workMinY, m_regions.m_workMaxX, m_regions.m_workMaxY));
     } catch (const std::bad_alloc &) {
     } catch (const cv::Exception &) {
     }
@@ -475,28 +475,28 @@ FillInputs PhotoItem::refillInputs() const
 void PhotoItem::showImageAndLayers()
 {
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
     m_frontGreenWidget->showLayer(true);
-    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
 }
 
 void PhotoItem::setProcessSum(long sum)
 {
     // The engine counts its pyramid levels down to 1; the first report of a
     // job is the base.
-    if (m_firstProgress) {
-        m_progressBase = int(std::clamp(sum, 0L, 65535L));
-        m_firstProgress = 0;
+    if (m_job.m_firstProgress) {
+        m_job.m_progressBase = int(std::clamp(sum, 0L, 65535L));
+        m_job.m_firstProgress = 0;
     }
-    emit jobProgress(progressPercent(sum, m_progressBase));
+    emit jobProgress(progressPercent(sum, m_job.m_progressBase));
 }
 
 void PhotoItem::recvCancelStatus()
 {
-    if (!m_jobActive)
+    if (!m_job.m_jobActive)
         return;
-    m_canceled = 1;
-    m_workerThread->cancelWork();
+    m_job.m_canceled = 1;
+    m_job.m_workerThread->cancelWork();
 }
 
 // Writes the result, which covers the work box, into the image. The result of
@@ -512,10 +512,10 @@ void PhotoItem::foldJobResult(cv::Mat image, cv::Mat result)
     const int copied = channels == 3 ? 3 : std::min(3, channels - 1);
     if (copied < 1)
         return;
-    const int left = int(m_workMinX), top = int(m_workMinY);
+    const int left = int(m_regions.m_workMinX), top = int(m_regions.m_workMinY);
     const int x0 = std::max(left, 0), y0 = std::max(top, 0);
-    const int x1 = std::min({int(m_workMaxX), image.cols, left + result.cols});
-    const int y1 = std::min({int(m_workMaxY), image.rows, top + result.rows});
+    const int x1 = std::min({int(m_regions.m_workMaxX), image.cols, left + result.cols});
+    const int y1 = std::min({int(m_regions.m_workMaxY), image.rows, top + result.rows});
     for (int row = y0; row < y1; ++row) {
         uchar *out = image.ptr<uchar>(row);
         const uchar *in = result.ptr<uchar>(row - top);

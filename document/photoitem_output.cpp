@@ -79,6 +79,6 @@ QString PhotoItem::saveTo(const QString &fileName)
         qDebug() << "save failed:" << fileName << reason;
         return reason;
     }
-    m_saved = 1;
+    m_output.m_saved = 1;
     return QString();
 }

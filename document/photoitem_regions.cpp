@@ -10,42 +10,42 @@ static double fmax2(double a, double b) { return double(std::max(float(a), float
 
 void PhotoItem::resetStrokeBox()
 {
-    m_strokeMinX = m_imageCols;
-    m_strokeMinY = m_imageRows;
-    m_strokeMaxX = -1.0;
-    m_strokeMaxY = -1.0;
+    m_selection.m_strokeMinX = m_imageCols;
+    m_selection.m_strokeMinY = m_imageRows;
+    m_selection.m_strokeMaxX = -1.0;
+    m_selection.m_strokeMaxY = -1.0;
 }
 
 void PhotoItem::extendStrokeBox(QPointF pos)
 {
     // The full brush width on each side: twice what a stroke needs, so the
     // box holds the stroke of every tool.
-    const double r = m_scale > 0.0 ? m_brushSize / m_scale : 0.0;
+    const double r = m_pointer.m_scale > 0.0 ? m_pointer.m_brushSize / m_pointer.m_scale : 0.0;
     const double x = pos.x(), y = pos.y();
-    m_strokeMinX = fmin2(m_strokeMinX, fmin2(x - r, x));
-    if (float(m_strokeMinX) < 0.0f)
-        m_strokeMinX = 0.0;
-    m_strokeMinY = fmin2(m_strokeMinY, fmin2(y - r, y));
-    if (float(m_strokeMinY) < 0.0f)
-        m_strokeMinY = 0.0;
-    m_strokeMaxX = fmax2(m_strokeMaxX, fmax2(x + r, x));
-    if (float(m_strokeMaxX) > float(m_imageCols))
-        m_strokeMaxX = m_imageCols;
-    m_strokeMaxY = fmax2(m_strokeMaxY, fmax2(y + r, y));
-    if (float(m_strokeMaxY) > float(m_imageRows))
-        m_strokeMaxY = m_imageRows;
+    m_selection.m_strokeMinX = fmin2(m_selection.m_strokeMinX, fmin2(x - r, x));
+    if (float(m_selection.m_strokeMinX) < 0.0f)
+        m_selection.m_strokeMinX = 0.0;
+    m_selection.m_strokeMinY = fmin2(m_selection.m_strokeMinY, fmin2(y - r, y));
+    if (float(m_selection.m_strokeMinY) < 0.0f)
+        m_selection.m_strokeMinY = 0.0;
+    m_selection.m_strokeMaxX = fmax2(m_selection.m_strokeMaxX, fmax2(x + r, x));
+    if (float(m_selection.m_strokeMaxX) > float(m_imageCols))
+        m_selection.m_strokeMaxX = m_imageCols;
+    m_selection.m_strokeMaxY = fmax2(m_selection.m_strokeMaxY, fmax2(y + r, y));
+    if (float(m_selection.m_strokeMaxY) > float(m_imageRows))
+        m_selection.m_strokeMaxY = m_imageRows;
 }
 
 void PhotoItem::extendWorkBox(QPointF pos)
 {
     // Lopsided on purpose (brush margin on the right only, no clamps): the
     // engine's margin comes from the enlargement at Erase.
-    const double r = m_scale > 0.0 ? m_brushSize / m_scale : 0.0;
+    const double r = m_pointer.m_scale > 0.0 ? m_pointer.m_brushSize / m_pointer.m_scale : 0.0;
     const double x = pos.x(), y = pos.y();
-    m_workMinX = fmin2(m_workMinX, x);
-    m_workMinY = fmin2(m_workMinY, y);
-    m_workMaxX = fmax2(m_workMaxX, fmax2(x + r, x));
-    m_workMaxY = fmax2(m_workMaxY, y);
+    m_regions.m_workMinX = fmin2(m_regions.m_workMinX, x);
+    m_regions.m_workMinY = fmin2(m_regions.m_workMinY, y);
+    m_regions.m_workMaxX = fmax2(m_regions.m_workMaxX, fmax2(x + r, x));
+    m_regions.m_workMaxY = fmax2(m_regions.m_workMaxY, y);
 }
 
 static cv::Rect boxRect(double minX, double minY, double maxX, double maxY)
@@ -56,12 +56,12 @@ static cv::Rect boxRect(double minX, double minY, double maxX, double maxY)
 
 cv::Rect PhotoItem::strokeBoxRect() const
 {
-    return boxRect(m_strokeMinX, m_strokeMinY, m_strokeMaxX, m_strokeMaxY);
+    return boxRect(m_selection.m_strokeMinX, m_selection.m_strokeMinY, m_selection.m_strokeMaxX, m_selection.m_strokeMaxY);
 }
 
 cv::Rect PhotoItem::workBoxRect() const
 {
-    return boxRect(m_workMinX, m_workMinY, m_workMaxX, m_workMaxY);
+    return boxRect(m_regions.m_workMinX, m_regions.m_workMinY, m_regions.m_workMaxX, m_regions.m_workMaxY);
 }
 
 cv::Rect PhotoItem::selectionBounds() const
@@ -70,7 +70,7 @@ cv::Rect PhotoItem::selectionBounds() const
         return cv::Rect(0, 0, 0, 0);
     int minX = m_imageCols, minY = m_imageRows, maxX = -1, maxY = -1;
     for (int row = 0; row < m_imageRows; ++row) {
-        const uchar *p = m_inpaintMask.ptr<uchar>(row);
+        const uchar *p = m_selection.m_inpaintMask.ptr<uchar>(row);
         for (int col = 0; col < m_imageCols; ++col) {
             if (p[4 * col + 2] != 0) {
                 minX = std::min(minX, col);
@@ -90,7 +90,7 @@ void PhotoItem::recvRedRoi()
 {
     m_frontWidget->showLayer(true);
     m_frontGreenWidget->showLayer(false);
-    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
     m_midWidget->showPixmap(matToQPixmap(m_image));
 }
 
@@ -98,14 +98,14 @@ void PhotoItem::recvGreenRoi()
 {
     m_frontGreenWidget->showLayer(true);
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
 }
 
 void PhotoItem::recvSrcRoi()
 {
     // The "before" picture is the file as it lies on disk; a file that has
     // gone shows nothing.
-    m_midWidget->showImageFile(m_filePath);
+    m_midWidget->showImageFile(m_output.m_filePath);
     m_frontWidget->showLayer(false);
     m_frontGreenWidget->showLayer(false);
 }

@@ -1,10 +1,11 @@
-// Sampling stamp (tool 8): copies pixels from a source point to the pointer,
-// dab by dab, inside the image itself, with a soft round edge. An Alt-click
-// sets the source; the first press after it fixes the offset from source to
-// target for every later stroke. A region drawn by tools 10 and 11 into
-// m_strokeBaseRed fences where the stamp may paint.
+// Sampling stamp: copies pixels from a source point to the pointer, dab by
+// dab, inside the image itself, with a soft round edge. An Alt-click sets
+// the source; the first press after it fixes the offset from source to
+// target for every later stroke. A region drawn by the stamp region tools
+// into m_strokeBaseRed fences where the stamp may paint.
 #include "photoitem.h"
 #include "commands.h"
+#include "pointertool.h"
 
 #include <QMessageBox>
 #include <QPainter>
@@ -177,10 +178,14 @@ void blendRow(uchar *__restrict target, const uchar *__restrict source, const fl
     }
 }
 
+} // namespace
+
+// ---------------------------------------------------------------- the tool
+
 // The square of target pixels a dab at pos may touch, clipped to the image.
-cv::Rect dabRect(const PhotoItem &item, QPointF pos)
+cv::Rect StampTool::dabRect(const PhotoItem &item, QPointF pos)
 {
-    const int n = dabSide(item.m_brushSize, item.m_scale);
+    const int n = dabSide(item.m_pointer.m_brushSize, item.m_pointer.m_scale);
     if (n < 1)
         return cv::Rect();
     const int h = n >> 1;
@@ -195,9 +200,9 @@ cv::Rect dabRect(const PhotoItem &item, QPointF pos)
 // A whole copy of the image before a stroke. The buffer is reused while
 // nobody else holds it, so a press does not fault in a fresh 72 MB on a
 // 24-megapixel photo; shared memory is never written over.
-void snapshotImage(PhotoItem &item)
+void StampTool::snapshotImage(PhotoItem &item)
 {
-    cv::Mat &copy = item.m_imageBeforeJob;
+    cv::Mat &copy = item.m_job.m_imageBeforeJob;
     const bool reusable = copy.u && copy.u->refcount == 1 && copy.size() == item.m_image.size()
                           && copy.type() == item.m_image.type() && copy.isContinuous();
     if (reusable)
@@ -212,7 +217,7 @@ void snapshotImage(PhotoItem &item)
 // source composition, pixel for pixel.
 // When the widget is not showing this photo's pixmap (before-and-after shows
 // the file), the whole photo is set, as a full conversion would.
-void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
+void StampTool::refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
 {
     // The image's own rows, B G R bytes, are wrapped without a copy.
     const cv::Mat region = rect.empty() ? cv::Mat() : item.m_image(rect);
@@ -226,117 +231,128 @@ void refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
 // The preview under the pointer. Until the first press after an Alt-click
 // the offsets are 0 and the preview shows what lies around the source;
 // afterwards it shows what a dab at the pointer would copy.
-void showStampPreview(PhotoItem &item, QPointF pos)
+void StampTool::showStampPreview(PhotoItem &item, QPointF pos)
 {
-    const bool atSource = item.m_stampOffsetX == 0 && item.m_stampOffsetY == 0;
-    const cv::Mat preview = item.stampPreview(atSource ? item.m_stampSource : pos);
+    const bool atSource = item.m_stamp.m_stampOffsetX == 0 && item.m_stamp.m_stampOffsetY == 0;
+    const cv::Mat preview = item.stampPreview(atSource ? item.m_stamp.m_stampSource : pos);
     if (preview.empty())
         return;
-    const int markX = atSource ? int(item.m_stampSource.x()) : int(pos.x() - item.m_stampOffsetX);
-    const int markY = atSource ? int(item.m_stampSource.y()) : int(pos.y() - item.m_stampOffsetY);
+    const int markX = atSource ? int(item.m_stamp.m_stampSource.x()) : int(pos.x() - item.m_stamp.m_stampOffsetX);
+    const int markY = atSource ? int(item.m_stamp.m_stampSource.y()) : int(pos.y() - item.m_stamp.m_stampOffsetY);
     // The preview is a view into a layer that lives as long as the photo, so
     // the wrap without copy stays valid while the canvas shows it.
     item.m_frontGreenWidget->showStampPreview(markX, markY, int(pos.x()), int(pos.y()), matToQImage(preview));
 }
 
-} // namespace
 
-void PhotoItem::recvLeftALTPressPoint(QPointF pos)
+void StampTool::pickSource(PhotoItem &doc, QPointF pos) const
 {
-    if (m_tool != Tool::Stamp)
-        return;
-    stampRelease(); // a gesture whose release never arrived
-    m_stampSource = pos;
-    m_stampSourceFresh = 1;
-    m_stampSourceMissing = 0;
-    snapshotImage(*this);
-    m_stampOffsetX = 0;
-    m_stampOffsetY = 0;
+    endStroke(doc); // a gesture whose release never arrived
+    doc.m_stamp.m_stampSource = pos;
+    doc.m_stamp.m_stampSourceFresh = 1;
+    doc.m_stamp.m_stampSourceMissing = 0;
+    snapshotImage(doc);
+    doc.m_stamp.m_stampOffsetX = 0;
+    doc.m_stamp.m_stampOffsetY = 0;
     // The release of the Alt-click records an entry whose before and after
     // are equal, like every stamp gesture.
-    m_stampStrokeIndex = m_undoStack->index();
+    doc.m_stamp.m_stampStrokeIndex = doc.m_undoStack->index();
 }
 
-bool PhotoItem::stampPress(QPointF pos)
+void StampTool::press(PhotoItem &doc, QPointF pos) const
 {
-    if (m_stampSourceFresh == 0 && m_stampSourceMissing == 1) {
-        QMessageBox::warning(nullptr, tr("Warnning"),
-                             tr("Could not use the stamp because the area to clone has not been defined "
-                                "(Alt-click to define a source point)"),
+    if (!startStroke(doc, pos))
+        return;
+    PointerTool::press(doc, pos);
+}
+
+bool StampTool::startStroke(PhotoItem &doc, QPointF pos)
+{
+    if (doc.m_stamp.m_stampSourceFresh == 0 && doc.m_stamp.m_stampSourceMissing == 1) {
+        QMessageBox::warning(nullptr, PhotoItem::tr("Warnning"),
+                             PhotoItem::tr("Could not use the stamp because the area to clone has not been defined "
+                                           "(Alt-click to define a source point)"),
                              QMessageBox::Ok);
         return false;
     }
     // The canvas drops a release outside the image: the stroke that ended
     // there gets its undo entry now, before the new snapshot is taken.
-    stampRelease();
-    if (m_stampSourceFresh == 1) {
-        m_stampSourceFresh = 0;
-        m_stampSourceMissing = 0;
-        m_stampOffsetX = int(pos.x() - m_stampSource.x());
-        m_stampOffsetY = int(pos.y() - m_stampSource.y());
+    endStroke(doc);
+    if (doc.m_stamp.m_stampSourceFresh == 1) {
+        doc.m_stamp.m_stampSourceFresh = 0;
+        doc.m_stamp.m_stampSourceMissing = 0;
+        doc.m_stamp.m_stampOffsetX = int(pos.x() - doc.m_stamp.m_stampSource.x());
+        doc.m_stamp.m_stampOffsetY = int(pos.y() - doc.m_stamp.m_stampSource.y());
     }
-    snapshotImage(*this);
-    m_stampStrokeIndex = m_undoStack->index();
+    snapshotImage(doc);
+    doc.m_stamp.m_stampStrokeIndex = doc.m_undoStack->index();
     // Unsaved from the first dab on, not only once the release records the
     // stroke: a stroke whose release is lost must still be asked about.
-    m_saved = 0;
-    stampPaint(pos);
-    showStampPreview(*this, pos);
-    refreshPhotoRect(*this, dabRect(*this, pos));
+    doc.m_output.m_saved = 0;
+    doc.stampPaint(pos);
+    showStampPreview(doc, pos);
+    refreshPhotoRect(doc, dabRect(doc, pos));
     return true;
 }
 
-void PhotoItem::stampMove(QPointF pos)
+void StampTool::drag(PhotoItem &doc, QPointF pos) const
 {
     // Only a stroke whose press took the snapshot paints: a drag that began
     // outside the image, or after the warning, leaves the photo alone, so
     // nothing changes that its undo entry would not hold.
-    if (m_stampStrokeIndex < 0)
+    if (doc.m_stamp.m_stampStrokeIndex < 0)
         return;
-    stampPaint(pos);
-    refreshPhotoRect(*this, dabRect(*this, pos));
+    doc.stampPaint(pos);
+    refreshPhotoRect(doc, dabRect(doc, pos));
     // The preview of this point comes with the hover: both canvases follow
     // every move with the button down by a move without it, at the same
     // point, so building it here too would only be drawn over unchanged.
 }
 
-void PhotoItem::stampHover(QPointF pos)
+void StampTool::hover(PhotoItem &doc, QPointF pos) const
 {
-    if (m_stampSourceMissing)
+    if (doc.m_stamp.m_stampSourceMissing)
         return;
-    showStampPreview(*this, pos);
+    showStampPreview(doc, pos);
 }
 
-void PhotoItem::stampRelease()
+void StampTool::release(PhotoItem &doc, QPointF) const
 {
-    if (m_stampStrokeIndex < 0)
+    endStroke(doc);
+}
+
+void StampTool::endStroke(PhotoItem &doc)
+{
+    if (doc.m_stamp.m_stampStrokeIndex < 0)
         return;
     // The snapshot holds the image before this gesture only while nothing
     // else entered the history since (a job, for one, takes its own copy
     // into the same buffer); otherwise the gesture is left without an entry.
-    const bool snapshotValid = m_stampStrokeIndex == m_undoStack->index() && !m_imageBeforeJob.empty();
-    m_stampStrokeIndex = -1;
+    const bool snapshotValid = doc.m_stamp.m_stampStrokeIndex == doc.m_undoStack->index() && !doc.m_job.m_imageBeforeJob.empty();
+    doc.m_stamp.m_stampStrokeIndex = -1;
     // An empty stroke box means nothing was painted (an Alt-click whose
     // release was lost): no entry, rather than one of the whole image.
-    if (!snapshotValid || m_strokeMaxX < 0.0 || m_strokeMaxY < 0.0)
+    if (!snapshotValid || doc.m_selection.m_strokeMaxX < 0.0 || doc.m_selection.m_strokeMaxY < 0.0)
         return;
-    const cv::Rect rect = strokeBoxRect() & cv::Rect(0, 0, m_imageCols, m_imageRows);
+    const cv::Rect rect = doc.strokeBoxRect() & cv::Rect(0, 0, doc.m_imageCols, doc.m_imageRows);
     // The push runs the entry's redo at once, which also clears both
     // selections and the boxes and marks the photo unsaved.
-    m_undoStack->push(new Command(m_image(rect), m_imageBeforeJob(rect), QPointF(m_strokeMinX, m_strokeMinY),
-                                  QPointF(m_strokeMaxX, m_strokeMaxY), QStringLiteral("stamp"), this, rect));
+    doc.m_undoStack->push(new Command(doc.m_image(rect), doc.m_job.m_imageBeforeJob(rect),
+                                      QPointF(doc.m_selection.m_strokeMinX, doc.m_selection.m_strokeMinY),
+                                      QPointF(doc.m_selection.m_strokeMaxX, doc.m_selection.m_strokeMaxY), QStringLiteral("stamp"), &doc,
+                                      rect));
 }
 
 void PhotoItem::stampPaint(QPointF pos)
 {
-    const int n = dabSide(m_brushSize, m_scale);
+    const int n = dabSide(m_pointer.m_brushSize, m_pointer.m_scale);
     if (n < 1)
         return;
     const int h = n >> 1;
     const double x = pos.x(), y = pos.y();
     const int rows = m_imageRows;
-    const bool fenced = m_stampRegionActive != 0;
-    const DabColumns columns(x, m_stampOffsetX, h, n, m_imageCols);
+    const bool fenced = m_stamp.m_stampRegionActive != 0;
+    const DabColumns columns(x, m_stamp.m_stampOffsetX, h, n, m_imageCols);
     if (columns.first > columns.last)
         return;
     cv::AutoBuffer<float, 1024> weightBuffer(4 * size_t(n));
@@ -350,7 +366,7 @@ void PhotoItem::stampPaint(QPointF pos)
     // cannot see its own writes, and is blended in one sweep.
     for (int i = 0; i < n; ++i) {
         const int ty = int(i + y - h);
-        const int sy = int(i + y - m_stampOffsetY - h);
+        const int sy = int(i + y - m_stamp.m_stampOffsetY - h);
         if (ty < 0 || ty >= rows || sy < 0 || sy >= rows)
             continue;
         int lo, hi;
@@ -359,13 +375,13 @@ void PhotoItem::stampPaint(QPointF pos)
         hi = std::min(hi, columns.last);
         if (lo > hi)
             continue;
-        rowWeights(i, h, lo, hi, m_stampHardness, m_stampOpacity, weight);
+        rowWeights(i, h, lo, hi, m_stamp.m_stampHardness, m_stamp.m_stampOpacity, weight);
         uchar *target = m_image.ptr<uchar>(ty);
         const uchar *source = m_image.ptr<uchar>(sy);
         if (fenced) {
             // Outside the region (R below 255) nothing is written; the
             // outline has R 255 and counts as inside.
-            const uchar *fence = m_strokeBaseRed.ptr<uchar>(ty);
+            const uchar *fence = m_selection.m_strokeBaseRed.ptr<uchar>(ty);
             for (int j = lo; j <= hi; ++j)
                 if (fence[4 * columns.target[j] + 2] < 255)
                     weight[j] = 0.0f;
@@ -393,7 +409,7 @@ void PhotoItem::stampPaint(QPointF pos)
 
 cv::Mat PhotoItem::stampPreview(QPointF pos)
 {
-    const int n = dabSide(m_brushSize, m_scale);
+    const int n = dabSide(m_pointer.m_brushSize, m_pointer.m_scale);
     // The preview lives in the corner of a scratch layer of the image's size;
     // a dab wider or taller than the image gets no preview (the stamp itself
     // still paints).
@@ -402,8 +418,8 @@ cv::Mat PhotoItem::stampPreview(QPointF pos)
     const int h = n >> 1;
     const double x = pos.x(), y = pos.y();
     const int rows = m_imageRows;
-    cv::Mat preview = m_strokeBaseGreen(cv::Rect(0, 0, n, n));
-    const DabColumns columns(x, m_stampOffsetX, h, n, m_imageCols);
+    cv::Mat preview = m_selection.m_strokeBaseGreen(cv::Rect(0, 0, n, n));
+    const DabColumns columns(x, m_stamp.m_stampOffsetX, h, n, m_imageCols);
     cv::AutoBuffer<float, 512> weightBuffer(n);
     float *weight = weightBuffer.data();
 
@@ -412,7 +428,7 @@ cv::Mat PhotoItem::stampPreview(QPointF pos)
     // outside keep what the scratch held.
     for (int i = 0; i < n; ++i) {
         const int ty = int(i + y - h);
-        const int sy = int(i + y - m_stampOffsetY - h);
+        const int sy = int(i + y - m_stamp.m_stampOffsetY - h);
         if (ty < 0 || ty >= rows || sy < 0 || sy >= rows)
             continue;
         int lo, hi;
@@ -420,7 +436,7 @@ cv::Mat PhotoItem::stampPreview(QPointF pos)
         lo = std::max(lo, columns.first);
         hi = std::min(hi, columns.last);
         if (lo <= hi)
-            rowWeights(i, h, lo, hi, m_stampHardness, m_stampOpacity, weight);
+            rowWeights(i, h, lo, hi, m_stamp.m_stampHardness, m_stamp.m_stampOpacity, weight);
         const uchar *source = m_image.ptr<uchar>(sy);
         uchar *out = preview.ptr<uchar>(i);
         for (int j = columns.first; j <= columns.last; ++j) {

@@ -18,23 +18,23 @@ static void pasteAt(const cv::Mat &snapshot, cv::Mat &target, const cv::Rect &re
 
 void PhotoItem::setInpaintMask(cv::Mat tempMask, cv::Rect rect)
 {
-    pasteAt(tempMask, m_inpaintMask, rect);
-    m_frontWidget->showImage(matToQImage(m_inpaintMask));
+    pasteAt(tempMask, m_selection.m_inpaintMask, rect);
+    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
 }
 
 void PhotoItem::setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect)
 {
-    pasteAt(tempMask, m_inpaintMaskBK, rect);
+    pasteAt(tempMask, m_selection.m_inpaintMaskBK, rect);
     m_frontGreenWidget->showLayer(true);
-    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
     // Set on undo too: undoing the only green stroke keeps the donor path on.
-    m_donorUsed = 1;
+    m_selection.m_donorUsed = 1;
 }
 
 void PhotoItem::paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect)
 {
     const bool green = colour == Colour::Donor;
-    cv::Mat &layer = green ? m_inpaintMaskBK : m_inpaintMask;
+    cv::Mat &layer = green ? m_selection.m_inpaintMaskBK : m_selection.m_inpaintMask;
     if (layer.type() != CV_8UC4 || mask.type() != CV_8UC1 || mask.size() != rect.size() || rect.empty()
         || (rect & cv::Rect(0, 0, layer.cols, layer.rows)) != rect)
         return;
@@ -52,10 +52,10 @@ void PhotoItem::paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect
     }
     if (green) {
         m_frontGreenWidget->showLayer(true);
-        m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
-        m_donorUsed = 1;
+        m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+        m_selection.m_donorUsed = 1;
     } else {
-        m_frontWidget->showImage(matToQImage(m_inpaintMask));
+        m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
     }
 }
 
@@ -63,24 +63,24 @@ void PhotoItem::setUndoPixmap(cv::Mat temp, QPointF min, QPointF max, cv::Rect r
 {
     pasteAt(temp, m_image, rect);
     // The next Erase works on the same place again.
-    m_workMinX = min.x();
-    m_workMinY = min.y();
-    m_workMaxX = max.x();
-    m_workMaxY = max.y();
+    m_regions.m_workMinX = min.x();
+    m_regions.m_workMinY = min.y();
+    m_regions.m_workMaxX = max.x();
+    m_regions.m_workMaxY = max.y();
     showImageAndLayers();
 }
 
 void PhotoItem::startAfresh()
 {
-    m_firstProgress = 1;
-    m_donorUsed = 0;
-    m_saved = 0;
-    m_pressPos = QPointF(-1, -1);
+    m_job.m_firstProgress = 1;
+    m_selection.m_donorUsed = 0;
+    m_output.m_saved = 0;
+    m_pointer.m_pressPos = QPointF(-1, -1);
     resetStrokeBox();
-    m_workMinX = m_imageCols;
-    m_workMinY = m_imageRows;
-    m_workMaxX = -1.0;
-    m_workMaxY = -1.0;
+    m_regions.m_workMinX = m_imageCols;
+    m_regions.m_workMinY = m_imageRows;
+    m_regions.m_workMaxX = -1.0;
+    m_regions.m_workMaxY = -1.0;
     clearInpaintMask();
     clearInpaintMaskBK();
 }
@@ -93,7 +93,7 @@ void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
     startAfresh();
     m_midWidget->showPixmap(matToQPixmap(m_image));
     // During stamp work the fence of the region stays on the screen.
-    m_frontWidget->showImage(matToQImage(m_stampRegionActive ? m_strokeBaseRed : m_inpaintMask));
+    m_frontWidget->showImage(matToQImage(m_stamp.m_stampRegionActive ? m_selection.m_strokeBaseRed : m_selection.m_inpaintMask));
     m_frontGreenWidget->showLayer(true);
-    m_frontGreenWidget->showImage(matToQImage(m_inpaintMaskBK));
+    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
 }

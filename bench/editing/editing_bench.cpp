@@ -23,6 +23,7 @@
 #include "customwidget.h"
 #include "custombackwidget.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "skin.h"
 
 namespace {
@@ -77,14 +78,14 @@ int main(int argc, char **argv)
 
     // The selection: a square in the middle.
     const cv::Rect square((cols - side) / 2, (rows - side) / 2, side, side);
-    cv::rectangle(item.m_inpaintMask, square, cv::Scalar(0, 0, 255, 128), cv::FILLED);
+    cv::rectangle(state(item).selection.m_inpaintMask, square, cv::Scalar(0, 0, 255, 128), cv::FILLED);
     item.recvSelectType(3, 30, 0);
 
     std::vector<double> grow, shrink, undo, bounds, growCpu, shrinkCpu;
     QElapsedTimer t;
     for (int k = 0; k < runs; ++k) {
         t.start();
-        if (layerBounds(item.m_inpaintMask, 2).width != side)
+        if (layerBounds(state(item).selection.m_inpaintMask, 2).width != side)
             return 1;
         bounds.push_back(t.nsecsElapsed() / 1e6);
         double cpu = processCpuMs();

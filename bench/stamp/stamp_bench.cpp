@@ -23,6 +23,7 @@
 #include "custombackwidget.h"
 #include "customwidget.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "skin.h"
 
 namespace {
@@ -120,7 +121,7 @@ Timing stroke(PhotoItem &item, Canvas &canvas, int moves, double scale, bool ful
     item.setScale(scale);
     canvas.setScale(scale);
     item.recvSelectType(8, 200, 0);
-    const double cols = item.m_imageCols, rows = item.m_imageRows;
+    const double cols = state(item).m_imageCols, rows = state(item).m_imageRows;
     item.recvLeftALTPressPoint(QPointF(cols * 0.25, rows * 0.3));
     item.recvReleasePoint(QPointF(cols * 0.25, rows * 0.3));
     // A zigzag of about 6 screen pixels per move that stays on the photo:
@@ -140,7 +141,7 @@ Timing stroke(PhotoItem &item, Canvas &canvas, int moves, double scale, bool ful
         item.recvLeftMovePoint(pos);
         item.recvLeftMoveNoPoint(pos);
         if (fullConversion) // what converting the whole photo on every move costs
-            canvas.mid->setPixmap(matToQPixmap(item.m_image), canvas.mid);
+            canvas.mid->setPixmap(matToQPixmap(state(item).m_image), canvas.mid);
         const double d = timer.nsecsElapsed() / 1e6;
         cpu.push_back(threadCpuMs() - cpu0);
         timer.start();

@@ -19,6 +19,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "ui_mainwindow.h"
 
 namespace {
@@ -31,13 +32,13 @@ Result measure(MainWindow &w, PhotoItem *item, int moves)
     CustomWidget *top = ui->widget_front_green;
     std::vector<double> ms;
     ms.reserve(moves);
-    const double cx = item->m_imageCols / 2.0, cy = item->m_imageRows / 2.0;
+    const double cx = state(item).m_imageCols / 2.0, cy = state(item).m_imageRows / 2.0;
     item->recvLeftPressPoint(QPointF(cx, cy));
     QElapsedTimer t;
     for (int i = 0; i < moves; ++i) {
         // A wavy stroke of 4-screen-pixel steps.
-        const double step = 4.0 / item->m_scale;
-        const QPointF p(cx - moves * step / 2 + i * step, cy + 40.0 / item->m_scale * ((i / 10) % 2 ? 1 : -1));
+        const double step = 4.0 / state(item).pointer.m_scale;
+        const QPointF p(cx - moves * step / 2 + i * step, cy + 40.0 / state(item).pointer.m_scale * ((i / 10) % 2 ? 1 : -1));
         t.start();
         item->recvLeftMovePoint(p);
         top->repaint();
@@ -69,7 +70,7 @@ int main(int argc, char **argv)
     PhotoItem *item = w.photoItems().last();
     Ui::MainWindow *ui = w.form();
     std::printf("canvas %dx%d, photo %dx%d, brush %d\n", ui->widget_front->width(), ui->widget_front->height(),
-                item->m_imageCols, item->m_imageRows, w.brushSize());
+                state(item).m_imageCols, state(item).m_imageRows, w.brushSize());
 
     w.recvFit();
     QApplication::processEvents();

@@ -13,6 +13,7 @@
 #include "customwidget.h"
 #include "jobdialog.h"
 #include "photoitem.h"
+#include "photorow.h"
 
 struct PhotoHost
 {
@@ -26,10 +27,11 @@ struct PhotoHost
     PhotoHost() { host.resize(400, 300); }
 
     // A photo document for the file, added at the end of the list, with
-    // the progress dialog the window would give it.
+    // the row and the progress dialog the window would give it.
     PhotoItem *load(const QString &path) const
     {
         auto *item = new PhotoItem(back, mid, front, green, path, list, list->count());
+        addPhotoRow(list, item);
         new JobDialog(item);
         return item;
     }

@@ -23,6 +23,7 @@
 #include "threadfromqthread.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "qmenubutton.h"
 #include "ui_mainwindow.h"
 
@@ -130,7 +131,7 @@ private slots:
     void cleanup()
     {
         for (PhotoItem *item : m_w->photoItems()) {
-            if (item->m_jobActive) {
+            if (state(item).job.m_jobActive) {
                 QSignalSpy done(item, &PhotoItem::sendThreadFinish);
                 done.wait(kJobTimeoutMs);
             }
@@ -175,14 +176,14 @@ private slots:
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
         QVERIFY(item);
         dragRectangle(QPointF(100, 100), QPointF(160, 150));
-        const cv::Mat drawn = redOf(item->m_inpaintMask);
+        const cv::Mat drawn = redOf(state(item).selection.m_inpaintMask);
         QVERIFY(cv::countNonZero(drawn) > 2000);
-        const cv::Mat photo = item->m_image.clone();
+        const cv::Mat photo = state(item).m_image.clone();
         QUndoStack *stack = item->getUndoStack();
         const int entries = stack->count();
 
         entry(QStringLiteral("Grow Selection"))->trigger();
-        const cv::Mat grown = redOf(item->m_inpaintMask);
+        const cv::Mat grown = redOf(state(item).selection.m_inpaintMask);
         QCOMPARE(differing(grown, withinDistance(drawn, 3)), 0);
         // Round, not square: the corner pixel 3 out diagonally stays out.
         const cv::Rect box = cv::boundingRect(drawn);
@@ -193,23 +194,23 @@ private slots:
         QCOMPARE(stack->text(stack->count() - 1), QStringLiteral("Grow Selection"));
         // The layer keeps its one tint; the photo is untouched.
         cv::Mat alpha;
-        cv::extractChannel(item->m_inpaintMask, alpha, 3);
+        cv::extractChannel(state(item).selection.m_inpaintMask, alpha, 3);
         QCOMPARE(differing(alpha > 0, grown), 0);
-        QVERIFY(samePixels(item->m_image, photo));
+        QVERIFY(samePixels(state(item).m_image, photo));
 
         // Repeatable: a second grow reaches 6 pixels.
         entry(QStringLiteral("Grow Selection"))->trigger();
-        const cv::Mat twice = redOf(item->m_inpaintMask);
+        const cv::Mat twice = redOf(state(item).selection.m_inpaintMask);
         QCOMPARE(differing(twice, withinDistance(grown, 3)), 0);
         QCOMPARE(stack->count(), entries + 2);
 
         // Undo walks back through both, redo comes again.
         stack->undo();
-        QCOMPARE(differing(redOf(item->m_inpaintMask), grown), 0);
+        QCOMPARE(differing(redOf(state(item).selection.m_inpaintMask), grown), 0);
         stack->undo();
-        QCOMPARE(differing(redOf(item->m_inpaintMask), drawn), 0);
+        QCOMPARE(differing(redOf(state(item).selection.m_inpaintMask), drawn), 0);
         stack->redo();
-        QCOMPARE(differing(redOf(item->m_inpaintMask), grown), 0);
+        QCOMPARE(differing(redOf(state(item).selection.m_inpaintMask), grown), 0);
 
         // Shrink by the shortcut.
         QTest::keyClick(m_w, Qt::Key_G, Qt::ControlModifier | Qt::ShiftModifier);
@@ -217,9 +218,9 @@ private slots:
         QTest::keyClick(m_w, Qt::Key_H, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(stack->count(), entries + 3);
         QCOMPARE(stack->text(stack->count() - 1), QStringLiteral("Shrink Selection"));
-        const cv::Mat shrunk = redOf(item->m_inpaintMask);
+        const cv::Mat shrunk = redOf(state(item).selection.m_inpaintMask);
         QCOMPARE(differing(shrunk, fartherThan(twice, 3)), 0);
-        QVERIFY(samePixels(item->m_image, photo));
+        QVERIFY(samePixels(state(item).m_image, photo));
     }
 
     // The box search reads eight pixels at a time: it must find what a
@@ -261,29 +262,29 @@ private slots:
         QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
         dragRectangle(QPointF(300, 200), QPointF(380, 260));
         QTest::mouseClick(ui->pushButton_red, Qt::LeftButton);
-        const cv::Mat red = item->m_inpaintMask.clone();
-        const cv::Mat green = item->m_inpaintMaskBK.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
+        const cv::Mat green = state(item).selection.m_inpaintMaskBK.clone();
         QUndoStack *stack = item->getUndoStack();
         entry(QStringLiteral("Shrink Selection"))->trigger();
         entry(QStringLiteral("Grow Selection"))->trigger();
-        const cv::Mat changedRed = item->m_inpaintMask.clone();
+        const cv::Mat changedRed = state(item).selection.m_inpaintMask.clone();
         QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
         entry(QStringLiteral("Grow Selection"))->trigger();
-        const cv::Mat grownGreen = item->m_inpaintMaskBK.clone();
+        const cv::Mat grownGreen = state(item).selection.m_inpaintMaskBK.clone();
         QVERIFY(!samePixels(grownGreen, green));
         QVERIFY(!samePixels(changedRed, red));
         stack->undo();
-        QVERIFY(samePixels(item->m_inpaintMaskBK, green));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMaskBK, green));
         stack->undo();
         stack->undo();
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
         stack->redo();
         stack->redo();
-        QVERIFY(samePixels(item->m_inpaintMask, changedRed));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, changedRed));
         stack->redo();
-        QVERIFY(samePixels(item->m_inpaintMaskBK, grownGreen));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMaskBK, grownGreen));
         // Only the layer's two values, as the tools paint them.
-        for (const cv::Mat &layer : {item->m_inpaintMask, item->m_inpaintMaskBK}) {
+        for (const cv::Mat &layer : {state(item).selection.m_inpaintMask, state(item).selection.m_inpaintMaskBK}) {
             cv::Mat alpha;
             cv::extractChannel(layer, alpha, 3);
             QCOMPARE(cv::countNonZero(alpha != 0 & alpha != 128), 0);
@@ -295,13 +296,13 @@ private slots:
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
         QVERIFY(item);
         dragRectangle(QPointF(200, 200), QPointF(204, 260));
-        QVERIFY(cv::countNonZero(redOf(item->m_inpaintMask)) > 0);
+        QVERIFY(cv::countNonZero(redOf(state(item).selection.m_inpaintMask)) > 0);
         QAction *shrink = entry(QStringLiteral("Shrink Selection"));
         shrink->trigger();
-        QCOMPARE(cv::countNonZero(redOf(item->m_inpaintMask)), 0);
+        QCOMPARE(cv::countNonZero(redOf(state(item).selection.m_inpaintMask)), 0);
         QVERIFY(!shrink->isEnabled());
         item->getUndoStack()->undo();
-        QVERIFY(cv::countNonZero(redOf(item->m_inpaintMask)) > 0);
+        QVERIFY(cv::countNonZero(redOf(state(item).selection.m_inpaintMask)) > 0);
         QVERIFY(shrink->isEnabled());
     }
 
@@ -310,16 +311,16 @@ private slots:
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
         QVERIFY(item);
         dragRectangle(QPointF(100, 100), QPointF(160, 150));
-        const cv::Mat red = redOf(item->m_inpaintMask);
+        const cv::Mat red = redOf(state(item).selection.m_inpaintMask);
         QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
         dragRectangle(QPointF(300, 200), QPointF(380, 260));
-        const cv::Mat green = greenOf(item->m_inpaintMaskBK);
+        const cv::Mat green = greenOf(state(item).selection.m_inpaintMaskBK);
         QVERIFY(cv::countNonZero(green) > 2000);
         entry(QStringLiteral("Grow Selection"))->trigger();
-        QCOMPARE(differing(greenOf(item->m_inpaintMaskBK), withinDistance(green, 3)), 0);
-        QCOMPARE(differing(redOf(item->m_inpaintMask), red), 0);
+        QCOMPARE(differing(greenOf(state(item).selection.m_inpaintMaskBK), withinDistance(green, 3)), 0);
+        QCOMPARE(differing(redOf(state(item).selection.m_inpaintMask), red), 0);
         item->getUndoStack()->undo();
-        QCOMPARE(differing(greenOf(item->m_inpaintMaskBK), green), 0);
+        QCOMPARE(differing(greenOf(state(item).selection.m_inpaintMaskBK), green), 0);
     }
 
     void grownSelectionIsErasedWhole()
@@ -327,21 +328,21 @@ private slots:
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
         QVERIFY(item);
         dragRectangle(QPointF(350, 265), QPointF(385, 300));
-        const cv::Mat drawn = redOf(item->m_inpaintMask);
+        const cv::Mat drawn = redOf(state(item).selection.m_inpaintMask);
         entry(QStringLiteral("Grow Selection"))->trigger();
-        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const cv::Mat selected = redOf(state(item).selection.m_inpaintMask);
         const cv::Mat rim = selected & ~drawn;
         QVERIFY(cv::countNonZero(rim) > 100);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         // Greyed while the job runs.
         QVERIFY(!entry(QStringLiteral("Grow Selection"))->isEnabled());
         QVERIFY(finished.wait(kJobTimeoutMs));
         // The work box reached what the selection grew into.
-        QVERIFY(changedShare(original, item->m_image, rim) > 0.8);
-        QVERIFY(changedShare(original, item->m_image, selected) > 0.8);
+        QVERIFY(changedShare(original, state(item).m_image, rim) > 0.8);
+        QVERIFY(changedShare(original, state(item).m_image, selected) > 0.8);
     }
 
     // ------------------------------------------------------------ masks
@@ -359,7 +360,7 @@ private slots:
         QCOMPARE(m_w->saveMaskAction()->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
         dragRectangle(QPointF(100, 100), QPointF(160, 150));
         QVERIFY(m_w->saveMaskAction()->isEnabled());
-        const cv::Mat drawn = redOf(item->m_inpaintMask);
+        const cv::Mat drawn = redOf(state(item).selection.m_inpaintMask);
 
         const QString maskPath = MainWindow::maskPathFor(photoPath);
         QCOMPARE(maskPath, dir.filePath(QStringLiteral("coffee.mask.png")));
@@ -374,15 +375,15 @@ private slots:
         // Loaded into an empty selection: the same pixels, one entry.
         QUndoStack *stack = item->getUndoStack();
         stack->undo();
-        QCOMPARE(cv::countNonZero(redOf(item->m_inpaintMask)), 0);
+        QCOMPARE(cv::countNonZero(redOf(state(item).selection.m_inpaintMask)), 0);
         // The undone stroke goes from the stack when the load is pushed.
         const int entries = stack->index();
         QCOMPARE(m_w->loadMaskFrom(maskPath), QString());
         QCOMPARE(stack->count(), entries + 1);
         QCOMPARE(stack->text(stack->count() - 1), QStringLiteral("Load Mask"));
-        QCOMPARE(differing(redOf(item->m_inpaintMask), drawn), 0);
+        QCOMPARE(differing(redOf(state(item).selection.m_inpaintMask), drawn), 0);
         cv::Mat alpha;
-        cv::extractChannel(item->m_inpaintMask, alpha, 3);
+        cv::extractChannel(state(item).selection.m_inpaintMask, alpha, 3);
         QCOMPARE(cv::countNonZero(alpha == 128), cv::countNonZero(drawn));
 
         // Saved again: identical.
@@ -393,11 +394,11 @@ private slots:
         // Added to what is there; Undo takes the load back alone.
         stack->undo();
         dragRectangle(QPointF(300, 200), QPointF(340, 240));
-        const cv::Mat other = redOf(item->m_inpaintMask);
+        const cv::Mat other = redOf(state(item).selection.m_inpaintMask);
         QCOMPARE(m_w->loadMaskFrom(maskPath), QString());
-        QCOMPARE(differing(redOf(item->m_inpaintMask), other | drawn), 0);
+        QCOMPARE(differing(redOf(state(item).selection.m_inpaintMask), other | drawn), 0);
         stack->undo();
-        QCOMPARE(differing(redOf(item->m_inpaintMask), other), 0);
+        QCOMPARE(differing(redOf(state(item).selection.m_inpaintMask), other), 0);
     }
 
     void donorSavedBesideTheMask()
@@ -412,8 +413,8 @@ private slots:
         QCOMPARE(m_w->saveMaskTo(maskPath), QString());
         const cv::Mat donor = readUnchanged(dir.filePath(QStringLiteral("shot.donor.png")));
         QCOMPARE(donor.type(), CV_8UC1);
-        QCOMPARE(differing(donor, greenOf(item->m_inpaintMaskBK)), 0);
-        QCOMPARE(differing(readUnchanged(maskPath), redOf(item->m_inpaintMask)), 0);
+        QCOMPARE(differing(donor, greenOf(state(item).selection.m_inpaintMaskBK)), 0);
+        QCOMPARE(differing(readUnchanged(maskPath), redOf(state(item).selection.m_inpaintMask)), 0);
         // Without green any more, the stale donor goes: the tool would use it.
         item->getUndoStack()->undo();
         QCOMPARE(m_w->saveMaskTo(maskPath), QString());
@@ -426,7 +427,7 @@ private slots:
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
         QVERIFY(item);
         dragRectangle(QPointF(100, 100), QPointF(160, 150));
-        const cv::Mat before = item->m_inpaintMask.clone();
+        const cv::Mat before = state(item).selection.m_inpaintMask.clone();
         const int entries = item->getUndoStack()->count();
 
         const QString small = dir.filePath(QStringLiteral("small.png"));
@@ -447,7 +448,7 @@ private slots:
         QVERIFY(cv::imwrite(black.toStdString(), cv::Mat(item->imageRows(), item->imageCols(), CV_8UC1, cv::Scalar(0))));
         QVERIFY(m_w->loadMaskFrom(black).contains(QStringLiteral("selects nothing")));
 
-        QVERIFY(samePixels(item->m_inpaintMask, before));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, before));
         QCOMPARE(item->getUndoStack()->count(), entries);
         // Saving into a folder that does not exist is refused with a reason.
         QVERIFY(!m_w->saveMaskTo(dir.filePath(QStringLiteral("no/such/folder/x.mask.png"))).isEmpty());
@@ -483,7 +484,7 @@ private slots:
         PhotoItem *item = openPhoto(photoPath);
         QVERIFY(item);
         dragRectangle(QPointF(350, 265), QPointF(385, 300));
-        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const cv::Mat selected = redOf(state(item).selection.m_inpaintMask);
         const QString maskPath = MainWindow::maskPathFor(photoPath);
         QCOMPARE(m_w->saveMaskTo(maskPath), QString());
 
@@ -494,11 +495,11 @@ private slots:
         QCOMPARE(tool.exitCode(), 0);
         const cv::Mat byTool = cv::imread(outPath.toStdString(), cv::IMREAD_COLOR);
 
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
         QVERIFY(finished.wait(kJobTimeoutMs));
-        const cv::Mat byWindow = item->m_image;
+        const cv::Mat byWindow = state(item).m_image;
         const cv::Mat originalBgr = original;
         QCOMPARE(byWindow.type(), CV_8UC3);
         QCOMPARE(byTool.size(), byWindow.size());
@@ -518,7 +519,7 @@ private slots:
         dragRectangle(from, to);
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
-        return finished.wait(kJobTimeoutMs) && !item->m_jobActive;
+        return finished.wait(kJobTimeoutMs) && !state(item).job.m_jobActive;
     }
 
     // Runs Another Fill from the menu to its end.
@@ -529,12 +530,12 @@ private slots:
         if (!again || !again->isEnabled())
             return false;
         again->trigger();
-        if (!item->m_jobActive)
+        if (!state(item).job.m_jobActive)
             return false;
         // Greyed while its own job runs.
         if (again->isEnabled())
             return false;
-        return finished.wait(kJobTimeoutMs) && !item->m_jobActive;
+        return finished.wait(kJobTimeoutMs) && !state(item).job.m_jobActive;
     }
 
     static const FillCommand *fillEntry(QUndoStack *stack)
@@ -560,7 +561,7 @@ private slots:
         // During the erase, greyed; after it, offered.
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QVERIFY(!again->isEnabled());
         QVERIFY(finished.wait(kJobTimeoutMs));
         QVERIFY(again->isEnabled());
@@ -581,7 +582,7 @@ private slots:
         dragRectangle(QPointF(300, 200), QPointF(340, 240));
         const int entries = stack->count();
         m_w->anotherFill();
-        QVERIFY(!item->m_jobActive);
+        QVERIFY(!state(item).job.m_jobActive);
         QCOMPARE(stack->count(), entries);
     }
 
@@ -615,7 +616,7 @@ private slots:
     {
         PhotoItem *item = openPhoto(realPhoto("coffee.png"));
         QVERIFY(item);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QVERIFY(eraseRectangle(item, QPointF(150, 60), QPointF(330, 200)));
         QUndoStack *stack = item->getUndoStack();
         const FillCommand *erase = fillEntry(stack);
@@ -627,11 +628,11 @@ private slots:
         // The pixels before the fill are kept once, as the entry's "before".
         QCOMPARE(erase->inputs().original.data, erase->m_undoImage.data);
         QVERIFY(samePixels(erase->inputs().original, original(erase->inputs().crop)));
-        const cv::Mat first = item->m_image.clone();
+        const cv::Mat first = state(item).m_image.clone();
         const int entries = stack->count();
 
         QVERIFY(fillAgain(item));
-        const cv::Mat second = item->m_image.clone();
+        const cv::Mat second = state(item).m_image.clone();
         QCOMPARE(stack->count(), entries + 1);
         QCOMPARE(stack->text(stack->index() - 1), QStringLiteral("Another Fill"));
         // A different fill of the same hole, nothing else touched.
@@ -642,29 +643,29 @@ private slots:
         QCOMPARE(changedOutside(original, second, box), 0);
         QVERIFY(changedShare(original(crop), second(crop), hole) > 0.8);
         // No selection is left behind, as after an Erase.
-        QVERIFY(!layerHasSelection(item->m_inpaintMask, 2));
+        QVERIFY(!layerHasSelection(state(item).selection.m_inpaintMask, 2));
         QVERIFY(m_w->anotherFillAction()->isEnabled());
 
         // Undo gives the first fill back exactly, redo the second; the
         // offer stays through both.
         stack->undo();
-        QVERIFY(samePixels(item->m_image, first));
+        QVERIFY(samePixels(state(item).m_image, first));
         QVERIFY(m_w->anotherFillAction()->isEnabled());
         stack->redo();
-        QVERIFY(samePixels(item->m_image, second));
+        QVERIFY(samePixels(state(item).m_image, second));
         QVERIFY(m_w->anotherFillAction()->isEnabled());
 
         // Again after an Another Fill: a third, from the same start.
         QVERIFY(fillAgain(item));
-        const cv::Mat third = item->m_image.clone();
+        const cv::Mat third = state(item).m_image.clone();
         QVERIFY(changedShare(second(crop), third(crop), hole) > 0.2);
         QCOMPARE(changedOutside(original, third, box), 0);
         stack->undo();
         stack->undo();
-        QVERIFY(samePixels(item->m_image, first));
+        QVERIFY(samePixels(state(item).m_image, first));
         // Down to before the erase: the stroke is last, nothing to fill again.
         stack->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         QVERIFY(!m_w->anotherFillAction()->isEnabled());
     }
 
@@ -674,14 +675,14 @@ private slots:
         QVERIFY(item);
         QVERIFY(eraseRectangle(item, QPointF(150, 60), QPointF(330, 200)));
         QUndoStack *stack = item->getUndoStack();
-        const cv::Mat first = item->m_image.clone();
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat first = state(item).m_image.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         const int entries = stack->count();
         const cv::Rect box = item->workBoxRect();
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         m_w->anotherFillAction()->trigger();
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         // The Cancel button of the same progress dialog as the Erase.
         QVERIFY(JobDialog::of(item));
         processDialog *dialog = JobDialog::of(item)->dialog();
@@ -690,8 +691,8 @@ private slots:
         QTest::mouseClick(dialog->findChild<QPushButton *>(QStringLiteral("pushButton")), Qt::LeftButton);
         QVERIFY(finished.wait(kJobTimeoutMs));
         QVERIFY(!dialog->isVisible());
-        QVERIFY(samePixels(item->m_image, first));
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(samePixels(state(item).m_image, first));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
         QCOMPARE(item->workBoxRect(), box);
         QCOMPARE(stack->count(), entries);
         QCOMPARE(stack->text(stack->index() - 1), QStringLiteral("Erase"));
@@ -707,9 +708,9 @@ private slots:
         QVERIFY(item);
         QTest::mouseClick(ui->pushButton_green, Qt::LeftButton);
         dragRectangle(QPointF(20, 250), QPointF(200, 380));
-        const cv::Mat donor = greenOf(item->m_inpaintMaskBK);
+        const cv::Mat donor = greenOf(state(item).selection.m_inpaintMaskBK);
         QTest::mouseClick(ui->pushButton_red, Qt::LeftButton);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QVERIFY(eraseRectangle(item, QPointF(250, 80), QPointF(330, 160)));
         QUndoStack *stack = item->getUndoStack();
         const FillCommand *erase = fillEntry(stack);
@@ -717,18 +718,18 @@ private slots:
         QVERIFY(erase->inputs().useDonor);
         const cv::Rect crop = erase->inputs().crop;
         QCOMPARE(differing(erase->inputs().green, donor(crop)), 0);
-        const cv::Mat first = item->m_image.clone();
+        const cv::Mat first = state(item).m_image.clone();
 
         QVERIFY(fillAgain(item));
         // The job ran with the donor (the engine lets go of its layers when
         // a job ends; the new entry keeps the green it was given).
-        QVERIFY(item->m_workerThread->m_useDonor);
+        QVERIFY(state(item).job.m_workerThread->m_useDonor);
         QVERIFY(fillEntry(stack) != erase);
         QVERIFY(fillEntry(stack)->inputs().useDonor);
         QCOMPARE(differing(fillEntry(stack)->inputs().green, donor(crop)), 0);
-        QVERIFY(changedShare(first(crop), item->m_image(crop), erase->inputs().red) > 0.2);
-        QCOMPARE(changedOutside(original, item->m_image, erase->m_rect), 0);
-        QVERIFY(!layerHasSelection(item->m_inpaintMaskBK, 1));
+        QVERIFY(changedShare(first(crop), state(item).m_image(crop), erase->inputs().red) > 0.2);
+        QCOMPARE(changedOutside(original, state(item).m_image, erase->m_rect), 0);
+        QVERIFY(!layerHasSelection(state(item).selection.m_inpaintMaskBK, 1));
     }
 };
 

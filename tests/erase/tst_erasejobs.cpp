@@ -26,6 +26,7 @@
 #include "erasetest.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "photohost.h"
 #include "jobdialog.h"
 #include "processdialog.h"
@@ -69,7 +70,7 @@ class TestEraseJobs : public QObject
     // A red (or green) brush stroke of the given thickness through points.
     static void paint(PhotoItem *item, std::initializer_list<QPointF> points, int thickness, bool green = false)
     {
-        cv::Mat &layer = green ? item->m_inpaintMaskBK : item->m_inpaintMask;
+        cv::Mat &layer = green ? state(item).selection.m_inpaintMaskBK : state(item).selection.m_inpaintMask;
         const cv::Scalar tint = green ? kGreen : kRed;
         QPointF prev = *points.begin();
         for (const QPointF &p : points) {
@@ -79,7 +80,7 @@ class TestEraseJobs : public QObject
             item->extendWorkBox(p);
         }
         if (green)
-            item->m_donorUsed = 1;
+            state(item).selection.m_donorUsed = 1;
     }
 
     static processDialog *dialogOf(PhotoItem *item) { return JobDialog::of(item)->dialog(); }
@@ -88,10 +89,10 @@ class TestEraseJobs : public QObject
         return dialogOf(item)->findChild<QProgressBar *>("progressBar");
     }
 
-    static cv::Rect cropOf(const PhotoItem *item)
+    static cv::Rect cropOf(PhotoItem *item)
     {
-        return cv::Rect(cv::Point(int(item->m_workMinX), int(item->m_workMinY)),
-                        cv::Point(int(item->m_workMaxX), int(item->m_workMaxY)));
+        return cv::Rect(cv::Point(int(state(item).regions.m_workMinX), int(state(item).regions.m_workMinY)),
+                        cv::Point(int(state(item).regions.m_workMaxX), int(state(item).regions.m_workMaxY)));
     }
 
     static const Command *topCommand(PhotoItem *item)
@@ -110,13 +111,13 @@ class TestEraseJobs : public QObject
         const int entries = item->getUndoStack()->count();
         QVERIFY2(entries <= 1, "one erase made more than one undo entry");
         if (entries == 0) {
-            QVERIFY2(samePixels(item->m_image, original), "refused, but the photo changed");
+            QVERIFY2(samePixels(state(item).m_image, original), "refused, but the photo changed");
             return;
         }
         int black = 0, changedOutside = 0;
         for (int y = 0; y < original.rows; ++y)
             for (int x = 0; x < original.cols; ++x) {
-                const cv::Vec3b p = item->m_image.at<cv::Vec3b>(y, x);
+                const cv::Vec3b p = state(item).m_image.at<cv::Vec3b>(y, x);
                 if (hole.contains(cv::Point(x, y)))
                     black += p == cv::Vec3b(0, 0, 0) && original.at<cv::Vec3b>(y, x) != cv::Vec3b(0, 0, 0);
                 else
@@ -125,12 +126,12 @@ class TestEraseJobs : public QObject
         QVERIFY2(black == 0, qPrintable(QString("%1 pixels of the hole committed black").arg(black)));
         QCOMPARE(changedOutside, 0);
         item->getUndoStack()->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     static bool startAndWaitForProgress(PhotoItem *item)
     {
-        QSignalSpy progress(item->m_workerThread, &ThreadFromQThread::progressSum);
+        QSignalSpy progress(state(item).job.m_workerThread, &ThreadFromQThread::progressSum);
         item->recvEraseCommand();
         return progress.count() > 0 || progress.wait(kJobTimeoutMs);
     }
@@ -170,7 +171,7 @@ private slots:
     void cleanup()
     {
         // Never leave a job behind for the next test.
-        if (m_item && m_item->m_jobActive) {
+        if (m_item && state(m_item).job.m_jobActive) {
             QSignalSpy done(m_item, &PhotoItem::sendThreadFinish);
             done.wait(kJobTimeoutMs);
         }
@@ -184,19 +185,19 @@ private slots:
     void eraseFillsTheHoleAsOneUndoEntry()
     {
         PhotoItem *item = load(realPhoto("coffee.png"));
-        QCOMPARE(item->m_imageCols, 600);
+        QCOMPARE(state(item).m_imageCols, 600);
         item->recvSelectType(4, 24, 0);
         // A stroke over the bowl of the spoon.
         paint(item, {QPointF(350, 265), QPointF(366, 285), QPointF(385, 300)}, 24);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat hole = holeArea(item->m_inpaintMask);
-        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat hole = holeArea(state(item).selection.m_inpaintMask);
+        const cv::Mat selected = redOf(state(item).selection.m_inpaintMask);
 
         JobDialog::of(item)->setPlace(QPoint(123, 77));
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         // The job runs on the worker; the dialog is up and the call came back.
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QVERIFY(dialogOf(item)->isVisible());
         QCOMPARE(dialogOf(item)->pos(), QPoint(123, 77));
         QCOMPARE(barOf(item)->value(), 0);
@@ -205,43 +206,43 @@ private slots:
         // at the right edge; y reaches both edges.
         const cv::Rect crop(65, 0, 535, 400);
         QCOMPARE(cropOf(item), crop);
-        QCOMPARE(item->m_workerThread->m_workImage.size(), crop.size());
-        QCOMPARE(item->m_workerThread->m_workImage.data, item->m_image(crop).data);
-        QVERIFY(samePixels(item->m_imageBeforeJob, original));
+        QCOMPARE(state(item).job.m_workerThread->m_workImage.size(), crop.size());
+        QCOMPARE(state(item).job.m_workerThread->m_workImage.data, state(item).m_image(crop).data);
+        QVERIFY(samePixels(state(item).job.m_imageBeforeJob, original));
 
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(finished.count(), 1);
         QVERIFY(!dialogOf(item)->isVisible());
-        QVERIFY(!item->m_jobActive);
+        QVERIFY(!state(item).job.m_jobActive);
 
         // Only the hole changed, and most of it did.
-        QCOMPARE(changedOutside(original, item->m_image, crop), 0);
+        QCOMPARE(changedOutside(original, state(item).m_image, crop), 0);
         // Only the hole changed, even on this odd-width crop.
-        cv::Mat outsideHole = changedPixels(original, item->m_image) & ~hole;
+        cv::Mat outsideHole = changedPixels(original, state(item).m_image) & ~hole;
         QCOMPARE(crop.width % 2, 1);
         QCOMPARE(cv::countNonZero(outsideHole), 0);
-        QVERIFY2(changedShare(original, item->m_image, selected) > 0.8,
-                 qPrintable(QString::number(changedShare(original, item->m_image, selected))));
+        QVERIFY2(changedShare(original, state(item).m_image, selected) > 0.8,
+                 qPrintable(QString::number(changedShare(original, state(item).m_image, selected))));
 
         // One entry, the selection gone, the boxes empty.
         QUndoStack *stack = item->getUndoStack();
         QCOMPARE(stack->count(), 1);
         QCOMPARE(stack->text(0), QString("Erase"));
         QCOMPARE(topCommand(item)->m_rect, crop);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMask.reshape(1)), 0);
-        QCOMPARE(item->m_workMaxX, -1.0);
-        QCOMPARE(item->m_strokeMaxX, -1.0);
-        QCOMPARE(int(item->m_saved), 0);
-        QCOMPARE(int(item->m_firstProgress), 1);
-        QCOMPARE(item->m_pressPos, QPointF(-1, -1));
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMask.reshape(1)), 0);
+        QCOMPARE(state(item).regions.m_workMaxX, -1.0);
+        QCOMPARE(state(item).selection.m_strokeMaxX, -1.0);
+        QCOMPARE(int(state(item).output.m_saved), 0);
+        QCOMPARE(int(state(item).job.m_firstProgress), 1);
+        QCOMPARE(state(item).pointer.m_pressPos, QPointF(-1, -1));
         // The canvas shows the result.
         QCOMPARE(m_host->mid->pixmap().size(), QSize(600, 400));
 
-        const cv::Mat erased = item->m_image.clone();
+        const cv::Mat erased = state(item).m_image.clone();
         stack->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         stack->redo();
-        QVERIFY(samePixels(item->m_image, erased));
+        QVERIFY(samePixels(state(item).m_image, erased));
     }
 
     void donorEraseTakesItsFillFromTheGreen()
@@ -249,40 +250,40 @@ private slots:
         // The coffee photo: a red hole on the white rim of the cup, and green
         // on the wooden table only. The fill must come from the wood.
         PhotoItem *item = load(realPhoto("coffee.png"));
-        QCOMPARE(item->m_imageCols, 600);
+        QCOMPARE(state(item).m_imageCols, 600);
         item->recvSelectType(4, 6, 0);
         paint(item, {QPointF(183, 80), QPointF(183, 130)}, 16);
         item->recvSelectType(4, 10, 1);
         paint(item, {QPointF(560, 300), QPointF(595, 300), QPointF(595, 390), QPointF(560, 390)}, 20, true);
-        cv::rectangle(item->m_inpaintMaskBK, cv::Rect(480, 280, 115, 110), kGreen, -1);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat selected = redOf(item->m_inpaintMask);
+        cv::rectangle(state(item).selection.m_inpaintMaskBK, cv::Rect(480, 280, 115, 110), kGreen, -1);
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat selected = redOf(state(item).selection.m_inpaintMask);
         cv::Mat donor;
-        cv::extractChannel(item->m_inpaintMaskBK, donor, 1);
+        cv::extractChannel(state(item).selection.m_inpaintMaskBK, donor, 1);
         donor = donor > 0;
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
-        QVERIFY(item->m_workerThread->m_useDonor);
+        QVERIFY(state(item).job.m_workerThread->m_useDonor);
         const cv::Rect crop = cropOf(item);
         QVERIFY(finished.wait(kJobTimeoutMs));
 
-        QCOMPARE(changedOutside(original, item->m_image, crop), 0);
-        QVERIFY(changedShare(original, item->m_image, selected) > 0.8);
+        QCOMPARE(changedOutside(original, state(item).m_image, crop), 0);
+        QVERIFY(changedShare(original, state(item).m_image, selected) > 0.8);
         // The hole now looks like the donor, not like the porcelain it was.
         const cv::Scalar donorMean = cv::mean(original, donor);
         const cv::Scalar before = cv::mean(original, selected);
-        const cv::Scalar after = cv::mean(item->m_image, selected);
+        const cv::Scalar after = cv::mean(state(item).m_image, selected);
         QVERIFY2(cv::norm(after - donorMean) < cv::norm(before - donorMean) / 2,
                  qPrintable(QString("hole %1 -> %2, donor %3")
                                 .arg(cv::norm(before)).arg(cv::norm(after)).arg(cv::norm(donorMean))));
 
         QCOMPARE(item->getUndoStack()->count(), 1);
         QCOMPARE(item->getUndoStack()->text(0), QString("Erase"));
-        QCOMPARE(int(item->m_donorUsed), 0);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
+        QCOMPARE(int(state(item).selection.m_donorUsed), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMaskBK.reshape(1)), 0);
         item->getUndoStack()->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     void donorFlagWithoutGreenInTheCropErasesPlainly()
@@ -291,10 +292,10 @@ private slots:
         item->recvSelectType(4, 8, 0);
         paint(item, {QPointF(60, 60), QPointF(70, 62)}, 8);
         // Left over from an undone green stroke.
-        item->m_donorUsed = 1;
+        state(item).selection.m_donorUsed = 1;
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
-        QVERIFY(!item->m_workerThread->m_useDonor);
+        QVERIFY(!state(item).job.m_workerThread->m_useDonor);
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(item->getUndoStack()->count(), 1);
     }
@@ -309,7 +310,7 @@ private slots:
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QCOMPARE(cropOf(item), cv::Rect(0, 0, 451, 300));
-        QCOMPARE(item->m_workerThread->m_workImage.size(), cv::Size(451, 300));
+        QCOMPARE(state(item).job.m_workerThread->m_workImage.size(), cv::Size(451, 300));
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(topCommand(item)->m_rect, cv::Rect(0, 0, 451, 300));
     }
@@ -320,7 +321,7 @@ private slots:
         item->recvSelectType(4, 1, 0);
         paint(item, {QPointF(1000, 800), QPointF(1003, 803)}, 1);
         QCOMPARE(item->workBoxRect(), cv::Rect(1000, 800, 4, 3));
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
@@ -329,15 +330,15 @@ private slots:
         QVERIFY2(crop.height >= 525 && crop.height <= 540, qPrintable(QString::number(crop.height)));
         // Left and top grow twice as much as right and bottom.
         QCOMPARE(crop, cv::Rect(654, 451, 529, 536));
-        QCOMPARE(item->m_workerThread->m_workImage.size(), crop.size());
-        QCOMPARE(item->m_workerThread->m_workImage.data, item->m_image(crop).data);
+        QCOMPARE(state(item).job.m_workerThread->m_workImage.size(), crop.size());
+        QCOMPARE(state(item).job.m_workerThread->m_workImage.data, state(item).m_image(crop).data);
 
         // The outcome of a whole job is told elsewhere; stop this one early.
-        QSignalSpy progress(item->m_workerThread, &ThreadFromQThread::progressSum);
+        QSignalSpy progress(state(item).job.m_workerThread, &ThreadFromQThread::progressSum);
         QVERIFY(progress.count() > 0 || progress.wait(kJobTimeoutMs));
         item->recvCancelStatus();
         QVERIFY(finished.wait(kJobTimeoutMs));
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     void selectionOnTheLeftEdgeGrowsOnlyToTheRight()
@@ -352,7 +353,7 @@ private slots:
         // the right, int((700 - 8) x 0.5 + 8) = 354, and nothing on the left.
         QCOMPARE(crop.x, 0);
         QCOMPARE(crop.x + crop.width, 354);
-        QSignalSpy progress(item->m_workerThread, &ThreadFromQThread::progressSum);
+        QSignalSpy progress(state(item).job.m_workerThread, &ThreadFromQThread::progressSum);
         QVERIFY(progress.count() > 0 || progress.wait(kJobTimeoutMs));
         item->recvCancelStatus();
         QVERIFY(finished.wait(kJobTimeoutMs));
@@ -366,21 +367,21 @@ private slots:
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QVERIFY(finished.wait(kJobTimeoutMs));
-        const cv::Mat after = item->m_image.clone();
-        QCOMPARE(item->m_workMaxX, -1.0);
+        const cv::Mat after = state(item).m_image.clone();
+        QCOMPARE(state(item).regions.m_workMaxX, -1.0);
 
-        QSignalSpy progress(item->m_workerThread, &ThreadFromQThread::progressSum);
+        QSignalSpy progress(state(item).job.m_workerThread, &ThreadFromQThread::progressSum);
         item->recvEraseCommand();
         // Reported at once, nothing started, nothing shown.
         QCOMPARE(finished.count(), 2);
-        QVERIFY(!item->m_jobActive);
-        QVERIFY(!item->m_workerThread->isRunning());
+        QVERIFY(!state(item).job.m_jobActive);
+        QVERIFY(!state(item).job.m_workerThread->isRunning());
         QVERIFY(!dialogOf(item)->isVisible());
         QCoreApplication::processEvents();
         QCOMPARE(progress.count(), 0);
         QCOMPARE(finished.count(), 2);
         QCOMPARE(item->getUndoStack()->count(), 1);
-        QVERIFY(samePixels(item->m_image, after));
+        QVERIFY(samePixels(state(item).m_image, after));
     }
 
     // ---------------------------------------------------------------- cancel
@@ -390,8 +391,8 @@ private slots:
         PhotoItem *item = load(m_largePhoto);
         item->recvSelectType(4, 6, 0);
         paint(item, {QPointF(900, 700), QPointF(960, 720)}, 6);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat redBefore = item->m_inpaintMask.clone();
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat redBefore = state(item).selection.m_inpaintMask.clone();
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QVERIFY(startAndWaitForProgress(item));
@@ -399,18 +400,18 @@ private slots:
         QVERIFY(first.width < 2000 && first.height < 1600);
         // The Cancel button of the dialog, while the engine works.
         QTest::mouseClick(dialogOf(item)->findChild<QPushButton *>("pushButton"), Qt::LeftButton);
-        QCOMPARE(int(item->m_canceled), 1);
+        QCOMPARE(int(state(item).job.m_canceled), 1);
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(finished.count(), 1);
         QVERIFY(!dialogOf(item)->isVisible());
 
         // Exactly the photo of before, the selection kept, no entry; the
         // box keeps its enlarged values.
-        QVERIFY(samePixels(item->m_image, original));
-        QVERIFY(samePixels(item->m_inpaintMask, redBefore));
+        QVERIFY(samePixels(state(item).m_image, original));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, redBefore));
         QCOMPARE(item->getUndoStack()->count(), 0);
         QCOMPARE(cropOf(item), first);
-        QCOMPARE(m_host->front->overlayImage().constBits(), item->m_inpaintMask.data);
+        QCOMPARE(m_host->front->overlayImage().constBits(), state(item).selection.m_inpaintMask.data);
 
         // Erase again: the box is enlarged once more.
         QVERIFY(startAndWaitForProgress(item));
@@ -421,7 +422,7 @@ private slots:
         QVERIFY((second & first) == first);
         item->recvCancelStatus();
         QVERIFY(finished.wait(kJobTimeoutMs));
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);
     }
 
@@ -430,8 +431,8 @@ private slots:
         PhotoItem *item = load(m_smallPhoto);
         item->recvSelectType(4, 12, 0);
         paint(item, {QPointF(100, 70), QPointF(140, 90)}, 12);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         // Before the worker has looked at its cancel flag, or while it
@@ -440,15 +441,15 @@ private slots:
         item->recvCancelStatus();
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(finished.count(), 1);
-        QVERIFY(samePixels(item->m_image, original));
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(samePixels(state(item).m_image, original));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
         QCOMPARE(item->getUndoStack()->count(), 0);
         // Cancel with no job does nothing.
         item->recvCancelStatus();
         QCoreApplication::processEvents();
         QCOMPARE(finished.count(), 1);
-        QVERIFY(!item->m_jobActive);
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(!state(item).job.m_jobActive);
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     void escapeOnTheDialogCancelsAndTheDialogStaysUntilTheEnd()
@@ -458,22 +459,22 @@ private slots:
         // is still running when the first progress report has arrived.
         item->recvSelectType(4, 20, 0);
         paint(item, {QPointF(400, 500), QPointF(600, 560)}, 20);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QVERIFY(startAndWaitForProgress(item));
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QVERIFY(dialogOf(item)->isVisible());
         // No event is handled between here and the check below, so the
         // job's end, however early the worker gets there, is still queued:
         // the dialog must stay because of how Escape is handled, not because
         // of timing.
         QTest::keyClick(dialogOf(item), Qt::Key_Escape);
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QVERIFY(dialogOf(item)->isVisible());
-        QCOMPARE(int(item->m_canceled), 1);
+        QCOMPARE(int(state(item).job.m_canceled), 1);
         QVERIFY(finished.wait(kJobTimeoutMs));
         QVERIFY(!dialogOf(item)->isVisible());
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);
     }
 
@@ -485,30 +486,30 @@ private slots:
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QVERIFY(finished.wait(kJobTimeoutMs));
-        const cv::Mat after = item->m_image.clone();
+        const cv::Mat after = state(item).m_image.clone();
 
         // The same signal once more, and the slot called directly.
-        emit item->m_workerThread->finished_thread();
+        emit state(item).job.m_workerThread->finished_thread();
         QCoreApplication::processEvents();
         item->onQThreadFinished();
         QCOMPARE(finished.count(), 1);
         QCOMPARE(item->getUndoStack()->count(), 1);
-        QVERIFY(samePixels(item->m_image, after));
+        QVERIFY(samePixels(state(item).m_image, after));
 
         // And after a cancelled job, whose box stays set.
         paint(item, {QPointF(60, 50), QPointF(80, 54)}, 8);
-        const cv::Mat beforeCancel = item->m_image.clone();
+        const cv::Mat beforeCancel = state(item).m_image.clone();
         QVERIFY(startAndWaitForProgress(item));
         item->recvCancelStatus();
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(finished.count(), 2);
-        QVERIFY(samePixels(item->m_image, beforeCancel));
-        QVERIFY(item->m_workMaxX > 0.0);
-        item->m_image.setTo(cv::Scalar(1, 2, 3)); // would be overwritten by a second restore
-        const cv::Mat marked = item->m_image.clone();
+        QVERIFY(samePixels(state(item).m_image, beforeCancel));
+        QVERIFY(state(item).regions.m_workMaxX > 0.0);
+        state(item).m_image.setTo(cv::Scalar(1, 2, 3)); // would be overwritten by a second restore
+        const cv::Mat marked = state(item).m_image.clone();
         item->onQThreadFinished();
         QCOMPARE(finished.count(), 2);
-        QVERIFY(samePixels(item->m_image, marked));
+        QVERIFY(samePixels(state(item).m_image, marked));
     }
 
     // ---------------------------------------------------------------- progress
@@ -518,11 +519,11 @@ private slots:
         PhotoItem *item = load(realPhoto("chelsea.png"));
         QProgressBar *bar = barOf(item);
         bar->setValue(55);
-        item->m_firstProgress = 1;
+        state(item).job.m_firstProgress = 1;
         item->setProcessSum(0);
         QCOMPARE(bar->value(), 0);
-        QCOMPARE(item->m_progressBase, 0);
-        QCOMPARE(int(item->m_firstProgress), 0);
+        QCOMPARE(state(item).job.m_progressBase, 0);
+        QCOMPARE(int(state(item).job.m_firstProgress), 0);
         // Later reports against a base of 0 show 0 too; nothing divides.
         item->setProcessSum(3);
         QCOMPARE(bar->value(), 0);
@@ -534,9 +535,9 @@ private slots:
     {
         PhotoItem *item = load(realPhoto("chelsea.png"));
         QProgressBar *bar = barOf(item);
-        item->m_firstProgress = 1;
+        state(item).job.m_firstProgress = 1;
         item->setProcessSum(5);
-        QCOMPARE(item->m_progressBase, 5);
+        QCOMPARE(state(item).job.m_progressBase, 5);
         QCOMPARE(bar->value(), 0);
         item->setProcessSum(4);
         QCOMPARE(bar->value(), 20);
@@ -576,14 +577,14 @@ private slots:
     void oddWidthPhotoKeepsItsLastColumn()
     {
         PhotoItem *item = load(realPhoto("chelsea.png"));
-        QCOMPARE(item->m_imageCols, 451);
+        QCOMPARE(state(item).m_imageCols, 451);
         item->recvSelectType(4, 12, 0);
         paint(item, {QPointF(140, 150), QPointF(160, 158), QPointF(175, 160)}, 12);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QVERIFY(finished.wait(kJobTimeoutMs));
-        QVERIFY(samePixels(original.col(450), item->m_image.col(450)));
+        QVERIFY(samePixels(original.col(450), state(item).m_image.col(450)));
     }
 
     // ---------------------------------------------------------------- dialog
@@ -604,7 +605,7 @@ private slots:
         PhotoItem *item = load(m_largePhoto);
         item->recvSelectType(4, 6, 0);
         paint(item, {QPointF(700, 600), QPointF(740, 620)}, 6);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         JobDialog::of(item)->setPlace(QPoint(200, 150));
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QVERIFY(startAndWaitForProgress(item));
@@ -619,9 +620,9 @@ private slots:
         // The button took the press: the dialog stays where it is.
         QCOMPARE(dialog->pos(), QPoint(200, 150));
         QTest::mouseRelease(button, Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
-        QCOMPARE(int(item->m_canceled), 1);
+        QCOMPARE(int(state(item).job.m_canceled), 1);
         QVERIFY(finished.wait(kJobTimeoutMs));
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     // ---------------------------------------------------------------- guards
@@ -632,21 +633,21 @@ private slots:
         // A click that painted nothing (the green brush puts no dab), or
         // every stroke undone: the box says there is work, the layer is empty.
         extendBox(item, {QPointF(200, 150), QPointF(230, 160)});
-        const cv::Mat original = item->m_image.clone();
-        const double boxMinX = item->m_workMinX, boxMaxX = item->m_workMaxX;
+        const cv::Mat original = state(item).m_image.clone();
+        const double boxMinX = state(item).regions.m_workMinX, boxMaxX = state(item).regions.m_workMaxX;
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
-        QSignalSpy progress(item->m_workerThread, &ThreadFromQThread::progressSum);
+        QSignalSpy progress(state(item).job.m_workerThread, &ThreadFromQThread::progressSum);
         item->recvEraseCommand();
         QCOMPARE(finished.count(), 1);
-        QVERIFY(!item->m_jobActive);
-        QVERIFY(!item->m_workerThread->isRunning());
+        QVERIFY(!state(item).job.m_jobActive);
+        QVERIFY(!state(item).job.m_workerThread->isRunning());
         QVERIFY(!dialogOf(item)->isVisible());
         QCoreApplication::processEvents();
         QCOMPARE(progress.count(), 0);
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);
-        QCOMPARE(item->m_workMinX, boxMinX);
-        QCOMPARE(item->m_workMaxX, boxMaxX);
+        QCOMPARE(state(item).regions.m_workMinX, boxMinX);
+        QCOMPARE(state(item).regions.m_workMaxX, boxMaxX);
     }
 
     void smartCloneWithAnEmptyRedLayerLeavesThePhoto()
@@ -655,16 +656,16 @@ private slots:
         item->recvSelectType(12, 30, 0);
         // The press alone makes the work box valid.
         extendBox(item, {QPointF(100, 100)});
-        QVERIFY(item->m_workMaxX >= 0.0);
+        QVERIFY(state(item).regions.m_workMaxX >= 0.0);
         const cv::Rect bounds = item->selectionBounds();
         QVERIFY(bounds.width < 1 && bounds.height < 1);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QCOMPARE(finished.count(), 1);
-        QVERIFY(!item->m_jobActive);
+        QVERIFY(!state(item).job.m_jobActive);
         QVERIFY(!dialogOf(item)->isVisible());
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);
     }
 
@@ -672,14 +673,14 @@ private slots:
     {
         PhotoItem *item = load(realPhoto("chelsea.png"));
         item->recvSelectType(12, 30, 0);
-        item->m_inpaintMask.at<cv::Vec4b>(50, 50) = cv::Vec4b(0, 0, 255, 128);
+        state(item).selection.m_inpaintMask.at<cv::Vec4b>(50, 50) = cv::Vec4b(0, 0, 255, 128);
         extendBox(item, {QPointF(50, 50)});
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QCOMPARE(finished.count(), 1);
-        QVERIFY(!item->m_jobActive);
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(!state(item).job.m_jobActive);
+        QVERIFY(samePixels(state(item).m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);
     }
 
@@ -687,14 +688,14 @@ private slots:
     {
         PhotoItem *item = load(realPhoto("chelsea.png"));
         item->recvCloneCommand();
-        QCOMPARE(item->m_tool, Tool::PieceDrag);
+        QCOMPARE(state(item).pointer.m_tool, Tool::PieceDrag);
         paint(item, {QPointF(100, 100), QPointF(140, 120)}, 10);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QCOMPARE(finished.count(), 1);
-        QVERIFY(!item->m_jobActive);
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(!state(item).job.m_jobActive);
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     void pieceDragIsSettledByTheCloneSynthesis()
@@ -710,29 +711,29 @@ private slots:
         item->recvLeftMovePoint(grab + QPointF(50, 0));
         item->recvLeftMovePoint(grab + QPointF(100, 0));
         item->recvReleasePoint(grab + QPointF(100, 0));
-        QCOMPARE(item->m_moveX, bounds.x + 100);
-        QCOMPARE(item->m_clonePreview.size(), item->m_image.size());
-        const cv::Mat original = item->m_image.clone();
+        QCOMPARE(state(item).clone.m_moveX, bounds.x + 100);
+        QCOMPARE(state(item).clone.m_clonePreview.size(), state(item).m_image.size());
+        const cv::Mat original = state(item).m_image.clone();
         const int entries = item->getUndoStack()->count();
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
-        QCOMPARE(item->m_workerThread->m_jobType, JobType::Clone);
+        QCOMPARE(state(item).job.m_workerThread->m_jobType, JobType::Clone);
         QVERIFY(finished.wait(kJobTimeoutMs));
-        const cv::Rect moved(item->m_moveX, item->m_moveY, bounds.width, bounds.height);
+        const cv::Rect moved(state(item).clone.m_moveX, state(item).clone.m_moveY, bounds.width, bounds.height);
         QCOMPARE(item->getUndoStack()->count(), entries + 1);
         QCOMPARE(item->getUndoStack()->text(entries), QString("Smart Clone"));
-        QVERIFY(!samePixels(original(moved), item->m_image(moved)));
+        QVERIFY(!samePixels(original(moved), state(item).m_image(moved)));
         // The synthesis settles pixels around the piece too; the entry
         // holds the moved rectangle and all of those.
         const cv::Rect entry = topCommand(item)->m_rect;
         QVERIFY((entry & moved) == moved);
-        QCOMPARE(changedOutside(original, item->m_image, entry), 0);
-        const cv::Mat cloned = item->m_image.clone();
+        QCOMPARE(changedOutside(original, state(item).m_image, entry), 0);
+        const cv::Mat cloned = state(item).m_image.clone();
         item->getUndoStack()->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         item->getUndoStack()->redo();
-        QVERIFY(samePixels(item->m_image, cloned));
+        QVERIFY(samePixels(state(item).m_image, cloned));
     }
 
     void smartClonePieceGrownOverTheEdgeIsPastedOnThePhoto()
@@ -748,26 +749,26 @@ private slots:
         item->recvLeftPressPoint(grab);
         item->recvLeftMovePoint(QPointF(235, 80));
         item->recvReleasePoint(QPointF(235, 80));
-        QCOMPARE(item->m_moveX, 240 - bounds.width);
+        QCOMPARE(state(item).clone.m_moveX, 240 - bounds.width);
         item->recvLeftMoveChangePoint(QPointF(0, 0), 20, 10, 0);
         item->recvReleasePoint(QPointF(0, 0));
-        QCOMPARE(item->m_cloneGrowX, 20);
-        QVERIFY(item->m_moveX + bounds.width + item->m_cloneGrowX > 240);
-        const cv::Mat original = item->m_image.clone();
+        QCOMPARE(state(item).clone.m_cloneGrowX, 20);
+        QVERIFY(state(item).clone.m_moveX + bounds.width + state(item).clone.m_cloneGrowX > 240);
+        const cv::Mat original = state(item).m_image.clone();
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QVERIFY(finished.wait(kJobTimeoutMs));
         // Pasted whole, flush with the right edge.
-        const cv::Rect moved(240 - (bounds.width + 20), item->m_moveY, bounds.width + 20, bounds.height + 10);
-        QCOMPARE(item->m_moveX, moved.x);
+        const cv::Rect moved(240 - (bounds.width + 20), state(item).clone.m_moveY, bounds.width + 20, bounds.height + 10);
+        QCOMPARE(state(item).clone.m_moveX, moved.x);
         QCOMPARE(item->getUndoStack()->text(item->getUndoStack()->count() - 1), QString("Smart Clone"));
         QCOMPARE(topCommand(item)->m_rect, moved);
-        QCOMPARE(changedOutside(original, item->m_image, moved), 0);
-        QVERIFY(!samePixels(original(moved), item->m_image(moved)));
+        QCOMPARE(changedOutside(original, state(item).m_image, moved), 0);
+        QVERIFY(!samePixels(original(moved), state(item).m_image(moved)));
         item->getUndoStack()->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     void smartCloneCancelledGivesThePhotoBack()
@@ -781,19 +782,19 @@ private slots:
         item->recvLeftPressPoint(grab);
         item->recvLeftMovePoint(QPointF(150, 100));
         item->recvReleasePoint(QPointF(150, 100));
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         const int entries = item->getUndoStack()->count();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         // The paste has no point to stop at: it runs out and is undone.
         item->recvCancelStatus();
         QVERIFY(finished.wait(kJobTimeoutMs));
-        QVERIFY(samePixels(item->m_image, original));
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(samePixels(state(item).m_image, original));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
         QCOMPARE(item->getUndoStack()->count(), entries);
         // The piece's scratch in the green layer is not left on the screen.
-        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMaskBK.reshape(1)), 0);
     }
 
     void photoSideAbove16BitsNeverReachesTheEngine()
@@ -801,17 +802,17 @@ private slots:
         const QString path = m_dir.path() + "/wide.png";
         QVERIFY(cv::imwrite(path.toStdString(), cv::Mat(2, 65536, CV_8UC3, cv::Scalar(40, 90, 140))));
         PhotoItem *item = load(path);
-        QCOMPARE(item->m_imageCols, 65536);
+        QCOMPARE(state(item).m_imageCols, 65536);
         item->recvSelectType(4, 1, 0);
         paint(item, {QPointF(30000, 0), QPointF(30010, 1)}, 1);
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QCOMPARE(finished.count(), 1);
-        QVERIFY(!item->m_jobActive);
-        QVERIFY(!item->m_workerThread->isRunning());
-        QVERIFY(item->m_workerThread->m_workImage.empty());
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(!state(item).job.m_jobActive);
+        QVERIFY(!state(item).job.m_workerThread->isRunning());
+        QVERIFY(state(item).job.m_workerThread->m_workImage.empty());
+        QVERIFY(samePixels(state(item).m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);
     }
 
@@ -821,9 +822,9 @@ private slots:
         const QString path = m_dir.path() + "/tiny.png";
         QVERIFY(cv::imwrite(path.toStdString(), photo(cv::Rect(100, 80, 64, 48))));
         PhotoItem *item = load(path);
-        item->m_inpaintMask.setTo(kRed);
+        state(item).selection.m_inpaintMask.setTo(kRed);
         extendBox(item, {QPointF(0, 0), QPointF(63, 47)});
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QSignalSpy refused(item, &PhotoItem::jobRefused);
         QSignalSpy started(item, &PhotoItem::jobStarted);
@@ -833,8 +834,8 @@ private slots:
         // box is left as the strokes made it, as after any refusal.
         QCOMPARE(cropOf(item), box);
         QVERIFY(finished.count() == 1 || finished.wait(kJobTimeoutMs));
-        QVERIFY(!item->m_jobActive);
-        QCOMPARE(item->m_image.size(), cv::Size(64, 48));
+        QVERIFY(!state(item).job.m_jobActive);
+        QCOMPARE(state(item).m_image.size(), cv::Size(64, 48));
         // Nothing outside the selection to fill from: refused before any
         // job, with the reason, and never committed black.
         expectRefusedOrFilled(item, photo(cv::Rect(100, 80, 64, 48)), cv::Rect(0, 0, 64, 48));
@@ -844,7 +845,7 @@ private slots:
                  QString("nothing around the selection to fill from: the mask covers the whole photo"));
         QCOMPARE(item->getUndoStack()->count(), 0);
         // The selection stays for the user to change.
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
     }
 
     void onePixelWidePhoto()
@@ -854,19 +855,19 @@ private slots:
         const cv::Mat column = photo(cv::Rect(200, 0, 1, 300)).clone();
         QVERIFY(cv::imwrite(path.toStdString(), column));
         PhotoItem *item = load(path);
-        QCOMPARE(item->m_imageCols, 1);
+        QCOMPARE(state(item).m_imageCols, 1);
         item->recvSelectType(4, 1, 0);
-        item->m_inpaintMask(cv::Rect(0, 140, 1, 10)).setTo(kRed);
+        state(item).selection.m_inpaintMask(cv::Rect(0, 140, 1, 10)).setTo(kRed);
         extendBox(item, {QPointF(0, 140), QPointF(0, 149)});
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QSignalSpy refused(item, &PhotoItem::jobRefused);
         const cv::Rect box = cropOf(item);
         item->recvEraseCommand();
         QCOMPARE(cropOf(item), box);
         QVERIFY(finished.count() == 1 || finished.wait(kJobTimeoutMs));
-        QVERIFY(!item->m_jobActive);
-        QCOMPARE(item->m_image.size(), cv::Size(1, 300));
+        QVERIFY(!state(item).job.m_jobActive);
+        QCOMPARE(state(item).m_image.size(), cv::Size(1, 300));
         // No patch fits a column one pixel wide: refused, the marked pixels
         // never committed black.
         expectRefusedOrFilled(item, column, cv::Rect(0, 137, 1, 16)); // grown by the stamp
@@ -874,7 +875,7 @@ private slots:
         QVERIFY2(refused.at(0).at(0).toString().startsWith("the photo is too small to erase from: 1 x 300"),
                  qPrintable(refused.at(0).at(0).toString()));
         QCOMPARE(item->getUndoStack()->count(), 0);
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
     }
 
     void donorCoveredByTheMaskIsRefused()
@@ -884,8 +885,8 @@ private slots:
         paint(item, {QPointF(300, 200), QPointF(340, 220)}, 24);
         // A green area that lies wholly under the red one.
         paint(item, {QPointF(310, 205), QPointF(330, 215)}, 6, true);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QSignalSpy refused(item, &PhotoItem::jobRefused);
         item->recvEraseCommand();
@@ -893,9 +894,9 @@ private slots:
         QCOMPARE(refused.count(), 1);
         QCOMPARE(refused.at(0).at(0).toString(),
                  QString("nothing to fill from: the mask covers the whole donor area"));
-        QVERIFY(!item->m_jobActive);
-        QVERIFY(samePixels(item->m_image, original));
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(!state(item).job.m_jobActive);
+        QVERIFY(samePixels(state(item).m_image, original));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
         QCOMPARE(item->getUndoStack()->count(), 0);
     }
 
@@ -909,8 +910,8 @@ private slots:
         item->recvSelectType(4, 6, 0);
         paint(item, {QPointF(60, 60), QPointF(64, 62)}, 6);
         paint(item, {QPointF(1900, 1500), QPointF(1904, 1502)}, 6);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         // In a child, under an address-space limit that leaves 40 MB.
         const pid_t child = fork();
         QVERIFY(child >= 0);
@@ -926,9 +927,9 @@ private slots:
             item->recvEraseCommand();
             const QString reason = refused.count() == 1 ? refused.at(0).at(0).toString() : QString();
             std::fprintf(stderr, "refused: %s\n", qPrintable(reason));
-            const bool ok = started.count() == 0 && !item->m_jobActive
+            const bool ok = started.count() == 0 && !state(item).job.m_jobActive
                             && reason.startsWith("not enough memory to erase an area of 2000 x ")
-                            && samePixels(item->m_image, original) && samePixels(item->m_inpaintMask, red)
+                            && samePixels(state(item).m_image, original) && samePixels(state(item).selection.m_inpaintMask, red)
                             && item->getUndoStack()->count() == 0;
             _exit(ok ? 0 : 1);
         }
@@ -947,26 +948,26 @@ private slots:
         PhotoItem *item = load(realPhoto("coffee.png"));
         item->recvSelectType(4, 24, 0);
         paint(item, {QPointF(350, 265), QPointF(385, 300)}, 24);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         // A receiver of the engine's progress that throws, connected
         // directly, runs on the worker inside the job: any failure there.
-        connect(&item->m_workerThread->m_patchMatch, &MyPatchMatch::sendWorkProcess, item->m_workerThread,
+        connect(&state(item).job.m_workerThread->m_patchMatch, &MyPatchMatch::sendWorkProcess, state(item).job.m_workerThread,
                 [](long) { throw std::bad_alloc(); }, Qt::DirectConnection);
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QSignalSpy failed(item, &PhotoItem::jobFailed);
         QSignalSpy ended(item, &PhotoItem::jobEnded);
         item->recvEraseCommand();
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(failed.count(), 1);
         QCOMPARE(failed.at(0).at(0).toString(), QString("out of memory"));
         QCOMPARE(ended.count(), 1);
         QVERIFY(!dialogOf(item)->isVisible());
         // The photo exactly as it was, no entry, the selection kept.
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         QCOMPARE(item->getUndoStack()->count(), 0);
-        QVERIFY(samePixels(item->m_inpaintMask, red));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, red));
     }
 
     void aCancelledJobIsNoFailure()

@@ -20,6 +20,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "jobdialog.h"
 #include "processdialog.h"
 #include "threadfromqthread.h"
@@ -88,7 +89,7 @@ class TestEraseWindow : public QObject
     processDialog *dialogOf(PhotoItem *item) const { return JobDialog::of(item)->dialog(); }
 
     // The brush stroke reached the red layer.
-    bool brushPaints(PhotoItem *item) const { return cv::countNonZero(redOf(item->m_inpaintMask)) > 0; }
+    bool brushPaints(PhotoItem *item) const { return cv::countNonZero(redOf(state(item).selection.m_inpaintMask)) > 0; }
 
     static cv::Rect lastEntryRect(PhotoItem *item)
     {
@@ -115,7 +116,7 @@ private slots:
     void cleanup()
     {
         for (PhotoItem *item : m_w->photoItems()) {
-            if (item->m_jobActive) {
+            if (state(item).job.m_jobActive) {
                 QSignalSpy done(item, &PhotoItem::sendThreadFinish);
                 done.wait(kJobTimeoutMs);
             }
@@ -131,25 +132,25 @@ private slots:
         QCOMPARE(m_w->displayScale(), 1.0);
         QTest::mouseClick(ui->pushButton_penplus, Qt::LeftButton);
         ui->verticalSlider->setValue(24);
-        QCOMPARE(item->m_tool, Tool::Brush);
+        QCOMPARE(state(item).pointer.m_tool, Tool::Brush);
         // Over the bowl of the spoon.
         stroke({QPointF(350, 265), QPointF(366, 285), QPointF(385, 300)});
         QVERIFY(brushPaints(item));
         QUndoStack *stack = item->getUndoStack();
         const int strokes = stack->count();
         QCOMPARE(strokes, 1);
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat selected = redOf(state(item).selection.m_inpaintMask);
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
         // The interface came back at once: the job runs under the dialog.
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QVERIFY(dialogOf(item)->isVisible());
         QCOMPARE(JobDialog::of(item)->place(), ui->pushButton_select_photo->mapToGlobal(QPoint(0, 0)));
         QCOMPARE(dialogOf(item)->pos(), JobDialog::of(item)->place());
-        const cv::Rect crop = cv::Rect(cv::Point(int(item->m_workMinX), int(item->m_workMinY)),
-                                       cv::Point(int(item->m_workMaxX), int(item->m_workMaxY)));
+        const cv::Rect crop = cv::Rect(cv::Point(int(state(item).regions.m_workMinX), int(state(item).regions.m_workMinY)),
+                                       cv::Point(int(state(item).regions.m_workMaxX), int(state(item).regions.m_workMaxY)));
         QVERIFY(finished.wait(kJobTimeoutMs));
         QVERIFY(!dialogOf(item)->isVisible());
         QVERIFY(ui->pushButton_eraser->isEnabled());
@@ -157,15 +158,15 @@ private slots:
         QCOMPARE(stack->count(), strokes + 1);
         QCOMPARE(stack->text(stack->count() - 1), QString("Erase"));
         QCOMPARE(lastEntryRect(item), crop);
-        QCOMPARE(changedOutside(original, item->m_image, crop), 0);
-        QVERIFY(changedShare(original, item->m_image, selected) > 0.8);
-        QCOMPARE(cv::countNonZero(redOf(item->m_inpaintMask)), 0);
+        QCOMPARE(changedOutside(original, state(item).m_image, crop), 0);
+        QVERIFY(changedShare(original, state(item).m_image, selected) > 0.8);
+        QCOMPARE(cv::countNonZero(redOf(state(item).selection.m_inpaintMask)), 0);
 
-        const cv::Mat erased = item->m_image.clone();
+        const cv::Mat erased = state(item).m_image.clone();
         stack->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         stack->redo();
-        QVERIFY(samePixels(item->m_image, erased));
+        QVERIFY(samePixels(state(item).m_image, erased));
     }
 
     void eraseWithAGreenDonor()
@@ -182,35 +183,35 @@ private slots:
         ui->verticalSlider->setValue(40);
         stroke({QPointF(500, 290), QPointF(580, 290), QPointF(580, 330), QPointF(500, 330), QPointF(500, 370),
                 QPointF(580, 370)});
-        QVERIFY(item->m_donorUsed);
+        QVERIFY(state(item).selection.m_donorUsed);
         cv::Mat donor;
-        cv::extractChannel(item->m_inpaintMaskBK, donor, 1);
+        cv::extractChannel(state(item).selection.m_inpaintMaskBK, donor, 1);
         donor = donor > 0;
         QVERIFY(cv::countNonZero(donor) > 1000);
         QUndoStack *stack = item->getUndoStack();
         const int strokes = stack->count();
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat selected = redOf(item->m_inpaintMask);
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat selected = redOf(state(item).selection.m_inpaintMask);
 
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
-        QVERIFY(item->m_workerThread->m_useDonor);
-        const cv::Rect crop = cv::Rect(cv::Point(int(item->m_workMinX), int(item->m_workMinY)),
-                                       cv::Point(int(item->m_workMaxX), int(item->m_workMaxY)));
+        QVERIFY(state(item).job.m_workerThread->m_useDonor);
+        const cv::Rect crop = cv::Rect(cv::Point(int(state(item).regions.m_workMinX), int(state(item).regions.m_workMinY)),
+                                       cv::Point(int(state(item).regions.m_workMaxX), int(state(item).regions.m_workMaxY)));
         QVERIFY(finished.wait(kJobTimeoutMs));
 
         QCOMPARE(stack->count(), strokes + 1);
         QCOMPARE(stack->text(stack->count() - 1), QString("Erase"));
-        QCOMPARE(changedOutside(original, item->m_image, crop), 0);
-        QVERIFY(changedShare(original, item->m_image, selected) > 0.8);
+        QCOMPARE(changedOutside(original, state(item).m_image, crop), 0);
+        QVERIFY(changedShare(original, state(item).m_image, selected) > 0.8);
         // Filled from the wood, not from the porcelain around the hole.
         const cv::Scalar donorMean = cv::mean(original, donor);
-        QVERIFY(cv::norm(cv::mean(item->m_image, selected) - donorMean)
+        QVERIFY(cv::norm(cv::mean(state(item).m_image, selected) - donorMean)
                 < cv::norm(cv::mean(original, selected) - donorMean) / 2);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMaskBK.reshape(1)), 0);
 
         stack->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
     }
 
     void cancelMidJobRestoresThePhotoExactly()
@@ -223,24 +224,24 @@ private slots:
         QVERIFY(brushPaints(item));
         QUndoStack *stack = item->getUndoStack();
         const int entries = stack->count();
-        const cv::Mat original = item->m_image.clone();
-        const cv::Mat selection = item->m_inpaintMask.clone();
+        const cv::Mat original = state(item).m_image.clone();
+        const cv::Mat selection = state(item).selection.m_inpaintMask.clone();
 
-        QSignalSpy progress(item->m_workerThread, &ThreadFromQThread::progressSum);
+        QSignalSpy progress(state(item).job.m_workerThread, &ThreadFromQThread::progressSum);
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
         QVERIFY(progress.wait(kJobTimeoutMs));
         // Mid-job: the engine is at work on the crop it was given.
-        QVERIFY(item->m_jobActive);
+        QVERIFY(state(item).job.m_jobActive);
         QTest::mouseClick(dialogOf(item)->findChild<QPushButton *>("pushButton"), Qt::LeftButton);
         QVERIFY(finished.wait(kJobTimeoutMs));
         QVERIFY(!dialogOf(item)->isVisible());
 
-        QVERIFY(samePixels(item->m_image, original));
-        QVERIFY(samePixels(item->m_inpaintMask, selection));
+        QVERIFY(samePixels(state(item).m_image, original));
+        QVERIFY(samePixels(state(item).selection.m_inpaintMask, selection));
         QCOMPARE(stack->count(), entries);
         // The canvas shows the photo as it was, with the selection over it.
-        QCOMPARE(ui->widget_front->overlayImage().constBits(), item->m_inpaintMask.data);
+        QCOMPARE(ui->widget_front->overlayImage().constBits(), state(item).selection.m_inpaintMask.data);
         const QImage shown = ui->widget_mid->pixmap().toImage().convertToFormat(QImage::Format_RGB888);
         const cv::Vec3b px = original.at<cv::Vec3b>(260, 230);
         QCOMPARE(QColor(shown.pixel(230, 260)), QColor(px[2], px[1], px[0]));
@@ -265,7 +266,7 @@ private slots:
         QVERIFY(bounds.width > 10 && bounds.height > 10);
 
         QTest::mouseClick(ui->pushButton_clone, Qt::LeftButton);
-        QCOMPARE(item->m_tool, Tool::SmartClone);
+        QCOMPARE(state(item).pointer.m_tool, Tool::SmartClone);
         CustomWidget *top = ui->widget_front_green;
         // Grab the piece in its middle and drag it onto the table at the left.
         const QPointF grab(bounds.x + bounds.width / 2.0, bounds.y + bounds.height / 2.0);
@@ -274,8 +275,8 @@ private slots:
         for (int k = 1; k <= 10; ++k)
             drag(top, toCanvas(grab + (target - grab) * (k / 10.0)));
         release(top, toCanvas(target));
-        QVERIFY(item->m_grabbed);
-        const int movedX = item->m_moveX, movedY = item->m_moveY;
+        QVERIFY(state(item).clone.m_grabbed);
+        const int movedX = state(item).clone.m_moveX, movedY = state(item).clone.m_moveY;
         QVERIFY(movedX < bounds.x - 100);
 
         // Enlarge it by the corner handle.
@@ -286,35 +287,35 @@ private slots:
         for (int k = 1; k <= 5; ++k)
             drag(top, corner.center() + QPoint(4 * k, 4 * k));
         release(top, corner.center() + QPoint(20, 20));
-        QVERIFY(item->m_cloneGrowX > 0);
-        QVERIFY(item->m_cloneGrowY > 0);
-        const cv::Rect moved(item->m_moveX, item->m_moveY, bounds.width + item->m_cloneGrowX,
-                             bounds.height + item->m_cloneGrowY);
+        QVERIFY(state(item).clone.m_cloneGrowX > 0);
+        QVERIFY(state(item).clone.m_cloneGrowY > 0);
+        const cv::Rect moved(state(item).clone.m_moveX, state(item).clone.m_moveY, bounds.width + state(item).clone.m_cloneGrowX,
+                             bounds.height + state(item).clone.m_cloneGrowY);
         QCOMPARE(moved.x, movedX);
         QCOMPARE(moved.y, movedY);
 
         QUndoStack *stack = item->getUndoStack();
         const int entries = stack->count();
-        const cv::Mat original = item->m_image.clone();
+        const cv::Mat original = state(item).m_image.clone();
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         QTest::mouseClick(ui->pushButton_eraser, Qt::LeftButton);
         QVERIFY(finished.wait(kJobTimeoutMs));
 
         // The paste lands inside the moved rectangle, and changes it.
-        QCOMPARE(changedOutside(original, item->m_image, moved), 0);
-        QVERIFY(cv::countNonZero(changedPixels(original(moved), item->m_image(moved))) > moved.area() / 4);
+        QCOMPARE(changedOutside(original, state(item).m_image, moved), 0);
+        QVERIFY(cv::countNonZero(changedPixels(original(moved), state(item).m_image(moved))) > moved.area() / 4);
         QCOMPARE(stack->count(), entries + 1);
         QCOMPARE(stack->text(stack->count() - 1), QString("Smart Clone"));
         QCOMPARE(lastEntryRect(item), moved);
-        QCOMPARE(item->m_cloneGrowX, 0);
-        QCOMPARE(item->m_cloneGrowBaseX, 0);
+        QCOMPARE(state(item).clone.m_cloneGrowX, 0);
+        QCOMPARE(state(item).clone.m_cloneGrowBaseX, 0);
         // The spoon's own place is untouched: the piece was copied, not cut.
-        QVERIFY(samePixels(original(bounds), item->m_image(bounds)));
+        QVERIFY(samePixels(original(bounds), state(item).m_image(bounds)));
 
         stack->undo();
-        QVERIFY(samePixels(item->m_image, original));
+        QVERIFY(samePixels(state(item).m_image, original));
         stack->redo();
-        QVERIFY(!samePixels(item->m_image, original));
+        QVERIFY(!samePixels(state(item).m_image, original));
     }
 };
 

@@ -17,6 +17,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "removedialog.h"
 #include "settingsstore.h"
 #include "skin.h"
@@ -43,14 +44,14 @@ class TestPhotoList : public QObject
         for (int i = 0; i < n; ++i)
             m_w->openPhoto(photo(QString("p%1.png").arg(i), i));
         for (PhotoItem *p : m_w->photoItems())
-            p->m_saved = 0;
+            state(p).output.m_saved = 0;
     }
 
     QStringList fileNames() const
     {
         QStringList names;
         for (const PhotoItem *p : m_w->photoItems())
-            names << p->m_fileName;
+            names << state(p).output.m_fileName;
         return names;
     }
 
@@ -59,10 +60,10 @@ class TestPhotoList : public QObject
     void verifyOnlyBound(PhotoItem *expected)
     {
         for (PhotoItem *p : m_w->photoItems())
-            p->m_tool = Tool::Brush;
+            state(p).pointer.m_tool = Tool::Brush;
         emit m_w->sendSelectType(2, m_w->brushSize(), 0);
         for (PhotoItem *p : m_w->photoItems())
-            QCOMPARE(p->m_tool, p == expected ? Tool::Lasso : Tool::Brush);
+            QCOMPARE(state(p).pointer.m_tool, p == expected ? Tool::Lasso : Tool::Brush);
         emit m_w->sendSelectType(toolCode(m_w->toolType()), m_w->brushSize(), colourCode(m_w->colorType()));
         QCOMPARE(m_w->undoGroup()->activeStack(), expected->getUndoStack());
     }
@@ -286,7 +287,7 @@ private slots:
         m_w->openPhoto(photo("s2.png", 2));
         QCOMPARE(m_w->toolType(), Tool::Brush);
         QCOMPARE(m_w->colorType(), Colour::Mask);
-        QCOMPARE(m_w->photoItems().at(1)->m_tool, Tool::Brush);
+        QCOMPARE(state(m_w->photoItems().at(1)).pointer.m_tool, Tool::Brush);
         QCOMPARE(ui->widget_front->tool(), Tool::Brush);
         QVERIFY(ui->horizontalSlider->isHidden());
         QVERIFY(!ui->verticalSlider->isHidden());
@@ -307,8 +308,8 @@ private slots:
         verifyOnlyBound(first);
         QCOMPARE(m_w->toolType(), Tool::Brush);
         QCOMPARE(m_w->colorType(), Colour::Mask);
-        QCOMPARE(first->m_tool, Tool::Brush);
-        QCOMPARE(first->m_colorType, Colour::Mask);
+        QCOMPARE(state(first).pointer.m_tool, Tool::Brush);
+        QCOMPARE(state(first).pointer.m_colorType, Colour::Mask);
         QCOMPARE(ui->widget_front->tool(), Tool::Brush);
         QCOMPARE(ui->horizontalSlider->value(), 100);
         QCOMPARE(ui->horizontalSlider_2->value(), 100);
@@ -337,13 +338,13 @@ private slots:
         PhotoItem *second = m_w->photoItems().at(1);
         ui->pushButton_stamp->click();
         ui->horizontalSlider->setValue(40);
-        QCOMPARE(second->m_stampHardness, 0.4f);
+        QCOMPARE(state(second).stamp.m_stampHardness, 0.4f);
         ui->verticalSlider->setValue(20);
         ui->listWidget->setCurrentRow(0);
         // Size survives the switch; the hardness stays with its photo.
         QCOMPARE(m_w->brushSize(), 20);
-        QCOMPARE(second->m_stampHardness, 0.4f);
-        QCOMPARE(first->m_stampHardness, 1.0f);
+        QCOMPARE(state(second).stamp.m_stampHardness, 0.4f);
+        QCOMPARE(state(first).stamp.m_stampHardness, 1.0f);
         QCOMPARE(ui->horizontalSlider->value(), 100);
         QCOMPARE(m_w->undoGroup()->activeStack(), first->getUndoStack());
     }
@@ -364,7 +365,7 @@ private slots:
     {
         openUnsaved(3);
         for (PhotoItem *p : m_w->photoItems())
-            p->m_saved = 1;
+            state(p).output.m_saved = 1;
         PhotoItem *former1 = m_w->photoItems().at(1);
         QPointer<PhotoItem> gone = m_w->photoItems().at(0);
         ui->listWidget->setCurrentRow(0);
@@ -383,7 +384,7 @@ private slots:
     {
         openUnsaved(3);
         for (PhotoItem *p : m_w->photoItems())
-            p->m_saved = 1;
+            state(p).output.m_saved = 1;
         ui->listWidget->setCurrentRow(2);
         QCOMPARE(m_w->RecvDeleteItem(), 0);
         QCOMPARE(fileNames(), QStringList({"p0.png", "p1.png"}));
@@ -395,10 +396,12 @@ private slots:
     {
         openUnsaved(3);
         for (PhotoItem *p : m_w->photoItems())
-            p->m_saved = 1;
+            state(p).output.m_saved = 1;
         // Row 2 is current; the delete button of row 0 closes row 0.
         PhotoItem *first = m_w->photoItems().at(0);
-        first->m_rowWidget->form()->pushButton->click();
+        auto *row = qobject_cast<CustomItem *>(ui->listWidget->itemWidget(first->listItem()));
+        QVERIFY(row);
+        row->form()->pushButton->click();
         QCOMPARE(fileNames(), QStringList({"p1.png", "p2.png"}));
         QCOMPARE(ui->listWidget->currentRow(), 0);
         verifyOnlyBound(m_w->photoItems().at(0));
@@ -479,7 +482,7 @@ private slots:
         // newline shows as a second line.
         const QString longName = QString("a_very_long_file_name_").repeated(4) + ".png";
         m_w->openPhoto(photo(longName));
-        m_w->photoItems().last()->m_saved = 0;
+        state(m_w->photoItems().last()).output.m_saved = 0;
         QString shown;
         bool wraps = false;
         int lines = 0;
@@ -517,7 +520,7 @@ private slots:
     void removeAllNamesTheUnsavedCount()
     {
         openUnsaved(3);
-        m_w->photoItems().at(1)->m_saved = 1;
+        state(m_w->photoItems().at(1)).output.m_saved = 1;
         ModalAnswers answers;
         QStringList texts;
         answers.then(ModalAnswers::question(QDialog::Rejected, &texts));

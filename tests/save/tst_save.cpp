@@ -13,6 +13,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "photoio.h"
 #include "removedialog.h"
 #include "saveproposal.h"
@@ -165,18 +166,18 @@ private slots:
         // x.JPG: the suffix in capitals is not in the table, PNG is preselected.
         QCOMPARE(seen.nameFilter, QString("PNG(*.png)"));
         QCOMPARE(int(seen.options), 3);
-        QCOMPARE(item->m_saved, quint8(1));
+        QCOMPARE(state(item).output.m_saved, quint8(1));
     }
 
     void acceptingTheProposedNameWritesAFileWithTheFiltersSuffix()
     {
         PhotoItem *item = openPattern("y.jpg");
-        item->m_saved = 0;
+        state(item).output.m_saved = 0;
         QTemporaryDir out;
         ModalAnswers answers;
         answers.then(ModalAnswers::files({out.path() + "/y_Copy"}));
         QVERIFY(m_w->on_pushButton_save_clicked() != 2);
-        QCOMPARE(item->m_saved, quint8(1));
+        QCOMPARE(state(item).output.m_saved, quint8(1));
         QCOMPARE(m_w->saveDir(), out.path());
         QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList({"y_Copy.png"}));
         const cv::Mat back = cv::imread((out.path() + "/y_Copy.png").toStdString(), cv::IMREAD_COLOR);
@@ -196,11 +197,11 @@ private slots:
         ModalAnswers answers;
         answers.then(ModalAnswers::files({out.path() + "/first.png"}));
         QVERIFY(m_w->on_pushButton_save_clicked() != 2);
-        item->m_saved = 0;
+        state(item).output.m_saved = 0;
         answers.then(ModalAnswers::files({}));
         QCOMPARE(m_w->on_pushButton_save_clicked(), 2);
         QCOMPARE(m_w->saveDir(), out.path());
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
         QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList({"first.png"}));
     }
 
@@ -208,15 +209,15 @@ private slots:
     {
         PhotoItem *first = openPattern("one.png", 40, 30, 1);
         PhotoItem *second = openPattern("two.png", 50, 20, 2);
-        first->m_saved = 0;
-        second->m_saved = 0;
+        state(first).output.m_saved = 0;
+        state(second).output.m_saved = 0;
         ui->listWidget->setCurrentRow(0);
         QTemporaryDir out;
         ModalAnswers answers;
         answers.then(ModalAnswers::files({out.path() + "/cur.png"}));
         m_w->on_pushButton_save_clicked();
-        QCOMPARE(first->m_saved, quint8(1));
-        QCOMPARE(second->m_saved, quint8(0));
+        QCOMPARE(state(first).output.m_saved, quint8(1));
+        QCOMPARE(state(second).output.m_saved, quint8(0));
         const cv::Mat back = cv::imread((out.path() + "/cur.png").toStdString(), cv::IMREAD_COLOR);
         QCOMPARE(back.cols, 40);
     }
@@ -237,8 +238,8 @@ private slots:
     {
         PhotoItem *a = openPattern("ra.png", 40, 30, 1);
         PhotoItem *b = openPattern("rb.png", 40, 30, 2);
-        a->m_saved = 0;
-        b->m_saved = 0;
+        state(a).output.m_saved = 0;
+        state(b).output.m_saved = 0;
         QTemporaryDir out;
         ModalAnswers answers;
         answers.then(ModalAnswers::files({out.path() + "/rb_Copy.png"}));
@@ -262,11 +263,11 @@ private slots:
     {
         QFETCH(QString, suffix);
         PhotoItem *item = openPattern("lossless.png", 97, 61, 3);
-        item->m_saved = 0;
+        state(item).output.m_saved = 0;
         QTemporaryDir out;
         const QString path = out.path() + "/out." + suffix;
         item->recvSaveCommand(path);
-        QCOMPARE(item->m_saved, quint8(1));
+        QCOMPARE(state(item).output.m_saved, quint8(1));
         const cv::Mat back = cv::imread(path.toStdString(), cv::IMREAD_COLOR);
         QVERIFY2(!back.empty(), qPrintable(path));
         QCOMPARE(back.size(), item->getImage().size());
@@ -277,8 +278,8 @@ private slots:
     void selectionsAreNotWritten()
     {
         PhotoItem *item = openPattern("sel.png", 64, 48, 4);
-        item->m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
-        item->m_inpaintMaskBK.setTo(cv::Scalar(0, 255, 0, 128));
+        state(item).selection.m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
+        state(item).selection.m_inpaintMaskBK.setTo(cv::Scalar(0, 255, 0, 128));
         QTemporaryDir out;
         item->recvSaveCommand(out.path() + "/sel.png");
         const cv::Mat back = cv::imread((out.path() + "/sel.png").toStdString(), cv::IMREAD_COLOR);
@@ -356,14 +357,14 @@ private slots:
     void nameWithoutSuffixWritesNothing()
     {
         PhotoItem *item = openPattern("ns.png");
-        item->m_saved = 0;
+        state(item).output.m_saved = 0;
         QTemporaryDir out;
         QVERIFY(!item->saveTo(out.path() + "/nosuffix").isEmpty());
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
         QCOMPARE(strayFiles(out.path(), {}), QStringList());
         QVERIFY(!item->saveTo(out.path() + "/unknown.xyz").isEmpty());
         QCOMPARE(strayFiles(out.path(), {}), QStringList());
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
     }
 
     void nonAsciiNameIsWrittenAsGiven()
@@ -388,12 +389,12 @@ private slots:
         plain.write("x");
         plain.close();
         QDir(out.path()).mkdir("isafolder.png");
-        item->m_saved = 0;
+        state(item).output.m_saved = 0;
         item->recvSaveCommand(out.path() + "/plain/inside.png");
         item->recvSaveCommand(out.path() + "/isafolder.png");
         item->recvSaveCommand(out.path() + "/missing/folder.png");
         item->recvSaveCommand("/proc/mervane-test.png");
-        QCOMPARE(item->m_saved, quint8(0)); // nothing written: not saved
+        QCOMPARE(state(item).output.m_saved, quint8(0)); // nothing written: not saved
         QCOMPARE(strayFiles(out.path(), {"plain"}), QStringList());
         QVERIFY(QFileInfo(out.path() + "/isafolder.png").isDir());
         QCOMPARE(readAll(out.path() + "/plain"), QByteArray("x"));
@@ -432,7 +433,7 @@ private slots:
     void fullDiskIsToldAndTheOldFileStays()
     {
         PhotoItem *item = openPattern("full.png", 120, 90, 3);
-        item->m_saved = 0;
+        state(item).output.m_saved = 0;
         QTemporaryDir out;
         const QString path = out.path() + "/full_Copy.png";
         // Every write finds the disk full.
@@ -456,7 +457,7 @@ private slots:
         QCOMPARE(answers.answered(), 2);
         QVERIFY2(told.startsWith(QString("Cannot save file %1: ").arg(path)), qPrintable(told));
         QVERIFY2(told.contains("No space left on device"), qPrintable(told));
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
         QCOMPARE(strayFiles(out.path(), {}), QStringList());
 
         // A file that was there stays as it was.
@@ -469,12 +470,12 @@ private slots:
         photoio::setWriteFunctionForTesting(nullptr);
         QCOMPARE(readAll(older), QByteArray("previous contents"));
         QCOMPARE(strayFiles(out.path(), {"older.png"}), QStringList());
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
 
         // With room on the disk again the same save succeeds, silently.
         answers.then(ModalAnswers::files({path}));
         QCOMPARE(m_w->on_pushButton_save_clicked(), 0);
-        QCOMPARE(item->m_saved, quint8(1));
+        QCOMPARE(state(item).output.m_saved, quint8(1));
         QCOMPARE(readAll(path), encoded(".png", item->getImage()));
     }
 
@@ -483,9 +484,9 @@ private slots:
         // JPEG holds at most 65,500 pixels a side; the photo may have 65,535.
         PhotoItem *item = openPattern("wide.png", 65535, 1);
         QTemporaryDir out;
-        item->m_saved = 0;
+        state(item).output.m_saved = 0;
         QVERIFY(!item->saveTo(out.path() + "/wide.jpg").isEmpty());
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
         QCOMPARE(strayFiles(out.path(), {}), QStringList());
         // Every format on the widest and the smallest photo: no crash.
         const QStringList all = {"png", "jpg", "bmp", "pbm", "pgm", "ppm", "sr", "tiff", "exr", "jp2"};

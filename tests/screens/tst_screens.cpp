@@ -11,6 +11,7 @@
 #include "mainwindow.h"
 #include "matconvert.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "processdialog.h"
 #include "qmenubutton.h"
 #include "referencepicture.h"
@@ -122,12 +123,12 @@ class TestScreens : public QObject
         PhotoItem *item = m_window->photoItems().first();
         // A red selection over the post and a green donor patch of sea beside
         // it, written as the selection tools write them.
-        cv::ellipse(item->m_inpaintMask, cv::Point(300, 195), cv::Size(40, 100), 0, 0, 360,
+        cv::ellipse(state(item).selection.m_inpaintMask, cv::Point(300, 195), cv::Size(40, 100), 0, 0, 360,
                     cv::Scalar(0, 0, 255, 128), cv::FILLED);
-        cv::rectangle(item->m_inpaintMaskBK, cv::Rect(380, 200, 120, 60), cv::Scalar(0, 255, 0, 128), cv::FILLED);
+        cv::rectangle(state(item).selection.m_inpaintMaskBK, cv::Rect(380, 200, 120, 60), cv::Scalar(0, 255, 0, 128), cv::FILLED);
         Ui::MainWindow *ui = m_window->form();
-        ui->widget_front->setImage(matToQImage(item->m_inpaintMask), ui->widget_front);
-        ui->widget_front_green->setImage(matToQImage(item->m_inpaintMaskBK), ui->widget_front_green);
+        ui->widget_front->setImage(matToQImage(state(item).selection.m_inpaintMask), ui->widget_front);
+        ui->widget_front_green->setImage(matToQImage(state(item).selection.m_inpaintMaskBK), ui->widget_front_green);
         settle();
     }
 

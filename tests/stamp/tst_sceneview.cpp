@@ -18,6 +18,7 @@
 #include "graphicsview.h"
 #include "photohost.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "pixmapitem.h"
 #include "skin.h"
 #include "stampreference.h"
@@ -179,24 +180,24 @@ private slots:
         const QPoint press = view.mapFromScene(QPointF(50.5, 30.5));
         const QPointF pressAt = view.mapToScene(press);
         sendMouse(view, QEvent::MouseButtonPress, press, Qt::LeftButton, Qt::LeftButton);
-        QCOMPARE(item.m_stampOffsetX, int(pressAt.x() - item.m_stampSource.x()));
-        QCOMPARE(item.m_stampOffsetY, int(pressAt.y() - item.m_stampSource.y()));
+        QCOMPARE(state(item).stamp.m_stampOffsetX, int(pressAt.x() - state(item).stamp.m_stampSource.x()));
+        QCOMPARE(state(item).stamp.m_stampOffsetY, int(pressAt.y() - state(item).stamp.m_stampSource.y()));
         const QPoint moveTo = press + QPoint(6, 3);
         sendMouse(view, QEvent::MouseMove, moveTo, Qt::NoButton, Qt::LeftButton);
         sendMouse(view, QEvent::MouseButtonRelease, moveTo, Qt::LeftButton, Qt::NoButton);
 
         StampSettings s;
         s.brushSize = 16;
-        s.offsetX = item.m_stampOffsetX;
-        s.offsetY = item.m_stampOffsetY;
+        s.offsetX = state(item).stamp.m_stampOffsetX;
+        s.offsetY = state(item).stamp.m_stampOffsetY;
         cv::Mat expected = photo.clone();
-        referenceStampPaint(expected, item.m_strokeBaseRed, pressAt, s);
-        referenceStampPaint(expected, item.m_strokeBaseRed, view.mapToScene(moveTo), s);
-        QCOMPARE(cv::norm(item.m_image, expected, cv::NORM_INF), 0.0);
-        QVERIFY(cv::norm(item.m_image, photo, cv::NORM_INF) > 0.0);
+        referenceStampPaint(expected, state(item).selection.m_strokeBaseRed, pressAt, s);
+        referenceStampPaint(expected, state(item).selection.m_strokeBaseRed, view.mapToScene(moveTo), s);
+        QCOMPARE(cv::norm(state(item).m_image, expected, cv::NORM_INF), 0.0);
+        QVERIFY(cv::norm(state(item).m_image, photo, cv::NORM_INF) > 0.0);
         QCOMPARE(item.getUndoStack()->count(), 1);
         item.getUndoStack()->undo();
-        QCOMPARE(cv::norm(item.m_image, photo, cv::NORM_INF), 0.0);
+        QCOMPARE(cv::norm(state(item).m_image, photo, cv::NORM_INF), 0.0);
     }
 };
 

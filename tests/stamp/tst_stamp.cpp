@@ -17,6 +17,7 @@
 #include "customwidget.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "photohost.h"
 #include "skin.h"
 #include "stampreference.h"
@@ -106,16 +107,16 @@ class TestStamp : public QObject
 
     bool boxesEmpty(const PhotoItem *item) const
     {
-        return item->m_strokeMaxX == -1.0 && item->m_strokeMaxY == -1.0 && item->m_workMaxX == -1.0
-               && item->m_workMaxY == -1.0;
+        return state(item).selection.m_strokeMaxX == -1.0 && state(item).selection.m_strokeMaxY == -1.0 && state(item).regions.m_workMaxX == -1.0
+               && state(item).regions.m_workMaxY == -1.0;
     }
 
     // A hard dab at (48, 36) with its source at (15, 15) must copy exactly
     // where the region layer has R 255, and leave every other pixel alone.
     void checkFencedDab(const cv::Mat &before)
     {
-        const cv::Mat &img = m_item->m_image;
-        const cv::Mat &region = m_item->m_strokeBaseRed;
+        const cv::Mat &img = state(m_item).m_image;
+        const cv::Mat &region = state(m_item).selection.m_strokeBaseRed;
         int inside = 0, kept = 0, outline = 0;
         for (int r = 26; r <= 45; ++r) {
             for (int c = 38; c <= 57; ++c) {
@@ -149,7 +150,7 @@ private slots:
     void init()
     {
         m_item = load(m_original);
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
     }
 
     void cleanup()
@@ -209,15 +210,15 @@ private slots:
         QFETCH(QPoint, offset);
         QFETCH(bool, fenced);
 
-        m_item->m_brushSize = size;
-        m_item->m_scale = scale;
-        m_item->m_stampHardness = hardness;
-        m_item->m_stampOpacity = opacity;
-        m_item->m_stampOffsetX = offset.x();
-        m_item->m_stampOffsetY = offset.y();
-        m_item->m_stampRegionActive = fenced ? 1 : 0;
+        state(m_item).pointer.m_brushSize = size;
+        state(m_item).pointer.m_scale = scale;
+        state(m_item).stamp.m_stampHardness = hardness;
+        state(m_item).stamp.m_stampOpacity = opacity;
+        state(m_item).stamp.m_stampOffsetX = offset.x();
+        state(m_item).stamp.m_stampOffsetY = offset.y();
+        state(m_item).stamp.m_stampRegionActive = fenced ? 1 : 0;
         if (fenced)
-            drawRegion(m_item->m_strokeBaseRed, cv::Rect(30, 25, 25, 20));
+            drawRegion(state(m_item).selection.m_strokeBaseRed, cv::Rect(30, 25, 25, 20));
 
         StampSettings s;
         s.brushSize = size;
@@ -228,28 +229,28 @@ private slots:
         s.opacity = opacity;
         s.fenced = fenced;
         cv::Mat expected = m_original.clone();
-        referenceStampPaint(expected, m_item->m_strokeBaseRed, pos, s);
+        referenceStampPaint(expected, state(m_item).selection.m_strokeBaseRed, pos, s);
 
         m_item->stampPaint(pos);
-        QVERIFY(sameBytes(m_item->m_image, expected));
+        QVERIFY(sameBytes(state(m_item).m_image, expected));
         // A second dab at the same place works on the result of the first.
-        referenceStampPaint(expected, m_item->m_strokeBaseRed, pos + QPointF(1.5, 0.25), s);
+        referenceStampPaint(expected, state(m_item).selection.m_strokeBaseRed, pos + QPointF(1.5, 0.25), s);
         m_item->stampPaint(pos + QPointF(1.5, 0.25));
-        QVERIFY(sameBytes(m_item->m_image, expected));
+        QVERIFY(sameBytes(state(m_item).m_image, expected));
         // Anything but zero opacity changes something (the test must be able to fail).
         if (opacity > 0.0f && !fenced)
-            QVERIFY(!sameBytes(m_item->m_image, m_original));
+            QVERIFY(!sameBytes(state(m_item).m_image, m_original));
         if (opacity == 0.0f)
-            QVERIFY(sameBytes(m_item->m_image, m_original));
+            QVERIFY(sameBytes(state(m_item).m_image, m_original));
     }
 
     void hardAndFullIsAPlainCopyOfTheDisc()
     {
-        m_item->m_brushSize = 20; // N 20, radius 10
-        m_item->m_stampOffsetX = 30;
-        m_item->m_stampOffsetY = 20;
+        state(m_item).pointer.m_brushSize = 20; // N 20, radius 10
+        state(m_item).stamp.m_stampOffsetX = 30;
+        state(m_item).stamp.m_stampOffsetY = 20;
         m_item->stampPaint(QPointF(50.0, 40.0));
-        const cv::Mat &img = m_item->m_image;
+        const cv::Mat &img = state(m_item).m_image;
         // Inside the disc every pixel is the source's; the corners of the square are not.
         for (int dy = -9; dy <= 9; ++dy)
             for (int dx = -9; dx <= 9; ++dx)
@@ -265,37 +266,37 @@ private slots:
         cv::Mat photo(40, 40, CV_8UC3, cv::Scalar::all(255));
         photo(cv::Rect(0, 0, 20, 40)).setTo(cv::Scalar::all(0));
         PhotoItem *item = load(photo);
-        item->m_brushSize = 10;
-        item->m_stampHardness = 0.0f;
-        item->m_stampOffsetX = 20;
+        state(item).pointer.m_brushSize = 10;
+        state(item).stamp.m_stampHardness = 0.0f;
+        state(item).stamp.m_stampOffsetX = 20;
         item->stampPaint(QPointF(30.0, 20.0));
-        QCOMPARE(item->m_image.at<cv::Vec3b>(20, 30), cv::Vec3b(127, 127, 127));
+        QCOMPARE(state(item).m_image.at<cv::Vec3b>(20, 30), cv::Vec3b(127, 127, 127));
         double least = 255;
-        cv::minMaxLoc(item->m_image(cv::Rect(20, 0, 20, 40)).reshape(1), &least);
+        cv::minMaxLoc(state(item).m_image(cv::Rect(20, 0, 20, 40)).reshape(1), &least);
         QCOMPARE(least, 127.0);
         delete item;
     }
 
     void onePixelDabIsAPlainCopy()
     {
-        m_item->m_brushSize = 1; // N 1: no radius, no falloff
-        m_item->m_stampHardness = 0.0f;
-        m_item->m_stampOpacity = 0.3f;
-        m_item->m_stampOffsetX = 10;
-        m_item->m_stampOffsetY = 5;
+        state(m_item).pointer.m_brushSize = 1; // N 1: no radius, no falloff
+        state(m_item).stamp.m_stampHardness = 0.0f;
+        state(m_item).stamp.m_stampOpacity = 0.3f;
+        state(m_item).stamp.m_stampOffsetX = 10;
+        state(m_item).stamp.m_stampOffsetY = 5;
         m_item->stampPaint(QPointF(40.9, 30.2));
         cv::Mat expected = m_original.clone();
         expected.at<cv::Vec3b>(30, 40) = m_original.at<cv::Vec3b>(25, 30);
-        QVERIFY(sameBytes(m_item->m_image, expected));
+        QVERIFY(sameBytes(state(m_item).m_image, expected));
         const cv::Mat preview = m_item->stampPreview(QPointF(40.9, 30.2));
         QCOMPARE(preview.size(), cv::Size(1, 1));
         QCOMPARE(int(preview.at<cv::Vec4b>(0, 0)[3]), 255);
         // Below one pixel there is no dab at all, and a zero scale paints nothing.
-        m_item->m_scale = 2.0;
+        state(m_item).pointer.m_scale = 2.0;
         m_item->stampPaint(QPointF(50.0, 30.0));
-        m_item->m_scale = 0.0;
+        state(m_item).pointer.m_scale = 0.0;
         m_item->stampPaint(QPointF(50.0, 30.0));
-        QVERIFY(sameBytes(m_item->m_image, expected));
+        QVERIFY(sameBytes(state(m_item).m_image, expected));
     }
 
     void oneColumnPhotoAndHugeDabsAreSafe()
@@ -316,23 +317,23 @@ private slots:
         s.brushSize = 8;
         s.offsetY = 15;
         cv::Mat expected = thin.clone();
-        referenceStampPaint(expected, item->m_strokeBaseRed, QPointF(0.5, 20.5), s);
-        referenceStampPaint(expected, item->m_strokeBaseRed, QPointF(1.0, 30.2), s);
-        QVERIFY(sameBytes(item->m_image, expected));
-        QVERIFY(!sameBytes(item->m_image, thin));
+        referenceStampPaint(expected, state(item).selection.m_strokeBaseRed, QPointF(0.5, 20.5), s);
+        referenceStampPaint(expected, state(item).selection.m_strokeBaseRed, QPointF(1.0, 30.2), s);
+        QVERIFY(sameBytes(state(item).m_image, expected));
+        QVERIFY(!sameBytes(state(item).m_image, thin));
         QVERIFY(item->stampPreview(QPointF(0.5, 20.5)).empty());
         item->getUndoStack()->undo();
-        QVERIFY(sameBytes(item->m_image, thin));
+        QVERIFY(sameBytes(state(item).m_image, thin));
         delete item;
 
         // A zoom so small that the dab would be hundreds of thousands of
         // pixels wide paints nothing rather than overflow.
-        m_item->m_brushSize = 200;
-        m_item->m_scale = 0.0005;
-        m_item->m_stampOffsetX = 10;
+        state(m_item).pointer.m_brushSize = 200;
+        state(m_item).pointer.m_scale = 0.0005;
+        state(m_item).stamp.m_stampOffsetX = 10;
         m_item->stampPaint(QPointF(40, 30));
         QVERIFY(m_item->stampPreview(QPointF(40, 30)).empty());
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
     }
 
     // ---------------------------------------------------------------- edge cases
@@ -345,16 +346,16 @@ private slots:
         QCOMPARE(answerer.titles, QStringList{QStringLiteral("Warnning")});
         QCOMPARE(answerer.texts, QStringList{QStringLiteral("Could not use the stamp because the area to clone has "
                                                             "not been defined (Alt-click to define a source point)")});
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
         QVERIFY(boxesEmpty(m_item));
-        QVERIFY(m_item->m_imageBeforeJob.empty());
+        QVERIFY(state(m_item).job.m_imageBeforeJob.empty());
         // The rest of the gesture paints nothing and records nothing.
         m_item->recvLeftMovePoint(QPointF(45, 32));
         m_item->recvLeftMoveNoPoint(QPointF(45, 32));
         m_item->recvReleasePoint(QPointF(45, 32));
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
         QCOMPARE(m_item->getUndoStack()->count(), 0);
-        QCOMPARE(m_item->m_saved, quint8(1));
+        QCOMPARE(state(m_item).output.m_saved, quint8(1));
         QCOMPARE(m_host->green->paintMode, 0); // no preview without a source
         // Every further press warns again until a source is set.
         m_item->recvLeftPressPoint(QPointF(41, 31));
@@ -365,9 +366,9 @@ private slots:
     {
         m_item->recvSelectType(4, 20, 0);
         m_item->recvLeftALTPressPoint(QPointF(10, 10));
-        QCOMPARE(m_item->m_stampSourceMissing, quint8(1));
-        QCOMPARE(m_item->m_stampSourceFresh, quint8(0));
-        QVERIFY(m_item->m_imageBeforeJob.empty());
+        QCOMPARE(state(m_item).stamp.m_stampSourceMissing, quint8(1));
+        QCOMPARE(state(m_item).stamp.m_stampSourceFresh, quint8(0));
+        QVERIFY(state(m_item).job.m_imageBeforeJob.empty());
     }
 
     void altClickAndPressOnTheSamePixelWriteTheImageOntoItself()
@@ -377,15 +378,15 @@ private slots:
         m_item->recvLeftALTPressPoint(QPointF(40.6, 30.3));
         m_item->recvReleasePoint(QPointF(40.6, 30.3));
         m_item->recvLeftPressPoint(QPointF(40.6, 30.3));
-        QCOMPARE(m_item->m_stampOffsetX, 0);
-        QCOMPARE(m_item->m_stampOffsetY, 0);
+        QCOMPARE(state(m_item).stamp.m_stampOffsetX, 0);
+        QCOMPARE(state(m_item).stamp.m_stampOffsetY, 0);
         for (int k = 0; k < 8; ++k) {
             m_item->recvLeftMovePoint(QPointF(40.6 + 3 * k, 30.3 + k));
             m_item->recvLeftMoveNoPoint(QPointF(40.6 + 3 * k, 30.3 + k));
         }
         m_item->recvReleasePoint(QPointF(61.6, 37.3));
         QVERIFY(answerer.titles.isEmpty());
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
         QCOMPARE(m_item->getUndoStack()->count(), 2);
     }
 
@@ -400,9 +401,9 @@ private slots:
         item->recvLeftALTPressPoint(QPointF(5, 5));
         item->recvReleasePoint(QPointF(5, 5));
         item->recvLeftPressPoint(QPointF(60, 40));
-        QCOMPARE(item->m_stampOffsetX, 55);
-        QCOMPARE(item->m_stampOffsetY, 35);
-        const cv::Mat &img = item->m_image;
+        QCOMPARE(state(item).stamp.m_stampOffsetX, 55);
+        QCOMPARE(state(item).stamp.m_stampOffsetY, 35);
+        const cv::Mat &img = state(item).m_image;
         int copied = 0;
         for (int i = 0; i < 20; ++i) {
             for (int j = 0; j < 20; ++j) {
@@ -434,19 +435,19 @@ private slots:
     {
         useStamp(m_item);
         const cv::Rect box(40, 30, 12, 10);
-        drawRegion(m_item->m_strokeBaseRed, box);
+        drawRegion(state(m_item).selection.m_strokeBaseRed, box);
         // A pixel with R just below 255 inside the box must stay too.
-        m_item->m_strokeBaseRed.at<cv::Vec4b>(35, 45) = cv::Vec4b(0, 0, 254, 0);
-        m_item->m_stampRegionActive = 1;
+        state(m_item).selection.m_strokeBaseRed.at<cv::Vec4b>(35, 45) = cv::Vec4b(0, 0, 254, 0);
+        state(m_item).stamp.m_stampRegionActive = 1;
         m_item->recvLeftALTPressPoint(QPointF(20, 20));
         m_item->recvReleasePoint(QPointF(20, 20));
         m_item->recvLeftPressPoint(QPointF(46, 35)); // offset (26, 15), radius 10 covers the box and more
         m_item->recvReleasePoint(QPointF(46, 35));
-        const cv::Mat &img = m_item->m_image;
+        const cv::Mat &img = state(m_item).m_image;
         int inside = 0, outside = 0;
         for (int r = 25; r <= 45; ++r) {
             for (int c = 36; c <= 56; ++c) {
-                const cv::Vec4b fence = m_item->m_strokeBaseRed.at<cv::Vec4b>(r, c);
+                const cv::Vec4b fence = state(m_item).selection.m_strokeBaseRed.at<cv::Vec4b>(r, c);
                 const bool inDisc = (r - 35) * (r - 35) + (c - 46) * (c - 46) < 100;
                 if (fence[2] == 255 && inDisc) {
                     QCOMPARE(img.at<cv::Vec3b>(r, c), m_original.at<cv::Vec3b>(r - 15, c - 26));
@@ -458,13 +459,13 @@ private slots:
             }
         }
         // The outline's own pixels were written (alpha 128, R 255).
-        QCOMPARE(m_item->m_strokeBaseRed.at<cv::Vec4b>(30, 45), cv::Vec4b(0, 0, 255, 128));
+        QCOMPARE(state(m_item).selection.m_strokeBaseRed.at<cv::Vec4b>(30, 45), cv::Vec4b(0, 0, 255, 128));
         QCOMPARE(img.at<cv::Vec3b>(30, 45), m_original.at<cv::Vec3b>(15, 19));
         QCOMPARE(img.at<cv::Vec3b>(35, 45), m_original.at<cv::Vec3b>(35, 45));
         QVERIFY(inside > 60);
         QVERIFY(outside > 30);
         // The fence stays on the front canvas during stamp work.
-        QCOMPARE(m_host->front->overlayImage().constBits(), m_item->m_strokeBaseRed.data);
+        QCOMPARE(m_host->front->overlayImage().constBits(), state(m_item).selection.m_strokeBaseRed.data);
     }
 
     void regionDrawnWithTheLassoFencesTheStamp()
@@ -480,10 +481,10 @@ private slots:
                 m_item->recvLeftMovePoint(corners[k] + (corners[k + 1] - corners[k]) * (t / 4.0));
         m_item->recvReleasePoint(corners[4]);
         QCOMPARE(over.count(), 1);
-        QCOMPARE(m_item->m_stampRegionActive, quint8(1));
+        QCOMPARE(state(m_item).stamp.m_stampRegionActive, quint8(1));
 
         useStamp(m_item);
-        const cv::Mat before = m_item->m_image.clone();
+        const cv::Mat before = state(m_item).m_image.clone();
         m_item->recvLeftALTPressPoint(QPointF(15, 15));
         m_item->recvReleasePoint(QPointF(15, 15));
         m_item->recvLeftPressPoint(QPointF(48, 36));
@@ -493,8 +494,8 @@ private slots:
             return;
         // The stroke is one undo entry like any other, and the region stays.
         m_item->getUndoStack()->undo();
-        QVERIFY(sameBytes(m_item->m_image, before));
-        QCOMPARE(m_item->m_stampRegionActive, quint8(1));
+        QVERIFY(sameBytes(state(m_item).m_image, before));
+        QCOMPARE(state(m_item).stamp.m_stampRegionActive, quint8(1));
     }
 
     void regionDrawnWithThePolygonFencesTheStamp()
@@ -509,10 +510,10 @@ private slots:
         m_item->recvLeftPressPoint(QPointF(42, 30)); // near the first vertex: closes
         m_item->recvReleasePoint(QPointF(42, 30));
         QCOMPARE(over.count(), 1);
-        QCOMPARE(m_item->m_stampRegionActive, quint8(1));
+        QCOMPARE(state(m_item).stamp.m_stampRegionActive, quint8(1));
 
         useStamp(m_item);
-        const cv::Mat before = m_item->m_image.clone();
+        const cv::Mat before = state(m_item).m_image.clone();
         m_item->recvLeftALTPressPoint(QPointF(15, 15));
         m_item->recvReleasePoint(QPointF(15, 15));
         m_item->recvLeftPressPoint(QPointF(48, 36));
@@ -526,41 +527,41 @@ private slots:
     {
         useStamp(m_item);
         m_item->recvLeftALTPressPoint(QPointF(10.9, 10.2));
-        QCOMPARE(m_item->m_stampSourceFresh, quint8(1));
-        QCOMPARE(m_item->m_stampSourceMissing, quint8(0));
+        QCOMPARE(state(m_item).stamp.m_stampSourceFresh, quint8(1));
+        QCOMPARE(state(m_item).stamp.m_stampSourceMissing, quint8(0));
         m_item->recvReleasePoint(QPointF(10.9, 10.2));
         m_item->recvLeftPressPoint(QPointF(40.2, 30.9)); // int(29.3), int(20.7)
-        QCOMPARE(m_item->m_stampOffsetX, 29);
-        QCOMPARE(m_item->m_stampOffsetY, 20);
-        QCOMPARE(m_item->m_stampSourceFresh, quint8(0));
+        QCOMPARE(state(m_item).stamp.m_stampOffsetX, 29);
+        QCOMPARE(state(m_item).stamp.m_stampOffsetY, 20);
+        QCOMPARE(state(m_item).stamp.m_stampSourceFresh, quint8(0));
         m_item->recvReleasePoint(QPointF(40.2, 30.9));
         // The source pixel of the next dab's centre lies in the first stroke.
-        const cv::Vec3b source = m_item->m_image.at<cv::Vec3b>(30, 41);
+        const cv::Vec3b source = state(m_item).m_image.at<cv::Vec3b>(30, 41);
         m_item->recvLeftPressPoint(QPointF(70.0, 50.0));
-        QCOMPARE(m_item->m_stampOffsetX, 29);
-        QCOMPARE(m_item->m_stampOffsetY, 20);
-        QCOMPARE(m_item->m_image.at<cv::Vec3b>(50, 70), source);
+        QCOMPARE(state(m_item).stamp.m_stampOffsetX, 29);
+        QCOMPARE(state(m_item).stamp.m_stampOffsetY, 20);
+        QCOMPARE(state(m_item).m_image.at<cv::Vec3b>(50, 70), source);
         m_item->recvReleasePoint(QPointF(70.0, 50.0));
         // A new Alt-click starts over: offsets 0 until its first press.
         m_item->recvLeftALTPressPoint(QPointF(5, 5));
-        QCOMPARE(m_item->m_stampOffsetX, 0);
-        QCOMPARE(m_item->m_stampOffsetY, 0);
+        QCOMPARE(state(m_item).stamp.m_stampOffsetX, 0);
+        QCOMPARE(state(m_item).stamp.m_stampOffsetY, 0);
     }
 
     void strokeUndoAndRedoAreBitExact()
     {
         useStamp(m_item, 16);
-        m_item->m_stampHardness = 0.35f;
-        m_item->m_stampOpacity = 0.8f;
+        state(m_item).stamp.m_stampHardness = 0.35f;
+        state(m_item).stamp.m_stampOpacity = 0.8f;
         // A selection painted before is cleared by the stamp's entry.
-        m_item->m_inpaintMask.at<cv::Vec4b>(3, 3) = cv::Vec4b(0, 0, 255, 128);
+        state(m_item).selection.m_inpaintMask.at<cv::Vec4b>(3, 3) = cv::Vec4b(0, 0, 255, 128);
         m_item->recvLeftALTPressPoint(QPointF(20, 20));
         m_item->recvReleasePoint(QPointF(20, 20));
         QUndoStack *stack = m_item->getUndoStack();
         QCOMPARE(stack->count(), 1);
         QCOMPARE(stack->text(0), QStringLiteral("stamp"));
-        QVERIFY(sameBytes(m_item->m_image, m_original)); // the Alt-click's entry changes nothing
-        QCOMPARE(cv::countNonZero(m_item->m_inpaintMask.reshape(1)), 0);
+        QVERIFY(sameBytes(state(m_item).m_image, m_original)); // the Alt-click's entry changes nothing
+        QCOMPARE(cv::countNonZero(state(m_item).selection.m_inpaintMask.reshape(1)), 0);
 
         m_item->recvLeftPressPoint(QPointF(50, 30));
         for (int k = 1; k <= 12; ++k) {
@@ -570,20 +571,20 @@ private slots:
         m_item->recvReleasePoint(QPointF(80, 48));
         QCOMPARE(stack->count(), 2);
         QCOMPARE(stack->text(1), QStringLiteral("stamp"));
-        QCOMPARE(m_item->m_saved, quint8(0));
+        QCOMPARE(state(m_item).output.m_saved, quint8(0));
         QVERIFY(boxesEmpty(m_item));
-        const cv::Mat after = m_item->m_image.clone();
+        const cv::Mat after = state(m_item).m_image.clone();
         QVERIFY(!sameBytes(after, m_original));
 
         stack->undo();
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
         QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_original)));
         stack->redo();
-        QVERIFY(sameBytes(m_item->m_image, after));
+        QVERIFY(sameBytes(state(m_item).m_image, after));
         QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(after)));
         stack->undo();
         stack->undo();
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
     }
 
     void dragWithoutAPressDoesNotPaint()
@@ -596,7 +597,7 @@ private slots:
         const int entries = m_item->getUndoStack()->count();
         m_item->recvLeftMovePoint(QPointF(50, 30));
         m_item->recvReleasePoint(QPointF(50, 30));
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
         QCOMPARE(m_item->getUndoStack()->count(), entries);
     }
 
@@ -609,12 +610,12 @@ private slots:
         m_item->recvReleasePoint(QPointF(20, 20));
         QUndoStack *stack = m_item->getUndoStack();
         QCOMPARE(stack->count(), 1);
-        m_item->m_saved = 1; // as after a save
+        state(m_item).output.m_saved = 1; // as after a save
         m_item->recvLeftPressPoint(QPointF(60, 30));
-        QCOMPARE(m_item->m_saved, quint8(0));
+        QCOMPARE(state(m_item).output.m_saved, quint8(0));
         m_item->recvLeftMovePoint(QPointF(80, 30));
         m_item->recvLeftMovePoint(QPointF(95.5, 30)); // then off the right edge: no release
-        const cv::Mat firstStroke = m_item->m_image.clone();
+        const cv::Mat firstStroke = state(m_item).m_image.clone();
         QVERIFY(!sameBytes(firstStroke, m_original));
 
         m_item->recvLeftPressPoint(QPointF(50, 60));
@@ -623,9 +624,9 @@ private slots:
         m_item->recvReleasePoint(QPointF(50, 60));
         QCOMPARE(stack->count(), 3);
         stack->undo();
-        QVERIFY(sameBytes(m_item->m_image, firstStroke));
+        QVERIFY(sameBytes(state(m_item).m_image, firstStroke));
         stack->undo();
-        QVERIFY(sameBytes(m_item->m_image, m_original));
+        QVERIFY(sameBytes(state(m_item).m_image, m_original));
     }
 
     void pendingStrokeIsDroppedOnceTheHistoryMoved()
@@ -653,23 +654,23 @@ private slots:
     void canvasPixmapStaysInStepWithTheImage()
     {
         useStamp(m_item, 24);
-        m_item->m_stampHardness = 0.1f;
+        state(m_item).stamp.m_stampHardness = 0.1f;
         m_item->recvLeftALTPressPoint(QPointF(15, 15));
         m_item->recvReleasePoint(QPointF(15, 15));
         m_item->recvLeftPressPoint(QPointF(60, 40));
-        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(state(m_item).m_image)));
         for (int k = 1; k <= 10; ++k) {
             // Runs off the bottom right edge on purpose.
             m_item->recvLeftMovePoint(QPointF(60 + 4 * k, 40 + 3.3 * k));
             m_item->recvLeftMoveNoPoint(QPointF(60 + 4 * k, 40 + 3.3 * k));
-            QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+            QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(state(m_item).m_image)));
             // The preview on the canvas is the one of the image as painted.
             QCOMPARE(m_host->green->paintMode, 1);
-            const cv::Mat shown = m_item->m_strokeBaseGreen(cv::Rect(0, 0, 24, 24)).clone();
+            const cv::Mat shown = state(m_item).selection.m_strokeBaseGreen(cv::Rect(0, 0, 24, 24)).clone();
             QVERIFY(sameBytes(m_item->stampPreview(QPointF(60 + 4 * k, 40 + 3.3 * k)), shown));
         }
         m_item->recvReleasePoint(QPointF(95, 71));
-        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(state(m_item).m_image)));
     }
 
     void beforeAndAfterViewIsReplacedByThePhoto()
@@ -683,7 +684,7 @@ private slots:
         m_item->recvSrcRoi();
         m_item->recvLeftPressPoint(QPointF(50, 40));
         QVERIFY(m_host->mid->overlayImage().isNull());
-        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(m_item->m_image)));
+        QCOMPARE(asRgb32(m_host->mid->pixmap()), asRgb32(matToQPixmap(state(m_item).m_image)));
         m_item->recvReleasePoint(QPointF(50, 40));
     }
 
@@ -691,15 +692,15 @@ private slots:
 
     void previewFollowsTheAlphaRule()
     {
-        m_item->m_brushSize = 14;
-        m_item->m_stampHardness = 0.2f;
-        m_item->m_stampOpacity = 0.9f;
-        m_item->m_stampOffsetX = 30;
-        m_item->m_stampOffsetY = 20;
+        state(m_item).pointer.m_brushSize = 14;
+        state(m_item).stamp.m_stampHardness = 0.2f;
+        state(m_item).stamp.m_stampOpacity = 0.9f;
+        state(m_item).stamp.m_stampOffsetX = 30;
+        state(m_item).stamp.m_stampOffsetY = 20;
         const QPointF pos(60.5, 40.5);
         const cv::Mat preview = m_item->stampPreview(pos);
         QCOMPARE(preview.size(), cv::Size(14, 14));
-        QCOMPARE(preview.data, m_item->m_strokeBaseGreen.data); // the scratch's corner, no copy
+        QCOMPARE(preview.data, state(m_item).selection.m_strokeBaseGreen.data); // the scratch's corner, no copy
         const int h = 7;
         for (int i = 0; i < 14; ++i) {
             for (int j = 0; j < 14; ++j) {
@@ -714,9 +715,9 @@ private slots:
                 QCOMPARE(cv::Vec3b(px[0], px[1], px[2]), src);
             }
         }
-        QVERIFY(sameBytes(m_item->m_image, m_original)); // the preview never paints
+        QVERIFY(sameBytes(state(m_item).m_image, m_original)); // the preview never paints
         // A dab larger than the image has no preview.
-        m_item->m_brushSize = 200;
+        state(m_item).pointer.m_brushSize = 200;
         QVERIFY(m_item->stampPreview(pos).empty());
     }
 
@@ -731,16 +732,16 @@ private slots:
         // pixels are those around the source.
         m_item->recvLeftMoveNoPoint(QPointF(50.5, 40.5));
         QCOMPARE(m_host->green->paintMode, 1);
-        const cv::Mat scratch = m_item->m_strokeBaseGreen;
+        const cv::Mat scratch = state(m_item).selection.m_strokeBaseGreen;
         QCOMPARE(scratch.at<cv::Vec4b>(10, 10)[2], m_original.at<cv::Vec3b>(15, 20)[2]);
         QCOMPARE(scratch.at<cv::Vec4b>(10, 10)[0], m_original.at<cv::Vec3b>(15, 20)[0]);
         m_item->recvLeftPressPoint(QPointF(50.5, 40.5));
         m_item->recvReleasePoint(QPointF(50.5, 40.5));
         // Afterwards it is built at the pointer with the fixed offset (29, 25).
         m_item->recvLeftMoveNoPoint(QPointF(70.2, 60.9));
-        QCOMPARE(scratch.at<cv::Vec4b>(10, 10)[1], m_item->m_image.at<cv::Vec3b>(int(10 + 60.9 - 25 - 10),
+        QCOMPARE(scratch.at<cv::Vec4b>(10, 10)[1], state(m_item).m_image.at<cv::Vec3b>(int(10 + 60.9 - 25 - 10),
                                                                                  int(10 + 70.2 - 29 - 10))[1]);
-        QVERIFY(sameBytes(m_item->m_image(cv::Rect(60, 45, 36, 27)), m_original(cv::Rect(60, 45, 36, 27))));
+        QVERIFY(sameBytes(state(m_item).m_image(cv::Rect(60, 45, 36, 27)), m_original(cv::Rect(60, 45, 36, 27))));
     }
 };
 

@@ -13,6 +13,7 @@
 #include "customwidget.h"
 #include "globals.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "photohost.h"
 #include "testutil.h"
 #include "ui_customitem.h"
@@ -40,48 +41,49 @@ private slots:
     {
         const QString path = writeImage(m_dir.path(), "colour.png", patternPhoto(390, 200));
         PhotoItem *item = load(path);
-        QCOMPARE(item->m_image.type(), CV_8UC3);
-        QCOMPARE(item->m_imageCols, 390);
-        QCOMPARE(item->m_imageRows, 200);
-        QCOMPARE(item->m_fileName, QString("colour.png"));
-        QCOMPARE(item->m_folderPath, QFileInfo(path).absolutePath());
-        for (const cv::Mat *layer : {&item->m_strokeBaseGreen, &item->m_strokeBaseRed, &item->m_inpaintMask,
-                                     &item->m_inpaintMaskBK}) {
+        QCOMPARE(state(item).m_image.type(), CV_8UC3);
+        QCOMPARE(state(item).m_imageCols, 390);
+        QCOMPARE(state(item).m_imageRows, 200);
+        QCOMPARE(state(item).output.m_fileName, QString("colour.png"));
+        QCOMPARE(state(item).output.m_folderPath, QFileInfo(path).absolutePath());
+        for (const cv::Mat *layer : {&state(item).selection.m_strokeBaseGreen, &state(item).selection.m_strokeBaseRed, &state(item).selection.m_inpaintMask,
+                                     &state(item).selection.m_inpaintMaskBK}) {
             QCOMPARE(layer->type(), CV_8UC4);
             QCOMPARE(layer->cols, 390);
             QCOMPARE(layer->rows, 200);
             QCOMPARE(cv::countNonZero(layer->reshape(1)), 0);
         }
-        QCOMPARE(item->m_cloneSource.type(), CV_8UC3);
-        QCOMPARE(item->m_cloneMask.type(), CV_8UC1);
-        QCOMPARE(item->m_cloneMaskScaled.type(), CV_8UC1);
+        QCOMPARE(state(item).clone.m_cloneSource.type(), CV_8UC3);
+        QCOMPARE(state(item).clone.m_cloneMask.type(), CV_8UC1);
+        QCOMPARE(state(item).clone.m_cloneMaskScaled.type(), CV_8UC1);
         // Defaults after construction.
-        QCOMPARE(item->m_strokeMinX, 390.0);
-        QCOMPARE(item->m_strokeMinY, 200.0);
-        QCOMPARE(item->m_strokeMaxX, -1.0);
-        QCOMPARE(item->m_workMaxX, -1.0);
-        QCOMPARE(item->m_tool, Tool::Brush);
-        QCOMPARE(item->m_colorType, Colour::Mask);
-        QCOMPARE(item->m_brushSize, 30);
-        QCOMPARE(int(item->m_saved), 1);
-        QCOMPARE(int(item->m_stampSourceMissing), 1);
-        QCOMPARE(int(item->m_firstProgress), 1);
-        QCOMPARE(item->m_pressPos, QPointF(-1, -1));
-        QCOMPARE(item->m_lastVertex, QPointF(-1, -1));
-        QCOMPARE(item->m_scale, 1.0);
+        QCOMPARE(state(item).selection.m_strokeMinX, 390.0);
+        QCOMPARE(state(item).selection.m_strokeMinY, 200.0);
+        QCOMPARE(state(item).selection.m_strokeMaxX, -1.0);
+        QCOMPARE(state(item).regions.m_workMaxX, -1.0);
+        QCOMPARE(state(item).pointer.m_tool, Tool::Brush);
+        QCOMPARE(state(item).pointer.m_colorType, Colour::Mask);
+        QCOMPARE(state(item).pointer.m_brushSize, 30);
+        QCOMPARE(int(state(item).output.m_saved), 1);
+        QCOMPARE(int(state(item).stamp.m_stampSourceMissing), 1);
+        QCOMPARE(int(state(item).job.m_firstProgress), 1);
+        QCOMPARE(state(item).pointer.m_pressPos, QPointF(-1, -1));
+        QCOMPARE(state(item).selection.m_lastVertex, QPointF(-1, -1));
+        QCOMPARE(state(item).pointer.m_scale, 1.0);
         QCOMPARE(item->getUndoStack()->count(), 0);
         // The canvases show the photo and wrap the layers.
         QCOMPARE(m_host->mid->pixmap().size(), QSize(390, 200));
-        QCOMPARE(m_host->front->overlayImage().constBits(), item->m_inpaintMask.data);
-        QCOMPARE(m_host->green->overlayImage().constBits(), item->m_inpaintMaskBK.data);
+        QCOMPARE(m_host->front->overlayImage().constBits(), state(item).selection.m_inpaintMask.data);
+        QCOMPARE(m_host->green->overlayImage().constBits(), state(item).selection.m_inpaintMaskBK.data);
         // Row of the list: thumbnail 195 wide, h = 200 / (390 / 195) = 100.
         QCOMPARE(m_host->list->count(), 1);
-        QCOMPARE(m_host->list->item(0), item->m_listItem);
-        QCOMPARE(item->m_listItem->sizeHint(), QSize(0, 127));
-        QCOMPARE(m_host->list->itemWidget(item->m_listItem), static_cast<QWidget *>(item->m_rowWidget));
-        QCOMPARE(item->m_rowWidget->form()->label_name->text(), QString("colour.png"));
-        QCOMPARE(item->m_rowWidget->form()->label_img->pixmap(Qt::ReturnByValue).size(), QSize(195, 100));
-        delete item->m_listItem;
+        QCOMPARE(m_host->list->item(0), state(item).m_listItem);
+        QCOMPARE(state(item).m_listItem->sizeHint(), QSize(0, 127));
+        auto *row = qobject_cast<CustomItem *>(m_host->list->itemWidget(state(item).m_listItem));
+        QVERIFY(row);
+        QCOMPARE(row->form()->label_name->text(), QString("colour.png"));
+        QCOMPARE(row->form()->label_img->pixmap(Qt::ReturnByValue).size(), QSize(195, 100));
+        delete state(item).m_listItem;
         delete item;
     }
 
@@ -95,20 +97,20 @@ private slots:
                                  writeImage(m_dir.path(), "rgba.png", rgba)};
         for (const QString &p : paths) {
             PhotoItem *item = load(p);
-            QCOMPARE(item->m_image.type(), CV_8UC3);
-            QCOMPARE(item->m_image.cols, 40);
-            QCOMPARE(item->m_image.rows, 30);
-            QCOMPARE(item->m_inpaintMask.size(), item->m_image.size());
-            delete item->m_listItem;
+            QCOMPARE(state(item).m_image.type(), CV_8UC3);
+            QCOMPARE(state(item).m_image.cols, 40);
+            QCOMPARE(state(item).m_image.rows, 30);
+            QCOMPARE(state(item).selection.m_inpaintMask.size(), state(item).m_image.size());
+            delete state(item).m_listItem;
             delete item;
         }
         PhotoItem *g = load(paths[0]);
-        QCOMPARE(g->m_image.at<cv::Vec3b>(5, 5), cv::Vec3b(77, 77, 77));
-        delete g->m_listItem;
+        QCOMPARE(state(g).m_image.at<cv::Vec3b>(5, 5), cv::Vec3b(77, 77, 77));
+        delete state(g).m_listItem;
         delete g;
         PhotoItem *a = load(paths[2]);
-        QCOMPARE(a->m_image.at<cv::Vec3b>(5, 5), cv::Vec3b(10, 20, 30)); // alpha dropped, not blended
-        delete a->m_listItem;
+        QCOMPARE(state(a).m_image.at<cv::Vec3b>(5, 5), cv::Vec3b(10, 20, 30)); // alpha dropped, not blended
+        delete state(a).m_listItem;
         delete a;
     }
 
@@ -116,9 +118,9 @@ private slots:
     {
         const QString path = writeImage(m_dir.path(), "thin.png", patternPhoto(1, 50));
         PhotoItem *item = load(path);
-        QCOMPARE(item->m_imageCols, 1);
-        QCOMPARE(item->m_inpaintMask.cols, 1);
-        delete item->m_listItem;
+        QCOMPARE(state(item).m_imageCols, 1);
+        QCOMPARE(state(item).selection.m_inpaintMask.cols, 1);
+        delete state(item).m_listItem;
         delete item;
     }
 
@@ -151,25 +153,53 @@ private slots:
     {
         const QString path = writeImage(m_dir.path(), "clear.png", patternPhoto(20, 10));
         PhotoItem *item = load(path);
-        item->m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
-        item->m_inpaintMaskBK.setTo(cv::Scalar(0, 255, 0, 128));
-        item->m_strokeBaseRed.setTo(cv::Scalar(0, 0, 255, 0));
-        const uchar *before = item->m_inpaintMask.data;
+        state(item).selection.m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
+        state(item).selection.m_inpaintMaskBK.setTo(cv::Scalar(0, 255, 0, 128));
+        state(item).selection.m_strokeBaseRed.setTo(cv::Scalar(0, 0, 255, 0));
+        const uchar *before = state(item).selection.m_inpaintMask.data;
         item->clearInpaintMask();
         item->clearInpaintMaskBK();
         item->clearStrokeBaseRed();
         item->clearCloneSource();
         item->clearCloneMask();
         item->clearCloneMaskScaled();
-        QCOMPARE(item->m_inpaintMask.data, before);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMask.reshape(1)), 0);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
-        QCOMPARE(cv::countNonZero(item->m_strokeBaseRed.reshape(1)), 0);
+        QCOMPARE(state(item).selection.m_inpaintMask.data, before);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMask.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMaskBK.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_strokeBaseRed.reshape(1)), 0);
         item->setScale(0.25);
-        QCOMPARE(item->m_scale, 0.25);
-        QCOMPARE(item->getImage().data, item->m_image.data);
-        delete item->m_listItem;
+        QCOMPARE(state(item).pointer.m_scale, 0.25);
+        QCOMPARE(item->getImage().data, state(item).m_image.data);
+        delete state(item).m_listItem;
         delete item;
+    }
+
+    // The document tells its new thumbnail by a signal; the row the window
+    // gave it shows it, and a photo without a row just tells.
+    void thumbnailIsToldAndTheRowFollows()
+    {
+        m_host->list->clear();
+        const QString path = writeImage(m_dir.path(), "thumb.png", patternPhoto(60, 40));
+        PhotoItem *item = load(path);
+        auto *row = qobject_cast<CustomItem *>(m_host->list->itemWidget(item->listItem()));
+        QVERIFY(row);
+        QSignalSpy told(item, &PhotoItem::thumbnailChanged);
+        state(item).m_image.setTo(cv::Scalar(0, 0, 255));
+        item->refreshThumbnail();
+        QCOMPARE(told.count(), 1);
+        const QPixmap thumbnail = told.at(0).at(0).value<QPixmap>();
+        QCOMPARE(thumbnail.size(), QSize(195, 130));
+        const QImage shown = row->form()->label_img->pixmap(Qt::ReturnByValue).toImage();
+        QCOMPARE(shown.size(), QSize(195, 130));
+        QCOMPARE(QColor(shown.pixel(97, 65)), QColor(255, 0, 0));
+        QCOMPARE(row->form()->label_name->text(), QString("thumb.png"));
+        // While a job runs the pixels are the engine's: no thumbnail.
+        state(item).job.m_jobActive = true;
+        item->refreshThumbnail();
+        QCOMPARE(told.count(), 1);
+        state(item).job.m_jobActive = false;
+        delete item;
+        m_host->list->clear();
     }
 
     void rowDeleteMakesTheRowCurrentBeforeAsking()
@@ -182,7 +212,7 @@ private slots:
         int rowAtSignal = -1;
         connect(first, &PhotoItem::sendDeleteItem, this, [&] { rowAtSignal = m_host->list->currentRow(); });
         // Through the row's own delete button, as the user does it.
-        first->m_rowWidget->form()->pushButton->click();
+        qobject_cast<CustomItem *>(m_host->list->itemWidget(first->listItem()))->form()->pushButton->click();
         QCOMPARE(rowAtSignal, 0);
         delete first;
         delete second;

@@ -18,6 +18,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "threadfromqthread.h"
 #include "mypatchmatch.h"
 #include "testutil.h"
@@ -185,10 +186,10 @@ private slots:
         m_w->openPhoto(path);
         PhotoItem *first = m_w->photoItems().at(0);
         PhotoItem *second = m_w->photoItems().at(1);
-        QCOMPARE(second->m_tool, Tool::Brush);
+        QCOMPARE(state(second).pointer.m_tool, Tool::Brush);
         ui->pushButton_rect->click();
-        QCOMPARE(second->m_tool, Tool::Rectangle);
-        QCOMPARE(first->m_tool, Tool::Brush);
+        QCOMPARE(state(second).pointer.m_tool, Tool::Rectangle);
+        QCOMPARE(state(first).pointer.m_tool, Tool::Brush);
         QCOMPARE(ui->widget_front->tool(), Tool::Rectangle);
         QCOMPARE(ui->widget_front_green->tool(), Tool::Rectangle);
         // Each signal reaches the bound photo exactly once.
@@ -198,10 +199,10 @@ private slots:
         m_w->unbindPhoto(second);
         m_w->unbindPhoto(second); // a missing connection is no fault
         ui->pushButton_poly->click();
-        QCOMPARE(second->m_tool, Tool::Rectangle);
+        QCOMPARE(state(second).pointer.m_tool, Tool::Rectangle);
         m_w->bindPhoto(first);
         ui->pushButton_poly->click();
-        QCOMPARE(first->m_tool, Tool::Polygon);
+        QCOMPARE(state(first).pointer.m_tool, Tool::Polygon);
     }
 
     void openingFallsBackToTheBrush()
@@ -211,7 +212,7 @@ private slots:
         m_w->openPhoto(photo("brush.png", 60, 40));
         QCOMPARE(m_w->toolType(), Tool::Brush);
         QCOMPARE(m_w->colorType(), Colour::Mask);
-        QCOMPARE(m_w->photoItems().at(0)->m_tool, Tool::Brush);
+        QCOMPARE(state(m_w->photoItems().at(0)).pointer.m_tool, Tool::Brush);
         QCOMPARE(ui->widget_front->tool(), Tool::Brush);
     }
 
@@ -319,8 +320,8 @@ private slots:
         out.close();
         m_w->openPhoto(path);
         QCOMPARE(m_w->photoItems().size(), 1);
-        QCOMPARE(m_w->photoItems().at(0)->m_imageCols, 30);
-        QCOMPARE(m_w->photoItems().at(0)->m_fileName, QFileInfo(path).fileName());
+        QCOMPARE(state(m_w->photoItems().at(0)).m_imageCols, 30);
+        QCOMPARE(state(m_w->photoItems().at(0)).output.m_fileName, QFileInfo(path).fileName());
     }
 
     void sideAboveSixteenBitsIsRefused()
@@ -343,20 +344,20 @@ private slots:
     {
         m_w->openPhoto(photo("all.png", 64, 48));
         PhotoItem *item = m_w->photoItems().at(0);
-        item->m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
+        state(item).selection.m_inpaintMask.setTo(cv::Scalar(0, 0, 255, 128));
         item->extendWorkBox(QPointF(0, 0));
         item->extendWorkBox(QPointF(63, 47));
         const cv::Mat before = item->getImage().clone();
-        const cv::Mat red = item->m_inpaintMask.clone();
+        const cv::Mat red = state(item).selection.m_inpaintMask.clone();
         ModalCloser closer;
         closer.arm();
         ui->pushButton_eraser->click();
         QTRY_COMPARE(closer.seen, 1);
         QCOMPARE(closer.text, QString("Cannot erase the selection: nothing around the selection to fill from: "
                                       "the mask covers the whole photo."));
-        QVERIFY(!item->m_jobActive);
+        QVERIFY(!state(item).job.m_jobActive);
         QCOMPARE(cv::norm(item->getImage(), before, cv::NORM_INF), 0.0);
-        QCOMPARE(cv::norm(item->m_inpaintMask, red, cv::NORM_INF), 0.0);
+        QCOMPARE(cv::norm(state(item).selection.m_inpaintMask, red, cv::NORM_INF), 0.0);
         QCOMPARE(item->getUndoStack()->count(), 0);
         QVERIFY(ui->pushButton_eraser->isEnabled());
     }
@@ -365,7 +366,7 @@ private slots:
     {
         m_w->openPhoto(photo("thin.png", 300, 6));
         PhotoItem *item = m_w->photoItems().at(0);
-        item->m_inpaintMask(cv::Rect(100, 2, 10, 2)).setTo(cv::Scalar(0, 0, 255, 128));
+        state(item).selection.m_inpaintMask(cv::Rect(100, 2, 10, 2)).setTo(cv::Scalar(0, 0, 255, 128));
         item->extendWorkBox(QPointF(100, 2));
         item->extendWorkBox(QPointF(109, 3));
         const cv::Mat before = item->getImage().clone();
@@ -383,13 +384,13 @@ private slots:
     {
         m_w->openPhoto(photo("fail.png", 160, 120));
         PhotoItem *item = m_w->photoItems().at(0);
-        cv::rectangle(item->m_inpaintMask, cv::Rect(70, 50, 12, 10), cv::Scalar(0, 0, 255, 128), cv::FILLED);
+        cv::rectangle(state(item).selection.m_inpaintMask, cv::Rect(70, 50, 12, 10), cv::Scalar(0, 0, 255, 128), cv::FILLED);
         item->extendWorkBox(QPointF(70, 50));
         item->extendWorkBox(QPointF(81, 59));
         const cv::Mat before = item->getImage().clone();
         // A receiver of the engine's progress that throws, connected
         // directly, fails the job on the worker as running out of memory would.
-        connect(&item->m_workerThread->m_patchMatch, &MyPatchMatch::sendWorkProcess, item->m_workerThread,
+        connect(&state(item).job.m_workerThread->m_patchMatch, &MyPatchMatch::sendWorkProcess, state(item).job.m_workerThread,
                 [](long) { throw std::bad_alloc(); }, Qt::DirectConnection);
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         ModalCloser closer;
@@ -416,12 +417,12 @@ private slots:
         QCOMPARE(ui->verticalSlider->maximum(), 127);
         QCOMPARE(ui->widget_mid->scale(), 0.5);
         QCOMPARE(ui->widget_back->scale(), 0.5);
-        QCOMPARE(m_w->photoItems().at(0)->m_scale, 0.5);
+        QCOMPARE(state(m_w->photoItems().at(0)).pointer.m_scale, 0.5);
         QCOMPARE(ui->horizontalScrollBar->maximum(), 0);
         QCOMPARE(ui->verticalScrollBar->value(), 0);
         // The photo is on the canvases.
         QCOMPARE(ui->widget_mid->pixmap().size(), QSize(400, 300));
-        QCOMPARE(ui->widget_front->overlayImage().constBits(), m_w->photoItems().at(0)->m_inpaintMask.data);
+        QCOMPARE(ui->widget_front->overlayImage().constBits(), state(m_w->photoItems().at(0)).selection.m_inpaintMask.data);
     }
 
     void fitFollowsTheCanvasWhenItSettlesLate()
@@ -573,7 +574,7 @@ private slots:
         QCOMPARE(ui->verticalSlider->maximum(), 25);
         QCOMPARE(m_w->brushSize(), 25);
         QCOMPARE(ui->label->text(), QString("25"));
-        QCOMPARE(m_w->photoItems().at(0)->m_brushSize, 25);
+        QCOMPARE(state(m_w->photoItems().at(0)).pointer.m_brushSize, 25);
     }
 
     void canvasContextMenuReachesTheWindow()

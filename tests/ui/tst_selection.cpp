@@ -13,6 +13,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "testutil.h"
 #include "ui_mainwindow.h"
 
@@ -100,8 +101,8 @@ private slots:
     void cleanup()
     {
         if (m_item) {
-            QCOMPARE(foreignLayerValues(m_item->m_inpaintMask), 0);
-            QCOMPARE(m_item->m_inpaintMask.size(), m_item->m_image.size());
+            QCOMPARE(foreignLayerValues(state(m_item).selection.m_inpaintMask), 0);
+            QCOMPARE(state(m_item).selection.m_inpaintMask.size(), state(m_item).m_image.size());
         }
         delete m_w;
         m_w = nullptr;
@@ -112,55 +113,55 @@ private slots:
 
     void brushStrokeUndoRedoBitForBit()
     {
-        const cv::Mat before = m_item->m_inpaintMask.clone();
+        const cv::Mat before = state(m_item).selection.m_inpaintMask.clone();
         stroke({QPoint(20, 20), QPoint(60, 30), QPoint(120, 90)});
-        QVERIFY(selected(m_item->m_inpaintMask, 60, 30));
-        QVERIFY(selected(m_item->m_inpaintMask, 20, 20)); // the red dab at the press
-        const cv::Mat after = m_item->m_inpaintMask.clone();
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 60, 30));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 20, 20)); // the red dab at the press
+        const cv::Mat after = state(m_item).selection.m_inpaintMask.clone();
         QCOMPARE(m_item->getUndoStack()->count(), 1);
         QCOMPARE(topText(), QString("Red Selection Brush"));
         for (int round = 0; round < 2; ++round) {
             m_item->getUndoStack()->undo();
-            QVERIFY(same(m_item->m_inpaintMask, before));
+            QVERIFY(same(state(m_item).selection.m_inpaintMask, before));
             m_item->getUndoStack()->redo();
-            QVERIFY(same(m_item->m_inpaintMask, after));
+            QVERIFY(same(state(m_item).selection.m_inpaintMask, after));
         }
-        QCOMPARE(ui->widget_front->overlayImage().constBits(), m_item->m_inpaintMask.data);
-        QCOMPARE(int(m_item->m_saved), 1); // selections do not make a photo unsaved
+        QCOMPARE(ui->widget_front->overlayImage().constBits(), state(m_item).selection.m_inpaintMask.data);
+        QCOMPARE(int(state(m_item).output.m_saved), 1); // selections do not make a photo unsaved
     }
 
     void greenBrushTouchesOnlyTheGreenLayer()
     {
         ui->pushButton_green->click();
         press(50, 50);
-        QCOMPARE(count(m_item->m_inpaintMaskBK), 0); // no dab at a green press
+        QCOMPARE(count(state(m_item).selection.m_inpaintMaskBK), 0); // no dab at a green press
         move(90, 50);
         release(90, 50);
-        QVERIFY(selected(m_item->m_inpaintMaskBK, 70, 50));
-        QCOMPARE(m_item->m_inpaintMaskBK.at<cv::Vec4b>(50, 70), cv::Vec4b(0, 255, 0, 128));
-        QCOMPARE(count(m_item->m_inpaintMask), 0);
-        QCOMPARE(int(m_item->m_donorUsed), 1);
+        QVERIFY(selected(state(m_item).selection.m_inpaintMaskBK, 70, 50));
+        QCOMPARE(state(m_item).selection.m_inpaintMaskBK.at<cv::Vec4b>(50, 70), cv::Vec4b(0, 255, 0, 128));
+        QCOMPARE(count(state(m_item).selection.m_inpaintMask), 0);
+        QCOMPARE(int(state(m_item).selection.m_donorUsed), 1);
         QCOMPARE(topText(), QString("Green Selection Brush"));
-        QCOMPARE(foreignLayerValues(m_item->m_inpaintMaskBK), 0);
-        const cv::Mat after = m_item->m_inpaintMaskBK.clone();
+        QCOMPARE(foreignLayerValues(state(m_item).selection.m_inpaintMaskBK), 0);
+        const cv::Mat after = state(m_item).selection.m_inpaintMaskBK.clone();
         m_item->getUndoStack()->undo();
-        QCOMPARE(count(m_item->m_inpaintMaskBK), 0);
+        QCOMPARE(count(state(m_item).selection.m_inpaintMaskBK), 0);
         m_item->getUndoStack()->redo();
-        QVERIFY(same(m_item->m_inpaintMaskBK, after));
+        QVERIFY(same(state(m_item).selection.m_inpaintMaskBK, after));
     }
 
     void tinyBrushStillDraws()
     {
         for (int size : {0, 1}) {
             ui->verticalSlider->setValue(size);
-            QCOMPARE(m_item->m_brushSize, size);
+            QCOMPARE(state(m_item).pointer.m_brushSize, size);
             m_item->clearInpaintMask();
             press(10, 100);
-            QVERIFY(selected(m_item->m_inpaintMask, 10, 100)); // radius at least 1
+            QVERIFY(selected(state(m_item).selection.m_inpaintMask, 10, 100)); // radius at least 1
             move(40, 100);
             release(40, 100);
-            QVERIFY(selected(m_item->m_inpaintMask, 25, 100)); // thickness at least 1
-            QVERIFY(!selected(m_item->m_inpaintMask, 25, 103));
+            QVERIFY(selected(state(m_item).selection.m_inpaintMask, 25, 100)); // thickness at least 1
+            QVERIFY(!selected(state(m_item).selection.m_inpaintMask, 25, 103));
         }
     }
 
@@ -168,14 +169,14 @@ private slots:
     {
         m_w->recv200(); // 2 screen pixels per image pixel: a 30 brush is 15 image pixels wide
         ui->verticalSlider->setValue(30);
-        m_item->m_inpaintMask.setTo(0);
+        state(m_item).selection.m_inpaintMask.setTo(0);
         m_item->recvSelectType(4, 30, 0);
-        m_item->m_scale = 2.0;
+        state(m_item).pointer.m_scale = 2.0;
         m_item->recvLeftPressPoint(QPointF(100, 75));
         m_item->recvLeftMovePoint(QPointF(150, 75));
         m_item->recvReleasePoint(QPointF(150, 75));
-        QVERIFY(selected(m_item->m_inpaintMask, 125, 75 + 6));
-        QVERIFY(!selected(m_item->m_inpaintMask, 125, 75 + 9));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 125, 75 + 6));
+        QVERIFY(!selected(state(m_item).selection.m_inpaintMask, 125, 75 + 9));
     }
 
     void fixToolClearsOnlyItsColour()
@@ -184,23 +185,23 @@ private slots:
         stroke({QPoint(20, 50), QPoint(180, 50)});
         ui->pushButton_red->click();
         stroke({QPoint(20, 52), QPoint(180, 52)});
-        const cv::Mat green = m_item->m_inpaintMaskBK.clone();
-        QVERIFY(selected(m_item->m_inpaintMask, 100, 52));
+        const cv::Mat green = state(m_item).selection.m_inpaintMaskBK.clone();
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 100, 52));
         ui->pushButton_sub->click();
         press(100, 10);
-        QVERIFY(selected(m_item->m_inpaintMask, 100, 52)); // no dab at the press
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 100, 52)); // no dab at the press
         move(100, 140);
         release(100, 140);
-        QVERIFY(!selected(m_item->m_inpaintMask, 100, 52));
-        QVERIFY(selected(m_item->m_inpaintMask, 30, 52));
-        QVERIFY(same(m_item->m_inpaintMaskBK, green));
+        QVERIFY(!selected(state(m_item).selection.m_inpaintMask, 100, 52));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 30, 52));
+        QVERIFY(same(state(m_item).selection.m_inpaintMaskBK, green));
         QCOMPARE(topText(), QString("Red Fix the Selection Brush"));
         // And the reverse.
-        const cv::Mat red = m_item->m_inpaintMask.clone();
+        const cv::Mat red = state(m_item).selection.m_inpaintMask.clone();
         ui->pushButton_green->click();
         stroke({QPoint(60, 10), QPoint(60, 140)});
-        QVERIFY(!selected(m_item->m_inpaintMaskBK, 60, 50));
-        QVERIFY(same(m_item->m_inpaintMask, red));
+        QVERIFY(!selected(state(m_item).selection.m_inpaintMaskBK, 60, 50));
+        QVERIFY(same(state(m_item).selection.m_inpaintMask, red));
         QCOMPARE(topText(), QString("Green Fix the Selection Brush"));
     }
 
@@ -210,9 +211,9 @@ private slots:
     {
         ui->pushButton_rect->click();
         stroke({QPoint(10, 10), QPoint(100, 80), QPoint(30, 30)});
-        QVERIFY(selected(m_item->m_inpaintMask, 95, 75));
-        QVERIFY(selected(m_item->m_inpaintMask, 10, 10));
-        QVERIFY(!selected(m_item->m_inpaintMask, 105, 75));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 95, 75));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 10, 10));
+        QVERIFY(!selected(state(m_item).selection.m_inpaintMask, 105, 75));
         QCOMPARE(topText(), QString("Red Rectangle Selection Brush"));
         QCOMPARE(m_item->getUndoStack()->count(), 1);
     }
@@ -224,7 +225,7 @@ private slots:
         QCOMPARE(m_item->getUndoStack()->count(), 1);
         const AddRedCommand *cmd = static_cast<const AddRedCommand *>(m_item->getUndoStack()->command(0));
         QVERIFY(same(cmd->m_redoImage, cmd->m_undoImage));
-        QCOMPARE(count(m_item->m_inpaintMask), 0);
+        QCOMPARE(count(state(m_item).selection.m_inpaintMask), 0);
     }
 
     void lassoFillsWhatItEncloses()
@@ -232,11 +233,11 @@ private slots:
         ui->pushButton_noose->click();
         ui->pushButton_green->click();
         stroke({QPoint(20, 20), QPoint(100, 20), QPoint(100, 100), QPoint(20, 100)});
-        QVERIFY(selected(m_item->m_inpaintMaskBK, 60, 60));
-        QVERIFY(!selected(m_item->m_inpaintMaskBK, 150, 60));
-        QCOMPARE(m_item->m_lassoCount, 0);
+        QVERIFY(selected(state(m_item).selection.m_inpaintMaskBK, 60, 60));
+        QVERIFY(!selected(state(m_item).selection.m_inpaintMaskBK, 150, 60));
+        QCOMPARE(state(m_item).selection.m_lassoCount, 0);
         QCOMPARE(topText(), QString("Green Lasso Selection Brush"));
-        QCOMPARE(foreignLayerValues(m_item->m_inpaintMaskBK), 0);
+        QCOMPARE(foreignLayerValues(state(m_item).selection.m_inpaintMaskBK), 0);
     }
 
     void lassoKeepsAtMostItsArray()
@@ -245,9 +246,9 @@ private slots:
         m_item->recvLeftPressPoint(QPointF(10, 10));
         for (int i = 0; i < PhotoItem::kMaxLassoPoints + 50; ++i)
             m_item->recvLeftMovePoint(QPointF(10 + (i % 100), 10 + (i / 1000) % 100));
-        QCOMPARE(m_item->m_lassoCount, PhotoItem::kMaxLassoPoints);
+        QCOMPARE(state(m_item).selection.m_lassoCount, PhotoItem::kMaxLassoPoints);
         m_item->recvReleasePoint(QPointF(20, 20));
-        QCOMPARE(m_item->m_lassoCount, 0);
+        QCOMPARE(state(m_item).selection.m_lassoCount, 0);
         QCOMPARE(m_item->getUndoStack()->count(), 1);
     }
 
@@ -256,24 +257,24 @@ private slots:
         ui->pushButton_poly->click();
         click(20, 20);
         click(22, 21); // near the first vertex, but only the third click can close
-        QCOMPARE(m_item->m_polyCount, 2);
+        QCOMPARE(state(m_item).selection.m_polyCount, 2);
         QCOMPARE(m_item->getUndoStack()->count(), 0);
-        QCOMPARE(count(m_item->m_inpaintMask), 0);
+        QCOMPARE(count(state(m_item).selection.m_inpaintMask), 0);
         click(100, 20);
         click(60, 120);
-        QCOMPARE(m_item->m_polyCount, 4);
+        QCOMPARE(state(m_item).selection.m_polyCount, 4);
         // The rubber band shows the open polygon on the layer's widget.
         hover(150, 140);
-        QCOMPARE(ui->widget_front->overlayImage().constBits(), m_item->m_rubberBand.data);
-        QVERIFY(selected(m_item->m_rubberBand, 80, 20));
-        QCOMPARE(count(m_item->m_inpaintMask), 0);
+        QCOMPARE(ui->widget_front->overlayImage().constBits(), state(m_item).selection.m_rubberBand.data);
+        QVERIFY(selected(state(m_item).selection.m_rubberBand, 80, 20));
+        QCOMPARE(count(state(m_item).selection.m_inpaintMask), 0);
         click(21, 19); // closes: within 10 screen pixels of the first vertex
-        QCOMPARE(m_item->m_polyCount, 0);
-        QCOMPARE(m_item->m_lastVertex, QPointF(-1, -1));
-        QVERIFY(selected(m_item->m_inpaintMask, 60, 60));
+        QCOMPARE(state(m_item).selection.m_polyCount, 0);
+        QCOMPARE(state(m_item).selection.m_lastVertex, QPointF(-1, -1));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 60, 60));
         QCOMPARE(m_item->getUndoStack()->count(), 1);
         QCOMPARE(topText(), QString("Red Polygon Selection Brush"));
-        QCOMPARE(ui->widget_front->overlayImage().constBits(), m_item->m_inpaintMask.data);
+        QCOMPARE(ui->widget_front->overlayImage().constBits(), state(m_item).selection.m_inpaintMask.data);
     }
 
     void polygonAtHighZoomClosesByExactPixelOrDoubleClick()
@@ -290,21 +291,21 @@ private slots:
         const QPoint next = at(3.2, 2.2); // one pixel off: does not close
         press(next.x(), next.y());
         release(next.x(), next.y());
-        QCOMPARE(m_item->m_polyCount, 4);
+        QCOMPARE(state(m_item).selection.m_polyCount, 4);
         QCOMPARE(m_item->getUndoStack()->count(), 0);
         QTest::mouseDClick(top(), Qt::LeftButton, Qt::NoModifier, next);
-        QCOMPARE(m_item->m_polyCount, 0);
+        QCOMPARE(state(m_item).selection.m_polyCount, 0);
         QCOMPARE(m_item->getUndoStack()->count(), 1);
-        QVERIFY(selected(m_item->m_inpaintMask, 10, 4));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 10, 4));
     }
 
     void polygonClosesOnTheExactFirstPixel()
     {
         m_item->recvSelectType(3, 30, 0);
-        m_item->m_scale = 12.5;
+        state(m_item).pointer.m_scale = 12.5;
         for (QPointF p : {QPointF(2.2, 2.2), QPointF(12.2, 2.2), QPointF(12.2, 9.2), QPointF(2.7, 2.9)})
             m_item->recvLeftPressPoint(p);
-        QCOMPARE(m_item->m_polyCount, 0);
+        QCOMPARE(state(m_item).selection.m_polyCount, 0);
         QCOMPARE(m_item->getUndoStack()->count(), 1);
     }
 
@@ -314,7 +315,7 @@ private slots:
         click(20, 20);
         click(100, 20);
         m_item->recvDoublePress();
-        QCOMPARE(m_item->m_polyCount, 2);
+        QCOMPARE(state(m_item).selection.m_polyCount, 2);
         QCOMPARE(m_item->getUndoStack()->count(), 0);
     }
 
@@ -323,9 +324,9 @@ private slots:
         m_item->recvSelectType(3, 30, 0);
         for (int i = 0; i < PhotoItem::kMaxPolyPoints - 1; ++i)
             m_item->recvLeftPressPoint(QPointF(30 + (i % 10) * 15, 30 + (i / 10) * 10));
-        QCOMPARE(m_item->m_polyCount, PhotoItem::kMaxPolyPoints - 1);
+        QCOMPARE(state(m_item).selection.m_polyCount, PhotoItem::kMaxPolyPoints - 1);
         m_item->recvLeftPressPoint(QPointF(190, 140));
-        QCOMPARE(m_item->m_polyCount, 0);
+        QCOMPARE(state(m_item).selection.m_polyCount, 0);
         QCOMPARE(m_item->getUndoStack()->count(), 1);
     }
 
@@ -333,9 +334,9 @@ private slots:
     {
         m_item->recvSelectType(3, 30, 0);
         m_item->recvLeftPressPoint(QPointF(0, 40));
-        m_item->m_rubberBand.release();
+        state(m_item).selection.m_rubberBand.release();
         m_item->recvLeftMoveNoPoint(QPointF(50, 50));
-        QVERIFY(m_item->m_rubberBand.empty());
+        QVERIFY(state(m_item).selection.m_rubberBand.empty());
     }
 
     // ------------------------------------------------------------ stamp region
@@ -348,17 +349,17 @@ private slots:
         for (QPoint p : {QPoint(20, 20), QPoint(120, 20), QPoint(120, 100), QPoint(21, 21)})
             click(p.x(), p.y());
         QCOMPARE(over.count(), 1);
-        QCOMPARE(int(m_item->m_stampRegionActive), 1);
-        QCOMPARE(m_item->m_strokeBaseRed.at<cv::Vec4b>(40, 100), cv::Vec4b(0, 0, 255, 0));
-        QCOMPARE(m_item->m_strokeBaseRed.at<cv::Vec4b>(20, 70), cv::Vec4b(0, 0, 255, 128));
-        QCOMPARE(m_item->m_strokeBaseRed.at<cv::Vec4b>(140, 10), cv::Vec4b(0, 0, 0, 0));
-        QCOMPARE(foreignLayerValues(m_item->m_strokeBaseRed), 0);
+        QCOMPARE(int(state(m_item).stamp.m_stampRegionActive), 1);
+        QCOMPARE(state(m_item).selection.m_strokeBaseRed.at<cv::Vec4b>(40, 100), cv::Vec4b(0, 0, 255, 0));
+        QCOMPARE(state(m_item).selection.m_strokeBaseRed.at<cv::Vec4b>(20, 70), cv::Vec4b(0, 0, 255, 128));
+        QCOMPARE(state(m_item).selection.m_strokeBaseRed.at<cv::Vec4b>(140, 10), cv::Vec4b(0, 0, 0, 0));
+        QCOMPARE(foreignLayerValues(state(m_item).selection.m_strokeBaseRed), 0);
         QCOMPARE(m_item->getUndoStack()->count(), 0);
         QCOMPARE(m_w->toolType(), Tool::Stamp);
         // A new region starts empty.
         ui->pushButton_stamp_1->click();
-        QCOMPARE(count(m_item->m_strokeBaseRed), 0);
-        QCOMPARE(int(m_item->m_stampRegionActive), 0);
+        QCOMPARE(count(state(m_item).selection.m_strokeBaseRed), 0);
+        QCOMPARE(int(state(m_item).stamp.m_stampRegionActive), 0);
     }
 
     // ------------------------------------------------------------ boxes
@@ -366,32 +367,32 @@ private slots:
     void strokeBoxGrowsWhenZoomedOut()
     {
         m_item->recvSelectType(4, 30, 0);
-        m_item->m_scale = 0.5; // r = 60
+        state(m_item).pointer.m_scale = 0.5; // r = 60
         m_item->recvLeftPressPoint(QPointF(100, 70));
-        QCOMPARE(m_item->m_strokeMinX, 40.0);
-        QCOMPARE(m_item->m_strokeMinY, 10.0);
-        QCOMPARE(m_item->m_strokeMaxX, 160.0);
-        QCOMPARE(m_item->m_strokeMaxY, 130.0);
+        QCOMPARE(state(m_item).selection.m_strokeMinX, 40.0);
+        QCOMPARE(state(m_item).selection.m_strokeMinY, 10.0);
+        QCOMPARE(state(m_item).selection.m_strokeMaxX, 160.0);
+        QCOMPARE(state(m_item).selection.m_strokeMaxY, 130.0);
         m_item->recvReleasePoint(QPointF(100, 70));
         const AddRedCommand *cmd = static_cast<const AddRedCommand *>(m_item->getUndoStack()->command(0));
         QCOMPARE(cmd->m_rect, cv::Rect(40, 10, 120, 120));
         QCOMPARE(cmd->m_redoImage.size(), cv::Size(120, 120));
-        QCOMPARE(m_item->m_strokeMaxX, -1.0); // reset after the entry
+        QCOMPARE(state(m_item).selection.m_strokeMaxX, -1.0); // reset after the entry
     }
 
     void boxesAtTheImageCorner()
     {
         m_item->recvSelectType(4, 30, 0);
         m_item->recvLeftPressPoint(QPointF(195, 148));
-        QCOMPARE(m_item->m_strokeMaxX, 200.0); // clamped
-        QCOMPARE(m_item->m_strokeMaxY, 150.0);
-        QCOMPARE(m_item->m_workMaxX, 225.0);   // not clamped, brush margin on the right only
-        QCOMPARE(m_item->m_workMaxY, 148.0);
-        QCOMPARE(m_item->m_workMinX, 195.0);
+        QCOMPARE(state(m_item).selection.m_strokeMaxX, 200.0); // clamped
+        QCOMPARE(state(m_item).selection.m_strokeMaxY, 150.0);
+        QCOMPARE(state(m_item).regions.m_workMaxX, 225.0);   // not clamped, brush margin on the right only
+        QCOMPARE(state(m_item).regions.m_workMaxY, 148.0);
+        QCOMPARE(state(m_item).regions.m_workMinX, 195.0);
         m_item->recvLeftPressPoint(QPointF(2, 3));
-        QCOMPARE(m_item->m_strokeMinX, 0.0);
-        QCOMPARE(m_item->m_strokeMinY, 0.0);
-        QCOMPARE(m_item->m_workMinX, 2.0);
+        QCOMPARE(state(m_item).selection.m_strokeMinX, 0.0);
+        QCOMPARE(state(m_item).selection.m_strokeMinY, 0.0);
+        QCOMPARE(state(m_item).regions.m_workMinX, 2.0);
     }
 
     void boxesCompareInSinglePrecision()
@@ -399,32 +400,32 @@ private slots:
         m_item->recvSelectType(4, 0, 0);
         m_item->extendStrokeBox(QPointF(100.3, 50.7));
         m_item->extendWorkBox(QPointF(100.3, 50.7));
-        QCOMPARE(m_item->m_strokeMinX, double(100.3f));
-        QCOMPARE(m_item->m_strokeMaxY, double(50.7f));
-        QCOMPARE(m_item->m_workMinX, double(100.3f));
-        QVERIFY(m_item->m_strokeMinX != 100.3);
-        m_item->m_strokeMinX = 10.7;
-        m_item->m_strokeMinY = 20.2;
-        m_item->m_strokeMaxX = 30.9;
-        m_item->m_strokeMaxY = 25.1;
+        QCOMPARE(state(m_item).selection.m_strokeMinX, double(100.3f));
+        QCOMPARE(state(m_item).selection.m_strokeMaxY, double(50.7f));
+        QCOMPARE(state(m_item).regions.m_workMinX, double(100.3f));
+        QVERIFY(state(m_item).selection.m_strokeMinX != 100.3);
+        state(m_item).selection.m_strokeMinX = 10.7;
+        state(m_item).selection.m_strokeMinY = 20.2;
+        state(m_item).selection.m_strokeMaxX = 30.9;
+        state(m_item).selection.m_strokeMaxY = 25.1;
         QCOMPARE(m_item->strokeBoxRect(), cv::Rect(10, 20, 20, 5));
-        m_item->m_workMinX = 50;
-        m_item->m_workMaxX = 40; // reversed corners give a positive size
-        m_item->m_workMinY = 5;
-        m_item->m_workMaxY = 9;
+        state(m_item).regions.m_workMinX = 50;
+        state(m_item).regions.m_workMaxX = 40; // reversed corners give a positive size
+        state(m_item).regions.m_workMinY = 5;
+        state(m_item).regions.m_workMaxY = 9;
         QCOMPARE(m_item->workBoxRect(), cv::Rect(40, 5, 10, 4));
     }
 
     void selectionBoundsAreOneShort()
     {
         QCOMPARE(m_item->selectionBounds(), cv::Rect(200, 150, -200, -150));
-        m_item->m_inpaintMask.at<cv::Vec4b>(40, 30) = cv::Vec4b(0, 0, 255, 128);
+        state(m_item).selection.m_inpaintMask.at<cv::Vec4b>(40, 30) = cv::Vec4b(0, 0, 255, 128);
         QCOMPARE(m_item->selectionBounds(), cv::Rect(30, 40, 0, 0));
         // A one-pixel selection is no selection for the piece tools.
         m_item->recvSelectType(12, 30, 0);
         m_item->recvLeftPressPoint(QPointF(30, 40));
-        QCOMPARE(int(m_item->m_grabbed), 0);
-        m_item->m_inpaintMask.at<cv::Vec4b>(45, 60) = cv::Vec4b(0, 0, 255, 128);
+        QCOMPARE(int(state(m_item).clone.m_grabbed), 0);
+        state(m_item).selection.m_inpaintMask.at<cv::Vec4b>(45, 60) = cv::Vec4b(0, 0, 255, 128);
         QCOMPARE(m_item->selectionBounds(), cv::Rect(30, 40, 30, 5));
         m_item->clearInpaintMask();
     }
@@ -436,7 +437,7 @@ private slots:
         m_item->getUndoStack()->undo();
         const cv::Rect r = m_item->selectionBounds();
         QVERIFY(r.width < 1 && r.height < 1);
-        QVERIFY(m_item->m_workMaxX >= 0.0);
+        QVERIFY(state(m_item).regions.m_workMaxX >= 0.0);
     }
 
     void layerViewsChooseWhatShows()
@@ -451,10 +452,10 @@ private slots:
         m_item->recvRedRoi();
         QVERIFY(ui->widget_front->isVisible());
         QVERIFY(ui->widget_front_green->isHidden());
-        QCOMPARE(ui->widget_front->overlayImage().constBits(), m_item->m_inpaintMask.data);
+        QCOMPARE(ui->widget_front->overlayImage().constBits(), state(m_item).selection.m_inpaintMask.data);
         QVERIFY(ui->widget_mid->overlayImage().isNull());
         // A file that has gone shows nothing, and nothing breaks.
-        m_item->m_filePath = m_dir.path() + "/gone.png";
+        state(m_item).output.m_filePath = m_dir.path() + "/gone.png";
         m_item->recvSrcRoi();
         QVERIFY(ui->widget_mid->overlayImage().isNull());
     }
@@ -464,32 +465,32 @@ private slots:
     void undoOfACommandDoesNotBringBackTheSelection()
     {
         stroke({QPoint(50, 50), QPoint(80, 60)});
-        const cv::Mat selection = m_item->m_inpaintMask.clone();
-        const cv::Mat imageBefore = m_item->m_image.clone();
+        const cv::Mat selection = state(m_item).selection.m_inpaintMask.clone();
+        const cv::Mat imageBefore = state(m_item).m_image.clone();
         // An image change over a region, as a job or a stamp stroke pushes it.
         const cv::Rect rect(40, 40, 50, 30);
-        cv::Mat before = m_item->m_image(rect).clone();
-        m_item->m_image(rect).setTo(cv::Scalar(1, 2, 3));
-        m_item->m_saved = 1;
-        m_item->getUndoStack()->push(new Command(m_item->m_image(rect), before, QPointF(40, 40), QPointF(90, 70),
+        cv::Mat before = state(m_item).m_image(rect).clone();
+        state(m_item).m_image(rect).setTo(cv::Scalar(1, 2, 3));
+        state(m_item).output.m_saved = 1;
+        m_item->getUndoStack()->push(new Command(state(m_item).m_image(rect), before, QPointF(40, 40), QPointF(90, 70),
                                                  "Erase", m_item, rect));
-        QCOMPARE(count(m_item->m_inpaintMask), 0); // the push ran redo: selections cleared
-        QCOMPARE(m_item->m_workMaxX, -1.0);
-        QCOMPARE(int(m_item->m_saved), 0);
-        m_item->m_saved = 1;
+        QCOMPARE(count(state(m_item).selection.m_inpaintMask), 0); // the push ran redo: selections cleared
+        QCOMPARE(state(m_item).regions.m_workMaxX, -1.0);
+        QCOMPARE(int(state(m_item).output.m_saved), 0);
+        state(m_item).output.m_saved = 1;
         m_item->getUndoStack()->undo();
-        QVERIFY(same(m_item->m_image, imageBefore));
-        QCOMPARE(count(m_item->m_inpaintMask), 0);
-        QCOMPARE(int(m_item->m_saved), 1); // undo does not make the photo unsaved
-        QCOMPARE(m_item->m_workMinX, 40.0);  // the work box comes back from the entry
-        QCOMPARE(m_item->m_workMaxY, 70.0);
+        QVERIFY(same(state(m_item).m_image, imageBefore));
+        QCOMPARE(count(state(m_item).selection.m_inpaintMask), 0);
+        QCOMPARE(int(state(m_item).output.m_saved), 1); // undo does not make the photo unsaved
+        QCOMPARE(state(m_item).regions.m_workMinX, 40.0);  // the work box comes back from the entry
+        QCOMPARE(state(m_item).regions.m_workMaxY, 70.0);
         // The stroke below brings the selection back.
         m_item->getUndoStack()->undo();
         m_item->getUndoStack()->redo();
-        QVERIFY(same(m_item->m_inpaintMask, selection));
+        QVERIFY(same(state(m_item).selection.m_inpaintMask, selection));
         m_item->getUndoStack()->redo();
-        QVERIFY(same(m_item->m_image(rect).clone(), cv::Mat(rect.size(), CV_8UC3, cv::Scalar(1, 2, 3))));
-        QCOMPARE(int(m_item->m_saved), 0); // redo does
+        QVERIFY(same(state(m_item).m_image(rect).clone(), cv::Mat(rect.size(), CV_8UC3, cv::Scalar(1, 2, 3))));
+        QCOMPARE(int(state(m_item).output.m_saved), 0); // redo does
     }
 
     void entriesHoldDeepCopies()
@@ -497,10 +498,10 @@ private slots:
         stroke({QPoint(50, 50), QPoint(80, 60)});
         const AddRedCommand *cmd = static_cast<const AddRedCommand *>(m_item->getUndoStack()->command(0));
         const cv::Mat redo = cmd->m_redoImage.clone();
-        m_item->m_inpaintMask.setTo(0);
+        state(m_item).selection.m_inpaintMask.setTo(0);
         QVERIFY(same(cmd->m_redoImage, redo));
-        QVERIFY(cmd->m_redoImage.data < m_item->m_inpaintMask.data
-                || cmd->m_redoImage.data >= m_item->m_inpaintMask.dataend);
+        QVERIFY(cmd->m_redoImage.data < state(m_item).selection.m_inpaintMask.data
+                || cmd->m_redoImage.data >= state(m_item).selection.m_inpaintMask.dataend);
     }
 
     void indexIsClampedByTheStack()
@@ -523,35 +524,35 @@ private slots:
         ui->pushButton_clone->click();
         CustomWidget *c = top();
         QTest::mousePress(c, Qt::LeftButton, Qt::NoModifier, QPoint(50, 50));
-        QCOMPARE(int(m_item->m_grabbed), 1);
-        QCOMPARE(m_item->m_dragOriginX, 40);
+        QCOMPARE(int(state(m_item).clone.m_grabbed), 1);
+        QCOMPARE(state(m_item).clone.m_dragOriginX, 40);
         QMouseEvent drag(QEvent::MouseMove, QPointF(120, 100), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(c, &drag);
         QTest::mouseRelease(c, Qt::LeftButton, Qt::NoModifier, QPoint(120, 100));
-        QCOMPARE(m_item->m_moveX, 110);
-        QCOMPARE(m_item->m_moveY, 90);
+        QCOMPARE(state(m_item).clone.m_moveX, 110);
+        QCOMPARE(state(m_item).clone.m_moveY, 90);
         QCOMPARE(ui->widget_front_green->paintMode, 2);
         QVERIFY(ui->widget_front_green->isVisible());
         // The piece: the photo's pixels, opaque where selected.
-        const cv::Vec4b p = m_item->m_inpaintMaskBK.at<cv::Vec4b>(5, 5);
-        const cv::Vec3b src = m_item->m_image.at<cv::Vec3b>(45, 45);
+        const cv::Vec4b p = state(m_item).selection.m_inpaintMaskBK.at<cv::Vec4b>(5, 5);
+        const cv::Vec3b src = state(m_item).m_image.at<cv::Vec3b>(45, 45);
         QCOMPARE(p, cv::Vec4b(src[0], src[1], src[2], 255));
         // Corner handle: proportional, the smaller travel decides.
         m_item->recvLeftMoveChangePoint(QPointF(0, 0), 10, 5, 1);
-        QCOMPARE(m_item->m_cloneGrowX, 5);
-        QCOMPARE(m_item->m_cloneGrowY, 5);
+        QCOMPARE(state(m_item).clone.m_cloneGrowX, 5);
+        QCOMPARE(state(m_item).clone.m_cloneGrowY, 5);
         const cv::Mat piece = m_item->buildMovedPiece(5, 5);
         QCOMPARE(piece.size(), cv::Size(25, 25));
         // Side handle, too large for the image: ignored.
         m_item->recvLeftMoveChangePoint(QPointF(0, 0), 500, 0, 0);
-        QCOMPARE(m_item->m_cloneGrowX, 5);
+        QCOMPARE(state(m_item).clone.m_cloneGrowX, 5);
         // The piece keeps at least one pixel.
         m_item->recvLeftMoveChangePoint(QPointF(0, 0), -20, 0, 0);
-        QCOMPARE(m_item->m_cloneGrowX, 5);
+        QCOMPARE(state(m_item).clone.m_cloneGrowX, 5);
         m_item->recvLeftMoveChangePoint(QPointF(0, 0), -19, 0, 0);
-        QCOMPARE(m_item->m_cloneGrowX, -19);
+        QCOMPARE(state(m_item).clone.m_cloneGrowX, -19);
         m_item->recvReleasePoint(QPointF(120, 100));
-        QCOMPARE(m_item->m_cloneGrowBaseX, -19);
+        QCOMPARE(state(m_item).clone.m_cloneGrowBaseX, -19);
     }
 
     void handlesOfTheDrawnPieceDriveTheResize()
@@ -575,8 +576,8 @@ private slots:
         QCOMPARE(change.count(), 1);
         QCOMPARE(change.at(0).at(3).toInt(), 1);
         QTest::mouseRelease(c, Qt::LeftButton, Qt::NoModifier, corner + QPoint(8, 8));
-        QCOMPARE(m_item->m_cloneGrowX, 8);
-        QCOMPARE(m_item->m_cloneGrowY, 8);
+        QCOMPARE(state(m_item).clone.m_cloneGrowX, 8);
+        QCOMPARE(state(m_item).clone.m_cloneGrowY, 8);
     }
 
     void pieceDragOfTheCloneJob()
@@ -584,18 +585,18 @@ private slots:
         ui->pushButton_rect->click();
         stroke({QPoint(40, 40), QPoint(60, 60)});
         emit m_w->sendCloneCommand();
-        QCOMPARE(m_item->m_tool, Tool::PieceDrag);
+        QCOMPARE(state(m_item).pointer.m_tool, Tool::PieceDrag);
         m_item->recvLeftPressPoint(QPointF(50, 50));
-        QCOMPARE(int(m_item->m_grabbed), 1);
-        QCOMPARE(m_item->m_dragPressX, 50);
+        QCOMPARE(int(state(m_item).clone.m_grabbed), 1);
+        QCOMPARE(state(m_item).clone.m_dragPressX, 50);
         m_item->recvLeftMovePoint(QPointF(130, 60));
-        QCOMPARE(m_item->m_moveX, 120);
-        QCOMPARE(m_item->m_moveY, 50);
-        QCOMPARE(m_item->m_clonePreview.at<cv::Vec3b>(50 + 5, 120 + 5), m_item->m_image.at<cv::Vec3b>(45, 45));
-        QCOMPARE(m_item->m_clonePreview.at<cv::Vec3b>(10, 10), m_item->m_image.at<cv::Vec3b>(10, 10));
+        QCOMPARE(state(m_item).clone.m_moveX, 120);
+        QCOMPARE(state(m_item).clone.m_moveY, 50);
+        QCOMPARE(state(m_item).clone.m_clonePreview.at<cv::Vec3b>(50 + 5, 120 + 5), state(m_item).m_image.at<cv::Vec3b>(45, 45));
+        QCOMPARE(state(m_item).clone.m_clonePreview.at<cv::Vec3b>(10, 10), state(m_item).m_image.at<cv::Vec3b>(10, 10));
         m_item->recvLeftMovePoint(QPointF(1000, -50)); // clamped inside the image
-        QCOMPARE(m_item->m_moveX, 200 - 20);
-        QCOMPARE(m_item->m_moveY, 0);
+        QCOMPARE(state(m_item).clone.m_moveX, 200 - 20);
+        QCOMPARE(state(m_item).clone.m_moveY, 0);
         QCOMPARE(ui->widget_mid->pixmap().size(), QSize(200, 150));
     }
 
@@ -603,16 +604,70 @@ private slots:
     {
         ui->pushButton_clone->click();
         stroke({QPoint(50, 50), QPoint(80, 60)});
-        QCOMPARE(int(m_item->m_grabbed), 0);
+        QCOMPARE(int(state(m_item).clone.m_grabbed), 0);
         QVERIFY(m_item->buildMovedPiece(0, 0).empty());
         m_item->recvLeftMoveChangePoint(QPointF(0, 0), 5, 5, 1);
-        QCOMPARE(m_item->m_cloneGrowX, 0);
+        QCOMPARE(state(m_item).clone.m_cloneGrowX, 0);
         // A selection one pixel thin cannot be scaled by a handle.
-        m_item->m_inpaintMask(cv::Rect(30, 30, 1, 20)).setTo(cv::Scalar(0, 0, 255, 128));
+        state(m_item).selection.m_inpaintMask(cv::Rect(30, 30, 1, 20)).setTo(cv::Scalar(0, 0, 255, 128));
         m_item->recvLeftMoveChangePoint(QPointF(0, 0), 5, 5, 1);
-        QCOMPARE(m_item->m_cloneGrowX, 0);
+        QCOMPARE(state(m_item).clone.m_cloneGrowX, 0);
         QVERIFY(m_item->buildMovedPiece(0, 0).empty());
         m_item->clearInpaintMask();
+    }
+
+    // The hand, no tool yet, and numbers that name no tool: the photo only
+    // keeps its boxes; no layer, pixel or history entry changes, whatever
+    // the pointer does.
+    void toolsWithoutPixelsLeaveThePhotoAlone()
+    {
+        const cv::Mat image = state(m_item).m_image.clone();
+        for (const int code : {toolCode(Tool::None), toolCode(Tool::MoveView), 6, 99}) {
+            m_item->recvSelectType(code, 30, colourCode(Colour::Mask));
+            m_item->recvLeftPressPoint(QPointF(20, 20));
+            m_item->recvLeftMovePoint(QPointF(60, 40));
+            m_item->recvLeftMoveNoPoint(QPointF(60, 40));
+            m_item->recvLeftMoveChangePoint(QPointF(60, 40), 5, 5, 1);
+            m_item->recvReleasePoint(QPointF(60, 40));
+            m_item->recvDoublePress();
+            m_item->recvLeftALTPressPoint(QPointF(30, 30));
+            QCOMPARE(count(state(m_item).selection.m_inpaintMask), 0);
+            QCOMPARE(count(state(m_item).selection.m_inpaintMaskBK), 0);
+            QCOMPARE(count(state(m_item).selection.m_strokeBaseRed), 0);
+            QCOMPARE(m_item->getUndoStack()->count(), 0);
+            QCOMPARE(state(m_item).clone.m_cloneGrowX, 0);
+            QCOMPARE(int(state(m_item).clone.m_grabbed), 0);
+            QCOMPARE(state(m_item).stamp.m_stampStrokeIndex, -1);
+            QVERIFY(same(state(m_item).m_image, image));
+            QCOMPARE(state(m_item).pointer.m_curPos, QPointF(60, 40));
+        }
+        const cv::Rect box = m_item->workBoxRect();
+        QCOMPARE(box.tl(), cv::Point(20, 20));
+        QVERIFY(box.br().x >= 60 && box.br().y >= 40);
+    }
+
+    // An event reaches only the tool in the hand: the polygon's double
+    // click under the brush, the stamp's Alt-click under the lasso do nothing.
+    void eventsOfOtherToolsAreIgnored()
+    {
+        ui->pushButton_poly->click();
+        click(20, 20);
+        click(80, 20);
+        click(80, 80);
+        QCOMPARE(state(m_item).selection.m_polyCount, 3);
+        ui->pushButton_penplus->click();
+        m_item->recvDoublePress();
+        QCOMPARE(m_item->getUndoStack()->count(), 0);
+        QCOMPARE(state(m_item).selection.m_polyCount, 3);
+        ui->pushButton_noose->click();
+        m_item->recvLeftALTPressPoint(QPointF(30, 30));
+        QCOMPARE(int(state(m_item).stamp.m_stampSourceMissing), 1);
+        QCOMPARE(state(m_item).stamp.m_stampStrokeIndex, -1);
+        ui->pushButton_poly->click();
+        m_item->recvDoublePress();
+        QCOMPARE(m_item->getUndoStack()->count(), 1);
+        QCOMPARE(topText(), QString("Red Polygon Selection Brush"));
+        QVERIFY(selected(state(m_item).selection.m_inpaintMask, 60, 40));
     }
 };
 

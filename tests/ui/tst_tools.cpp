@@ -16,6 +16,7 @@
 #include "mainwindow.h"
 #include "jobdialog.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "testutil.h"
 #include "ui_mainwindow.h"
 
@@ -87,7 +88,7 @@ private slots:
         for (const Case &c : cases) {
             c.button->click();
             QCOMPARE(toolCode(m_w->toolType()), c.code);
-            QCOMPARE(toolCode(item->m_tool), c.code);
+            QCOMPARE(toolCode(state(item).pointer.m_tool), c.code);
             QCOMPARE(toolCode(ui->widget_front->tool()), c.code);
             QVERIFY(looksSelected(c.button));
             QCOMPARE(!ui->verticalSlider->isHidden(), c.size);
@@ -162,26 +163,26 @@ private slots:
         QCOMPARE(ui->verticalSlider->value(), 63);
         QVERIFY(spy.count() >= 1);
         QCOMPARE(spy.last().at(1).toInt(), 63);
-        QCOMPARE(m_w->photoItems().last()->m_brushSize, 63);
+        QCOMPARE(state(m_w->photoItems().last()).pointer.m_brushSize, 63);
     }
 
     void stampToolWipesTheSelectionWithoutUndo()
     {
         PhotoItem *item = openPhoto();
         drag(QPoint(20, 20), QPoint(80, 60));
-        QVERIFY(cv::countNonZero(item->m_inpaintMask.reshape(1)) > 0);
+        QVERIFY(cv::countNonZero(state(item).selection.m_inpaintMask.reshape(1)) > 0);
         ui->pushButton_green->click();
         drag(QPoint(120, 20), QPoint(160, 60));
-        QVERIFY(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)) > 0);
+        QVERIFY(cv::countNonZero(state(item).selection.m_inpaintMaskBK.reshape(1)) > 0);
         const int entries = item->getUndoStack()->count();
         QCOMPARE(entries, 2);
-        item->m_polyCount = 2;
+        state(item).selection.m_polyCount = 2;
         ui->pushButton_stamp->click();
-        QCOMPARE(cv::countNonZero(item->m_inpaintMask.reshape(1)), 0);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
-        QCOMPARE(item->m_polyCount, 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMask.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMaskBK.reshape(1)), 0);
+        QCOMPARE(state(item).selection.m_polyCount, 0);
         QCOMPARE(item->getUndoStack()->count(), entries);
-        QCOMPARE(ui->widget_front->overlayImage().constBits(), item->m_inpaintMask.data);
+        QCOMPARE(ui->widget_front->overlayImage().constBits(), state(item).selection.m_inpaintMask.data);
     }
 
     void stampSubModesStayLitUntilARegionIsFinished()
@@ -192,7 +193,7 @@ private slots:
         QCOMPARE(m_w->toolType(), Tool::StampRegionLasso);
         ui->pushButton_stamp_2->click();
         QCOMPARE(m_w->toolType(), Tool::StampRegionPolygon);
-        QCOMPARE(item->m_tool, Tool::StampRegionPolygon);
+        QCOMPARE(state(item).pointer.m_tool, Tool::StampRegionPolygon);
         QVERIFY(looksSelected(ui->pushButton_stamp_1));
         QVERIFY(looksSelected(ui->pushButton_stamp_2));
         ui->pushButton_rect->click(); // a reset keeps their look
@@ -208,8 +209,8 @@ private slots:
         }
         QTest::mouseRelease(c, Qt::LeftButton, Qt::NoModifier, QPoint(20, 100));
         QCOMPARE(m_w->toolType(), Tool::Stamp);
-        QCOMPARE(item->m_tool, Tool::Stamp);
-        QCOMPARE(int(item->m_stampRegionActive), 1);
+        QCOMPARE(state(item).pointer.m_tool, Tool::Stamp);
+        QCOMPARE(int(state(item).stamp.m_stampRegionActive), 1);
         QVERIFY(!looksSelected(ui->pushButton_stamp_1));
         QVERIFY(!looksSelected(ui->pushButton_stamp_2));
         QVERIFY(looksSelected(ui->pushButton_stamp));
@@ -235,7 +236,7 @@ private slots:
         connect(m_w, &MainWindow::getRedRoi, this, [&] { order << "red"; });
         ui->pushButton_green->click();
         QCOMPARE(m_w->colorType(), Colour::Donor);
-        QCOMPARE(item->m_colorType, Colour::Donor);
+        QCOMPARE(state(item).pointer.m_colorType, Colour::Donor);
         QVERIFY(looksSelected(ui->pushButton_green));
         QVERIFY(!looksSelected(ui->pushButton_red));
         QVERIFY(ui->widget_front_green->isVisible());
@@ -270,8 +271,8 @@ private slots:
         ui->horizontalSlider_2->setValue(25);
         QCOMPARE(ui->label_stamp_2->text(), QString("40%"));
         QCOMPARE(ui->label_stamp_4->text(), QString("25%"));
-        QCOMPARE(item->m_stampHardness, 0.4f);
-        QCOMPARE(item->m_stampOpacity, 0.25f);
+        QCOMPARE(state(item).stamp.m_stampHardness, 0.4f);
+        QCOMPARE(state(item).stamp.m_stampOpacity, 0.25f);
     }
 
     void undoButtonsStayInsideTheStack()
@@ -291,7 +292,7 @@ private slots:
         ui->pushButton_undo->click();
         ui->pushButton_undo->click();
         QCOMPARE(stack->index(), 0);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMask.reshape(1)), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMask.reshape(1)), 0);
         ui->pushButton_redo->click();
         QCOMPARE(stack->index(), 1);
         QCOMPARE(ui->pushButton_his->undoView()->model()->rowCount(), 3);

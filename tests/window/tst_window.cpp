@@ -18,6 +18,7 @@
 #include "globals.h"
 #include "mainwindow.h"
 #include "photoitem.h"
+#include "photoitemstate.h"
 #include "qwidgetbutton.h"
 #include "removedialog.h"
 #include "skin.h"
@@ -151,7 +152,7 @@ private slots:
     void closingStopsAtTheFirstCancel()
     {
         for (int i = 0; i < 3; ++i)
-            openPhoto(QString("c%1.png").arg(i), i)->m_saved = 0;
+            state(openPhoto(QString("c%1.png").arg(i), i)).output.m_saved = 0;
         // Row 2 is current: it is asked first. No, then Cancel.
         ModalAnswers answers;
         QStringList texts;
@@ -162,8 +163,8 @@ private slots:
         QCOMPARE(texts, QStringList({"Save changes to \"c2.png\" before closing?",
                                      "Save changes to \"c1.png\" before closing?"}));
         QCOMPARE(m_w->photoItems().size(), 2);
-        QCOMPARE(m_w->photoItems().at(0)->m_fileName, QString("c0.png"));
-        QCOMPARE(m_w->photoItems().at(1)->m_fileName, QString("c1.png"));
+        QCOMPARE(state(m_w->photoItems().at(0)).output.m_fileName, QString("c0.png"));
+        QCOMPARE(state(m_w->photoItems().at(1)).output.m_fileName, QString("c1.png"));
         QVERIFY(m_w->isVisible());
         // Answering No to the rest closes the window.
         answers.then(ModalAnswers::question(QDialog::Rejected));
@@ -190,14 +191,14 @@ private slots:
         // Undo does not take it back; a save does.
         PhotoItem *item = openPhoto("ask.png");
         pushEntry(item, "Brush");
-        QCOMPARE(item->m_saved, quint8(1));
+        QCOMPARE(state(item).output.m_saved, quint8(1));
         const cv::Rect r(0, 0, 4, 4);
         cv::Mat after(4, 4, CV_8UC3, cv::Scalar(1, 2, 3));
         const cv::Mat before = item->getImage()(r).clone();
         item->getUndoStack()->push(new Command(after, before, QPointF(0, 0), QPointF(4, 4), "Erase", item, r));
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
         m_w->on_pushButton_undo_clicked();
-        QCOMPARE(item->m_saved, quint8(0));
+        QCOMPARE(state(item).output.m_saved, quint8(0));
         ModalAnswers answers;
         QStringList texts;
         answers.then(ModalAnswers::question(RemoveDialog::Cancelled, &texts));
@@ -207,7 +208,7 @@ private slots:
         QTemporaryDir out;
         answers.then(ModalAnswers::files({out.path() + "/ask_Copy.png"}));
         ui->pushButton_save->click();
-        QCOMPARE(item->m_saved, quint8(1));
+        QCOMPARE(state(item).output.m_saved, quint8(1));
         ui->pushButton_close->click();
         QCOMPARE(answers.answered(), 2);
         QVERIFY(!m_w->isVisible());
@@ -276,13 +277,13 @@ private slots:
         m_w->findChild<QPushButton *>(button)->click();
         QCOMPARE(toolCode(m_w->toolType()), code);
         // A selection made after entering the stamp must survive the restore.
-        item->m_inpaintMask.at<cv::Vec4b>(5, 5) = cv::Vec4b(0, 0, 255, 128);
+        state(item).selection.m_inpaintMask.at<cv::Vec4b>(5, 5) = cv::Vec4b(0, 0, 255, 128);
 
         press(Qt::Key_Space);
         QVERIFY(m_w->spaceHeld());
         QCOMPARE(toolCode(m_w->prevTool()), code);
         QCOMPARE(m_w->toolType(), Tool::MoveView);
-        QCOMPARE(item->m_tool, Tool::MoveView);
+        QCOMPARE(state(item).pointer.m_tool, Tool::MoveView);
         // A second, auto-repeated press changes nothing.
         sendKey(QEvent::KeyPress, Qt::Key_Space, true);
         QCOMPARE(toolCode(m_w->prevTool()), code);
@@ -294,7 +295,7 @@ private slots:
         release(Qt::Key_Space);
         QVERIFY(!m_w->spaceHeld());
         QCOMPARE(toolCode(m_w->toolType()), code);
-        QCOMPARE(toolCode(item->m_tool), code);
+        QCOMPARE(toolCode(state(item).pointer.m_tool), code);
         QCOMPARE(types.size(), 1);
         QCOMPARE(types.at(0).at(0).toInt(), code);
         const bool sized = code == 4 || code == 5 || code == 8 || code == 12;
@@ -303,7 +304,7 @@ private slots:
         // Unlike a click, the colour buttons stay and the selection stays.
         QVERIFY(!ui->pushButton_red->isHidden());
         QVERIFY(!ui->pushButton_green->isHidden());
-        QCOMPARE(item->m_inpaintMask.at<cv::Vec4b>(5, 5), cv::Vec4b(0, 0, 255, 128));
+        QCOMPARE(state(item).selection.m_inpaintMask.at<cv::Vec4b>(5, 5), cv::Vec4b(0, 0, 255, 128));
     }
 
     void spaceDropsTheStampSubModes_data()
@@ -327,7 +328,7 @@ private slots:
         release(Qt::Key_Space);
         // The field says the sub-mode, the photo stays on the move tool.
         QCOMPARE(toolCode(m_w->toolType()), code);
-        QCOMPARE(item->m_tool, Tool::MoveView);
+        QCOMPARE(state(item).pointer.m_tool, Tool::MoveView);
         QCOMPARE(types.size(), 0);
     }
 
@@ -369,32 +370,32 @@ private slots:
         PhotoItem *item = openPhoto("esc.png");
         const cv::Vec4b red(0, 0, 255, 128), green(0, 255, 0, 128);
         auto arm = [&] {
-            item->m_polyCount = 3;
-            item->m_stampRegionActive = 1;
-            item->m_strokeBaseRed.setTo(cv::Scalar(0, 0, 255, 128));
-            item->m_inpaintMask.at<cv::Vec4b>(1, 1) = red;
-            item->m_inpaintMaskBK.at<cv::Vec4b>(2, 2) = green;
-            item->m_cloneGrowX = item->m_cloneGrowY = item->m_cloneGrowBaseX = item->m_cloneGrowBaseY = 7;
+            state(item).selection.m_polyCount = 3;
+            state(item).stamp.m_stampRegionActive = 1;
+            state(item).selection.m_strokeBaseRed.setTo(cv::Scalar(0, 0, 255, 128));
+            state(item).selection.m_inpaintMask.at<cv::Vec4b>(1, 1) = red;
+            state(item).selection.m_inpaintMaskBK.at<cv::Vec4b>(2, 2) = green;
+            state(item).clone.m_cloneGrowX = state(item).clone.m_cloneGrowY = state(item).clone.m_cloneGrowBaseX = state(item).clone.m_cloneGrowBaseY = 7;
         };
         arm();
         press(Qt::Key_Escape);
-        QCOMPARE(item->m_polyCount, 0);
-        QCOMPARE(int(item->m_stampRegionActive), 0);
-        QCOMPARE(cv::countNonZero(item->m_strokeBaseRed.reshape(1)), 0);
+        QCOMPARE(state(item).selection.m_polyCount, 0);
+        QCOMPARE(int(state(item).stamp.m_stampRegionActive), 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_strokeBaseRed.reshape(1)), 0);
         // Outside the smart clone both selections and the handles stay.
-        QCOMPARE(item->m_inpaintMask.at<cv::Vec4b>(1, 1), red);
-        QCOMPARE(item->m_inpaintMaskBK.at<cv::Vec4b>(2, 2), green);
-        QCOMPARE(item->m_cloneGrowX, 7);
+        QCOMPARE(state(item).selection.m_inpaintMask.at<cv::Vec4b>(1, 1), red);
+        QCOMPARE(state(item).selection.m_inpaintMaskBK.at<cv::Vec4b>(2, 2), green);
+        QCOMPARE(state(item).clone.m_cloneGrowX, 7);
 
         ui->pushButton_clone->click();
         arm();
         press(Qt::Key_Escape);
-        QCOMPARE(cv::countNonZero(item->m_inpaintMaskBK.reshape(1)), 0);
-        QCOMPARE(item->m_inpaintMask.at<cv::Vec4b>(1, 1), red);
-        QCOMPARE(item->m_cloneGrowX, 0);
-        QCOMPARE(item->m_cloneGrowY, 0);
-        QCOMPARE(item->m_cloneGrowBaseX, 0);
-        QCOMPARE(item->m_cloneGrowBaseY, 0);
+        QCOMPARE(cv::countNonZero(state(item).selection.m_inpaintMaskBK.reshape(1)), 0);
+        QCOMPARE(state(item).selection.m_inpaintMask.at<cv::Vec4b>(1, 1), red);
+        QCOMPARE(state(item).clone.m_cloneGrowX, 0);
+        QCOMPARE(state(item).clone.m_cloneGrowY, 0);
+        QCOMPARE(state(item).clone.m_cloneGrowBaseX, 0);
+        QCOMPARE(state(item).clone.m_cloneGrowBaseY, 0);
     }
 
     void escapeWithNoPhotoDoesNothing()
@@ -422,10 +423,10 @@ private slots:
         m_w->on_pushButton_undo_clicked();
         m_w->on_pushButton_undo_clicked();
         QCOMPARE(stack->index(), 0);
-        QCOMPARE(item->m_inpaintMask.at<cv::Vec4b>(0, 0), cv::Vec4b(0, 0, 0, 0));
+        QCOMPARE(state(item).selection.m_inpaintMask.at<cv::Vec4b>(0, 0), cv::Vec4b(0, 0, 0, 0));
         m_w->on_pushButton_redo_clicked();
         QCOMPARE(stack->index(), 1);
-        QCOMPARE(item->m_inpaintMask.at<cv::Vec4b>(0, 0), cv::Vec4b(0, 0, 255, 128));
+        QCOMPARE(state(item).selection.m_inpaintMask.at<cv::Vec4b>(0, 0), cv::Vec4b(0, 0, 255, 128));
     }
 
     void undoActsOnTheCurrentPhotoOnly()

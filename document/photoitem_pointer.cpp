@@ -1,0 +1,62 @@
+// The pointer, in image coordinates, reaches the photo here: what every tool
+// shares is done once, the rest goes to the unit of the current tool
+// (pointertool.h).
+#include "photoitem.h"
+#include "pointertool.h"
+
+const PointerTool &PhotoItem::currentTool() const { return pointerTool(m_pointer.m_tool); }
+
+void PhotoItem::recvSelectType(int type, int size, int colorType)
+{
+    m_pointer.m_tool = toolFromCode(type);
+    m_pointer.m_brushSize = size;
+    m_pointer.m_colorType = colourFromCode(colorType);
+    currentTool().chosen(*this);
+}
+
+void PhotoItem::recvLeftPressPoint(QPointF pos)
+{
+    m_pointer.m_pressPos = pos;
+    currentTool().press(*this, pos);
+}
+
+void PhotoItem::recvLeftMovePoint(QPointF pos)
+{
+    extendWorkBox(pos);
+    extendStrokeBox(pos);
+    currentTool().drag(*this, pos);
+}
+
+void PhotoItem::recvLeftMoveNoPoint(QPointF pos)
+{
+    m_pointer.m_prevPos = m_pointer.m_curPos;
+    m_pointer.m_curPos = pos;
+    currentTool().hover(*this, pos);
+}
+
+void PhotoItem::recvReleasePoint(QPointF pos)
+{
+    // The piece's size so far is where the next handle drag starts from.
+    m_clone.m_cloneGrowBaseX = m_clone.m_cloneGrowX;
+    m_clone.m_cloneGrowBaseY = m_clone.m_cloneGrowY;
+    extendStrokeBox(pos);
+    currentTool().release(*this, pos);
+    m_selection.m_lassoCount = 0;
+}
+
+void PhotoItem::recvDoublePress() { currentTool().doubleClick(*this); }
+
+void PhotoItem::recvLeftMoveChangePoint(QPointF pos, int x, int y, int type)
+{
+    Q_UNUSED(pos);
+    currentTool().resize(*this, x, y, type != 0);
+}
+
+void PhotoItem::recvLeftALTPressPoint(QPointF pos) { currentTool().pickSource(*this, pos); }
+
+void PhotoItem::dropSelectionUnderWay(bool smartClone)
+{
+    // The window knows whether the smart clone is the tool in the hand.
+    (smartClone ? pointerTool(Tool::SmartClone) : currentTool()).cancel(*this);
+    showOnCanvas();
+}
