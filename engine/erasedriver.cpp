@@ -32,6 +32,35 @@ void restoreUnmarkedPixels(const cv::Mat &input, const cv::Mat &levelMask, cv::M
     }
 }
 
+// The full-size level's masks from the job's byte maps: the hole (of a
+// plain erase: erase map > 0; of a donor erase: hole map >= 1) and, for a
+// donor erase, the donor area (donor map > 0), as 255 in the first channel
+// of the zeroed CV_8UC3 masks.
+void markBaseLevel(const unsigned char *holeMarks, bool donorErase, const unsigned char *donorMarks,
+                   cv::Mat &holeMask, cv::Mat *donorMask)
+{
+    const int rows = holeMask.rows, cols = holeMask.cols;
+#pragma omp parallel for schedule(static)
+    for (int r = 0; r < rows; ++r) {
+        uchar *m = holeMask.ptr<uchar>(r);
+        uchar *d = donorMask ? donorMask->ptr<uchar>(r) : nullptr;
+        const size_t base = size_t(r) * cols;
+        for (int c = 0; c < cols; ++c) {
+            const bool hole = donorErase ? holeMarks[base + c] >= 1 : (holeMarks && holeMarks[base + c] > 0);
+            m[3 * c] = hole ? 255 : 0;
+            if (d)
+                d[3 * c] = (donorMarks && donorMarks[base + c] > 0) ? 255 : 0;
+        }
+    }
+}
+
+// The plain erase's closing debug line, with its time since `start`.
+void logEraseTime(int64 start)
+{
+    const double ms = double(cv::getTickCount() - start) * 1000.0 / cv::getTickFrequency();
+    qDebug() << "execution time 0000==" << ms << " ms";
+}
+
 } // namespace
 
 void MyPatchMatch::synthesizeErase(const cv::Mat &image, cv::Mat &out)
@@ -68,21 +97,8 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
     if (donor)
         levelDonors[0] = cv::Mat(image.size(), CV_8UC3, cv::Scalar::all(0));
 
-    const int rows = image.rows, cols = image.cols;
-    const unsigned char *eraseMap = m_eraseMap;
-    const unsigned char *donorMap = m_donorMap;
-#pragma omp parallel for schedule(static)
-    for (int r = 0; r < rows; ++r) {
-        uchar *m = levelMasks[0].ptr<uchar>(r);
-        uchar *d = donor ? levelDonors[0].ptr<uchar>(r) : nullptr;
-        const size_t base = size_t(r) * cols;
-        for (int c = 0; c < cols; ++c) {
-            const bool hole = donor ? holeMap[base + c] >= 1 : (eraseMap && eraseMap[base + c] > 0);
-            m[3 * c] = hole ? 255 : 0;
-            if (d)
-                d[3 * c] = (donorMap && donorMap[base + c] > 0) ? 255 : 0;
-        }
-    }
+    markBaseLevel(donor ? holeMap : m_eraseMap, donor, donor ? m_donorMap : nullptr, levelMasks[0],
+                  donor ? &levelDonors[0] : nullptr);
 
     if (cancelled())
         return;
@@ -144,8 +160,6 @@ void MyPatchMatch::runErase(const cv::Mat &image, cv::Mat &out, const unsigned c
         qDebug() << field.rows << field.cols << result.rows << result.cols;
     if (result.data != out.data)
         result.copyTo(out);
-    if (!donor) {
-        const double ms = double(cv::getTickCount() - start) * 1000.0 / cv::getTickFrequency();
-        qDebug() << "execution time 0000==" << ms << " ms";
-    }
+    if (!donor)
+        logEraseTime(start);
 }
