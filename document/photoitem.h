@@ -299,6 +299,13 @@ public:
 
 private:
     void foldJobResult(cv::Mat image, cv::Mat result);
+    // The end of a job (photoitem_jobs.cpp): its result committed as one
+    // undo entry, or the photo as it was before it (cancel, failure).
+    void commitJobResult();
+    void takeJobBack();
+    // The rectangle a clone job's undo entry holds: the piece at its place
+    // and everything the job changed.
+    cv::Rect cloneJobRect();
     bool changeSelectionBy(int pixels, const QString &text);
     void extendWorkBoxTo(const cv::Rect &rect);
     // Engine jobs (photoitem_jobs.cpp): the thread of this photo.

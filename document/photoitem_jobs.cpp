@@ -395,56 +395,10 @@ void PhotoItem::onQThreadFinished()
     // A job that stopped on an error left no result; it is undone as a
     // cancel is, and the user is told.
     const bool failed = m_job.m_workerThread->failed() || m_job.m_workerThread->m_resultImage.empty();
-    if (m_job.m_canceled == 0 && !failed) {
-        cv::Rect rect;
-        QString text;
-        const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
-        if (!fill) {
-            const cv::Rect r = selectionBounds();
-            const int growX = m_pointer.m_tool == Tool::SmartClone ? m_clone.m_cloneGrowX : 0;
-            const int growY = m_pointer.m_tool == Tool::SmartClone ? m_clone.m_cloneGrowY : 0;
-            rect = cv::Rect(cv::Point(m_clone.m_moveX, m_clone.m_moveY),
-                            cv::Point(r.width + m_clone.m_moveX + growX, r.height + m_clone.m_moveY + growY));
-            text = QStringLiteral("Smart Clone");
-            // These jobs write into the whole photo, and the clone synthesis
-            // also settles pixels around the piece: the entry holds all that
-            // changed, so that undo gives the photo back exactly.
-            const cv::Rect changed = changedBounds(m_image, m_job.m_imageBeforeJob);
-            if (!changed.empty())
-                rect |= changed;
-            if (m_pointer.m_tool == Tool::SmartClone) {
-                m_clone.m_cloneGrowX = m_clone.m_cloneGrowY = 0;
-                m_clone.m_cloneGrowBaseX = m_clone.m_cloneGrowBaseY = 0;
-            }
-        } else {
-            foldJobResult(m_image, m_job.m_workerThread->m_workImage);
-            rect = workBoxRect();
-            text = m_job.m_refilling ? tr("Another Fill") : QStringLiteral("Erase");
-        }
-        rect = insideImage(rect, m_image);
-
-        // The push runs redo at once, which resets the selections and boxes.
-        const QPointF min(m_regions.m_workMinX, m_regions.m_workMinY), max(m_regions.m_workMaxX, m_regions.m_workMaxY);
-        if (fill)
-            m_undoStack->push(new FillCommand(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect,
-                                              m_job.m_refilling ? m_job.m_refill : refillInputs()));
-        else
-            m_undoStack->push(new Command(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect));
-
-        startAfresh();
-    } else {
-        // Back to the photo as it was; the job wrote in place (an erase job
-        // blacked out its hole first). The selection stays, and the work
-        // box keeps its enlarged values.
-        m_job.m_imageBeforeJob.copyTo(m_image);
-        // Another Fill leaves the box as the committed fill left it.
-        if (m_job.m_refilling)
-            restoreWorkBoxBeforeRefill();
-        // Under the smart clone the green layer only held the piece's
-        // scratch, which is no picture to show.
-        else if (m_pointer.m_tool == Tool::SmartClone)
-            clearInpaintMaskBK();
-    }
+    if (m_job.m_canceled == 0 && !failed)
+        commitJobResult();
+    else
+        takeJobBack();
     m_job.m_refilling = false;
     m_job.m_refill = FillInputs();
     showImageAndLayers();
@@ -458,6 +412,67 @@ void PhotoItem::onQThreadFinished()
         emit jobFailed(reason);
     }
     emit sendThreadFinish();
+}
+
+cv::Rect PhotoItem::cloneJobRect()
+{
+    const cv::Rect r = selectionBounds();
+    const bool smart = m_pointer.m_tool == Tool::SmartClone;
+    const int growX = smart ? m_clone.m_cloneGrowX : 0;
+    const int growY = smart ? m_clone.m_cloneGrowY : 0;
+    cv::Rect rect(cv::Point(m_clone.m_moveX, m_clone.m_moveY),
+                  cv::Point(r.width + m_clone.m_moveX + growX, r.height + m_clone.m_moveY + growY));
+    // These jobs write into the whole photo, and the clone synthesis also
+    // settles pixels around the piece: the entry holds all that changed, so
+    // that undo gives the photo back exactly.
+    const cv::Rect changed = changedBounds(m_image, m_job.m_imageBeforeJob);
+    if (!changed.empty())
+        rect |= changed;
+    if (smart) {
+        m_clone.m_cloneGrowX = m_clone.m_cloneGrowY = 0;
+        m_clone.m_cloneGrowBaseX = m_clone.m_cloneGrowBaseY = 0;
+    }
+    return rect;
+}
+
+void PhotoItem::commitJobResult()
+{
+    const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
+    cv::Rect rect;
+    QString text;
+    if (fill) {
+        foldJobResult(m_image, m_job.m_workerThread->m_workImage);
+        rect = workBoxRect();
+        text = m_job.m_refilling ? tr("Another Fill") : QStringLiteral("Erase");
+    } else {
+        rect = cloneJobRect();
+        text = QStringLiteral("Smart Clone");
+    }
+    rect = insideImage(rect, m_image);
+
+    // The push runs redo at once, which resets the selections and boxes.
+    const QPointF min(m_regions.m_workMinX, m_regions.m_workMinY), max(m_regions.m_workMaxX, m_regions.m_workMaxY);
+    if (fill)
+        m_undoStack->push(new FillCommand(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect,
+                                          m_job.m_refilling ? m_job.m_refill : refillInputs()));
+    else
+        m_undoStack->push(new Command(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect));
+    startAfresh();
+}
+
+void PhotoItem::takeJobBack()
+{
+    // Back to the photo as it was; the job wrote in place (an erase job
+    // blacked out its hole first). The selection stays, and the work box
+    // keeps its enlarged values.
+    m_job.m_imageBeforeJob.copyTo(m_image);
+    // Another Fill leaves the box as the committed fill left it.
+    if (m_job.m_refilling)
+        restoreWorkBoxBeforeRefill();
+    // Under the smart clone the green layer only held the piece's scratch,
+    // which is no picture to show.
+    else if (m_pointer.m_tool == Tool::SmartClone)
+        clearInpaintMaskBK();
 }
 
 FillInputs PhotoItem::refillInputs() const
