@@ -35,8 +35,9 @@ Problem readInput(const QString &what, const QString &path, photoio::Decoded &de
     return {};
 }
 
-// A selection layer as the window paints it, wherever `marks` is not black.
-cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect &box)
+// Where `marks` (CV_8UC3) is not black, as 255 in a CV_8UC1 map; `box`
+// receives the box of those pixels.
+cv::Mat markedPixels(const cv::Mat &marks, cv::Rect &box)
 {
     cv::Mat any(marks.size(), CV_8UC1);
     for (int y = 0; y < marks.rows; ++y) {
@@ -45,9 +46,16 @@ cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect 
         for (int x = 0; x < marks.cols; ++x)
             a[x] = (m[3 * x] | m[3 * x + 1] | m[3 * x + 2]) ? 255 : 0;
     }
-    cv::Mat layer(marks.size(), CV_8UC4, cv::Scalar::all(0));
-    layer.setTo(colour, any);
     box = cv::boundingRect(any);
+    return any;
+}
+
+// A selection layer as the window paints it, of the marked map's size.
+cv::Mat selectionLayer(const cv::Mat &marked, const cv::Scalar &colour)
+{
+    cv::Mat layer(marked.size(), CV_8UC4, cv::Scalar::all(0));
+    if (!marked.empty())
+        layer.setTo(colour, marked);
     return layer;
 }
 
@@ -55,7 +63,7 @@ cv::Mat selectionLayer(const cv::Mat &marks, const cv::Scalar &colour, cv::Rect 
 cv::Mat engineHole(const PreparedJob &job)
 {
     cv::Mat hole;
-    cv::extractChannel(job.red(job.crop), hole, 3);
+    cv::extractChannel(job.red, hole, 3);
     cv::dilate(hole, hole, cv::Mat::ones(3, 3, CV_8U));
     return hole;
 }
@@ -130,12 +138,18 @@ Problem loadInputs(const EraseItem &item, PreparedJob &job)
         if (donor.pixels.size() != photo.pixels.size())
             return refused("donor '" + item.donor + "' is not the photo's size");
     }
+    // The decoded masks go as soon as their marks are read: the layers are
+    // made for the work box only, which holds every marked pixel.
     cv::Rect maskBox, donorBox;
-    job.red = selectionLayer(mask.pixels, cv::Scalar(0, 0, 255, 128), maskBox);
+    const cv::Mat redMarks = markedPixels(mask.pixels, maskBox);
+    mask.pixels.release();
     if (maskBox.area() == 0)
         return refused("mask '" + item.mask + "' is empty: nothing to erase");
-    job.green = job.useDonor ? selectionLayer(donor.pixels, cv::Scalar(0, 255, 0, 128), donorBox)
-                             : cv::Mat(photo.pixels.size(), CV_8UC4, cv::Scalar::all(0));
+    cv::Mat greenMarks;
+    if (job.useDonor) {
+        greenMarks = markedPixels(donor.pixels, donorBox);
+        donor.pixels.release();
+    }
     const QString suffix = QFileInfo(item.output).suffix().toLower();
     cv::Mat colour = photo.pixels;
     if (colour.channels() == 4) {
@@ -148,6 +162,9 @@ Problem loadInputs(const EraseItem &item, PreparedJob &job)
         colour.convertTo(job.photo, CV_8UC3, 1.0 / 257.0); // the engine searches on 8 bits
     }
     job.crop = enlargedCrop(donorBox.area() > 0 ? (maskBox | donorBox) : maskBox, job.photo.size());
+    job.red = selectionLayer(redMarks(job.crop), cv::Scalar(0, 0, 255, 128));
+    job.green = job.useDonor ? selectionLayer(greenMarks(job.crop), cv::Scalar(0, 255, 0, 128))
+                             : cv::Mat(job.crop.size(), CV_8UC4, cv::Scalar::all(0));
     job.narrowed = fromStd(photoio::narrowingNote(photo.report, photo.pixels));
     if (!job.alpha.empty() && !photoio::holdsAlpha(toLocal(suffix)))
         job.narrowed += QString(job.narrowed.isEmpty() ? "" : ", ") + "alpha channel dropped (." + suffix
@@ -173,7 +190,7 @@ Problem checkEncoder(const EraseItem &item, const PreparedJob &job)
 
 Problem refuseBeforeJob(const EraseItem &, const PreparedJob &job)
 {
-    std::string why = eraseRefusal(job.photo(job.crop), job.red(job.crop), job.green(job.crop),
+    std::string why = eraseRefusal(job.photo(job.crop), job.red, job.green,
                                    job.useDonor);
     if (why.empty())
         why = memoryRefusal(job.crop.size(), job.useDonor);
@@ -189,7 +206,7 @@ Problem runJob(const EraseItem &, PreparedJob &job, const std::function<void(int
         cv::Mat view = job.photo(job.crop);
         ThreadFromQThread thread;
         thread.m_patchMatch.m_keepFinalVote = !job.wide.empty();
-        thread.setEraseJob(view, view, job.red(job.crop), job.green(job.crop), job.useDonor, JobType::Erase);
+        thread.setEraseJob(view, view, job.red, job.green, job.useDonor, JobType::Erase);
         long base = 0;
         QObject::connect(&thread, &ThreadFromQThread::progressSum, [&](long sum) {
             if (base == 0)

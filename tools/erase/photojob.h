@@ -31,7 +31,7 @@ struct PreparedJob
                           // photo itself; `photo` is then its 8-bit copy
     engine::FinalVote vote; // what the erase's full-size vote used (wide only)
     cv::Mat alpha;        // the photo's alpha channel (its depth), or empty
-    cv::Mat red, green;   // selection layers, CV_8UC4, the photo's size
+    cv::Mat red, green;   // selection layers, CV_8UC4, of the crop only
     bool useDonor = false;
     cv::Rect crop;        // the work box the window would cut
     QString narrowed;     // what reading the photo narrowed, or empty
