@@ -41,8 +41,8 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     initLayers();
 
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
 
     // A photo just opened has nothing to save (initLayers counts a fresh
@@ -72,14 +72,50 @@ void PhotoItem::initLayers()
     m_job.m_firstProgress = 1;
     m_selection.m_donorUsed = 0;
     m_output.m_saved = 0;
+    releaseLayers();
+}
+
+void PhotoItem::ensureLayers()
+{
+    if (!m_selection.m_inpaintMask.empty() || m_imageCols < 1 || m_imageRows < 1)
+        return;
+    // All four or none: a failed allocation leaves the photo as it was.
     const cv::Size size(m_imageCols, m_imageRows);
-    m_selection.m_strokeBaseGreen = cv::Mat::zeros(size, CV_8UC4);
-    m_selection.m_strokeBaseRed = cv::Mat::zeros(size, CV_8UC4);
-    m_selection.m_inpaintMask = cv::Mat::zeros(size, CV_8UC4);
-    m_selection.m_inpaintMaskBK = cv::Mat::zeros(size, CV_8UC4);
-    m_clone.m_cloneSource = cv::Mat::zeros(size, CV_8UC3);
-    m_clone.m_cloneMask = cv::Mat::zeros(size, CV_8UC1);
-    m_clone.m_cloneMaskScaled = cv::Mat::zeros(size, CV_8UC1);
+    cv::Mat baseGreen = cv::Mat::zeros(size, CV_8UC4);
+    cv::Mat baseRed = cv::Mat::zeros(size, CV_8UC4);
+    cv::Mat red = cv::Mat::zeros(size, CV_8UC4);
+    cv::Mat green = cv::Mat::zeros(size, CV_8UC4);
+    m_selection.m_strokeBaseGreen = baseGreen;
+    m_selection.m_strokeBaseRed = baseRed;
+    m_selection.m_inpaintMask = red;
+    m_selection.m_inpaintMaskBK = green;
+    // The canvas wraps the layers it shows; from now on it paints these.
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
+}
+
+void PhotoItem::releaseLayers()
+{
+    if (m_selection.m_inpaintMask.empty() && m_selection.m_strokeBaseRed.empty())
+        return;
+    // The canvas lets go of its wraps first: it must never paint freed memory.
+    m_frontWidget->showEmptyLayer(m_imageCols, m_imageRows);
+    m_frontGreenWidget->showEmptyLayer(m_imageCols, m_imageRows);
+    m_selection.m_strokeBaseGreen.release();
+    m_selection.m_strokeBaseRed.release();
+    m_selection.m_inpaintMask.release();
+    m_selection.m_inpaintMaskBK.release();
+    m_selection.m_rubberBand.release();
+    m_clone.m_cloneSource.release();
+    m_clone.m_cloneMask.release();
+    m_clone.m_cloneMaskScaled.release();
+}
+
+bool PhotoItem::holdsLayers() const
+{
+    return !m_selection.m_inpaintMask.empty() || !m_selection.m_inpaintMaskBK.empty()
+        || !m_selection.m_strokeBaseRed.empty() || !m_selection.m_strokeBaseGreen.empty()
+        || !m_clone.m_cloneSource.empty() || !m_clone.m_cloneMask.empty() || !m_clone.m_cloneMaskScaled.empty();
 }
 
 void PhotoItem::clearCloneSource() { m_clone.m_cloneSource.setTo(cv::Scalar::all(0)); }
@@ -96,15 +132,15 @@ void PhotoItem::dropSelectionsForStamp()
     clearStrokeBaseRed();
     clearInpaintMask();
     clearInpaintMaskBK();
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
 }
 
 void PhotoItem::showOnCanvas()
 {
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
 }
 

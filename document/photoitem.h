@@ -293,7 +293,15 @@ public slots:
     void onCustomDeleteItem();
 
 public:
+    // Counts a fresh start: no stroke, no work box, no layers.
     void initLayers();
+    // The selection layers and stroke bases are made (zero, at the photo's
+    // size) by the first gesture or command that needs them, and let go of
+    // when nothing is selected any more; the canvas is told before either.
+    void ensureLayers();
+    void releaseLayers();
+    // Whether the photo holds any layer, stroke base or clone buffer.
+    bool holdsLayers() const;
     void stampPaint(QPointF pos);
     cv::Mat stampPreview(QPointF pos);
 
@@ -348,6 +356,7 @@ private:
     // unit of the current tool (pointertool.h), which works on the gesture
     // state and the helpers below.
     const PointerTool &currentTool() const;
+    void ensureLayersForTool();
     friend class PointerTool;
     friend class SelectionTool;
     friend class RectangleTool;

@@ -123,10 +123,12 @@ void PhotoItem::recvAnotherFillCommand() { startGuarded(&PhotoItem::startAnother
 
 void PhotoItem::startGuarded(void (PhotoItem::*start)())
 {
-    // Preparing a job copies the photo and the crop: running out of memory
-    // there, or an OpenCV error, turns the command away instead of ending
-    // the program.
+    // Preparing a job copies the photo and the crop (and may make the
+    // selection layers, after an undo put a work box back): running out of
+    // memory there, or an OpenCV error, turns the command away instead of
+    // ending the program.
     try {
+        ensureLayers();
         (this->*start)();
     } catch (const std::bad_alloc &) {
         if (!m_job.m_jobActive)
@@ -348,25 +350,27 @@ bool PhotoItem::prepareSeamlessJob()
     m_clone.m_moveX = std::clamp(m_clone.m_moveX, 0, m_imageCols - w);
     m_clone.m_moveY = std::clamp(m_clone.m_moveY, 0, m_imageRows - h);
 
-    clearCloneMask();
-    clearCloneMaskScaled();
+    // The clone buffers are made at the sizes they need: the selection's
+    // box and the moved piece.
+    m_clone.m_cloneMask = cv::Mat::zeros(r.size(), CV_8UC1);
+    m_clone.m_cloneMaskScaled = cv::Mat::zeros(h, w, CV_8UC1);
     for (int y = r.y; y < r.y + r.height; ++y) {
         const uchar *red = m_selection.m_inpaintMask.ptr<uchar>(y);
-        uchar *mask = m_clone.m_cloneMask.ptr<uchar>(y);
+        uchar *mask = m_clone.m_cloneMask.ptr<uchar>(y - r.y);
         for (int x = r.x; x < r.x + r.width; ++x)
             if (red[4 * x + 2] != 0)
-                mask[x] = 255;
+                mask[x - r.x] = 255;
     }
-    cv::Mat mask = m_clone.m_cloneMaskScaled(cv::Rect(0, 0, w, h));
-    cv::resize(m_clone.m_cloneMask(r), mask, mask.size(), 0, 0, cv::INTER_LINEAR);
+    cv::Mat mask = m_clone.m_cloneMaskScaled;
+    cv::resize(m_clone.m_cloneMask, mask, mask.size(), 0, 0, cv::INTER_LINEAR);
     if (cv::countNonZero(mask(cv::Rect(1, 1, w - 2, h - 2))) == 0)
         return false;
 
     const cv::Mat piece = buildMovedPiece(m_clone.m_cloneGrowX, m_clone.m_cloneGrowY);
     if (piece.empty() || piece.cols != w || piece.rows != h || piece.type() != CV_8UC4)
         return false;
-    clearCloneSource();
-    cv::Mat source = m_clone.m_cloneSource(cv::Rect(0, 0, w, h));
+    m_clone.m_cloneSource = cv::Mat::zeros(h, w, CV_8UC3);
+    cv::Mat source = m_clone.m_cloneSource;
     // B, G, R of the piece; its alpha only marked the selection.
     const int fromTo[] = {0, 0, 1, 1, 2, 2};
     cv::mixChannels(&piece, 1, &source, 1, fromTo, 3);
@@ -490,9 +494,9 @@ FillInputs PhotoItem::refillInputs() const
 void PhotoItem::showImageAndLayers()
 {
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
     m_frontGreenWidget->showLayer(true);
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
 }
 
 void PhotoItem::setProcessSum(long sum)

@@ -53,8 +53,12 @@ LayerView *PhotoItem::activeWidget() const { return m_pointer.m_colorType == Col
 
 void PhotoItem::showLayer(const cv::Mat &layer, LayerView *widget)
 {
-    // A wrap, not a copy: the widget paints straight from the layer.
-    widget->showImage(matToQImage(layer));
+    // A wrap, not a copy: the widget paints straight from the layer. A
+    // layer not made yet shows as nothing, at the photo's size.
+    if (layer.empty())
+        widget->showEmptyLayer(m_imageCols, m_imageRows);
+    else
+        widget->showImage(matToQImage(layer));
 }
 
 void PhotoItem::pushSelectionEntry(const cv::Rect &rect, const QString &text)

@@ -345,6 +345,7 @@ void StampTool::endStroke(PhotoItem &doc)
 
 void PhotoItem::stampPaint(QPointF pos)
 {
+    ensureLayers();
     const int n = dabSide(m_pointer.m_brushSize, m_pointer.m_scale);
     if (n < 1)
         return;
@@ -409,6 +410,7 @@ void PhotoItem::stampPaint(QPointF pos)
 
 cv::Mat PhotoItem::stampPreview(QPointF pos)
 {
+    ensureLayers();
     const int n = dabSide(m_pointer.m_brushSize, m_pointer.m_scale);
     // The preview lives in the corner of a scratch layer of the image's size;
     // a dab wider or taller than the image gets no preview (the stamp itself

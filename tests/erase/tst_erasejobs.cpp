@@ -182,6 +182,57 @@ private slots:
 
     // ---------------------------------------------------------------- erase
 
+    // An opened photo holds its pixels alone; the first stroke makes the
+    // selection layers (the canvas paints them without a copy), the Erase
+    // that uses them lets them go, and undo and redo across both are exact.
+    void layersAreMadeByAStrokeAndLetGoByTheErase()
+    {
+        PhotoItem *item = load(m_smallPhoto);
+        QVERIFY(!item->holdsLayers());
+        QVERIFY(m_host->front->overlayImage().isNull());
+        const cv::Mat original = stateAsIs(item).m_image.clone();
+
+        item->recvSelectType(4, 12, 0);
+        item->recvLeftPressPoint(QPointF(100, 80));
+        item->recvLeftMovePoint(QPointF(115, 85));
+        item->recvLeftMovePoint(QPointF(130, 90));
+        item->recvReleasePoint(QPointF(130, 90));
+        QVERIFY(item->holdsLayers());
+        const cv::Mat red = stateAsIs(item).selection.m_inpaintMask;
+        QCOMPARE(red.size(), original.size());
+        QVERIFY(layerHasSelection(red, 2));
+        QCOMPARE(m_host->front->overlayImage().constBits(), red.data);
+        const cv::Mat stroked = red.clone();
+        QUndoStack *stack = item->getUndoStack();
+        QCOMPARE(stack->count(), 1);
+        stack->undo();
+        QCOMPARE(cv::countNonZero(stateAsIs(item).selection.m_inpaintMask.reshape(1)), 0);
+        stack->redo();
+        QVERIFY(samePixels(stateAsIs(item).selection.m_inpaintMask, stroked));
+
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvEraseCommand();
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QCOMPARE(stack->count(), 2);
+        QVERIFY(!item->holdsLayers());
+        QVERIFY(m_host->front->overlayImage().isNull());
+        QVERIFY(m_host->green->overlayImage().isNull());
+        const cv::Mat erased = stateAsIs(item).m_image.clone();
+        QVERIFY(!samePixels(erased, original));
+
+        stack->undo(); // the Erase
+        QVERIFY(samePixels(stateAsIs(item).m_image, original));
+        stack->undo(); // the stroke: its layer is made again to take it back
+        QVERIFY(samePixels(stateAsIs(item).m_image, original));
+        QCOMPARE(cv::countNonZero(stateAsIs(item).selection.m_inpaintMask.reshape(1)), 0);
+        stack->redo();
+        QVERIFY(samePixels(stateAsIs(item).selection.m_inpaintMask, stroked));
+        QCOMPARE(m_host->front->overlayImage().constBits(), stateAsIs(item).selection.m_inpaintMask.data);
+        stack->redo(); // the Erase again: the same pixels, the layers let go
+        QVERIFY(samePixels(stateAsIs(item).m_image, erased));
+        QVERIFY(!item->holdsLayers());
+    }
+
     void eraseFillsTheHoleAsOneUndoEntry()
     {
         PhotoItem *item = load(realPhoto("coffee.png"));
