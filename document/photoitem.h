@@ -204,17 +204,24 @@ public:
         quint8 m_grabbed = 0;
     };
 
-    // The engine job: the worker thread, the photo before the job (also
-    // the stamp's snapshot), the progress and the job's flags.
+    // The engine job: the worker thread, the part of the photo the job may
+    // write as it was before (also the stamp's snapshot of the whole
+    // photo), the progress and the job's flags.
     struct Job
     {
         ThreadFromQThread *m_workerThread = nullptr;
+        // An erase's crop, the whole photo for a clone job; held from the
+        // job's start until its undo entry is made or the photo is put back.
         cv::Mat m_imageBeforeJob;
+        cv::Rect m_beforeJobRect;
         quint8 m_firstProgress = 1;
         int m_progressBase = 0;
         quint8 m_canceled = 0;
         // A job is on the worker thread and its end has not been handled yet.
         bool m_jobActive = false;
+        // An erase's undo entry is being made: its redo brings the canvas
+        // up to date over the entry's rectangle only.
+        bool m_patchCanvas = false;
         // The job under way is an Another Fill: these are its inputs, and
         // the work box to give back should it not be committed.
         bool m_refilling = false;
@@ -346,8 +353,13 @@ private:
     void startJob();
     void refuseJob(const QString &reason = QString());
     void startErase();
-    // The photo and both selection layers back on the screen.
-    void showImageAndLayers();
+    // The photo and both selection layers back on the screen; with a
+    // rectangle, only that part of the photo changed since it was shown.
+    void showImageAndLayers(const cv::Rect &changed = cv::Rect());
+    // Keeps the job's part of the photo as it was (the crop, or the whole
+    // photo), and gives it back.
+    void keepBeforeJob(const cv::Rect &rect);
+    void putBackBeforeJob();
     // After a committed change (photoitem_undo.cpp): no selection, no
     // stroke or work box, the next job counted afresh.
     void startAfresh();
@@ -378,6 +390,9 @@ private:
     cv::Mat &activeBase();
     LayerView *activeWidget() const;
     void showLayer(const cv::Mat &layer, LayerView *widget);
+    // Brings the photo's pixmap on the canvas in step with m_image inside
+    // rect, or sets the whole photo when the canvas shows something else.
+    void showPhotoRect(const cv::Rect &rect);
     void pushSelectionEntry(const cv::Rect &rect, const QString &text);
     // A polygon's vertex at pos; true when it closes the polygon (near the
     // first vertex, or the last one allowed).

@@ -100,7 +100,10 @@ void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
     // A push runs this at once, so it is also the reset after a job or a
     // stamp stroke: selections and boxes start afresh.
     startAfresh();
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    if (m_job.m_patchCanvas)
+        showPhotoRect(rect);
+    else
+        m_midWidget->showPixmap(matToQPixmap(m_image));
     // During stamp work the fence of the region stays on the screen.
     showLayer(m_stamp.m_stampRegionActive ? m_selection.m_strokeBaseRed : m_selection.m_inpaintMask, m_frontWidget);
     m_frontGreenWidget->showLayer(true);

@@ -259,10 +259,17 @@ private slots:
         QCOMPARE(cropOf(item), crop);
         QCOMPARE(state(item).job.m_workerThread->m_workImage.size(), crop.size());
         QCOMPARE(state(item).job.m_workerThread->m_workImage.data, state(item).m_image(crop).data);
-        QVERIFY(samePixels(state(item).job.m_imageBeforeJob, original));
+        // What the job may write, and no more, is kept as it was.
+        QCOMPARE(state(item).job.m_imageBeforeJob.size(), crop.size());
+        QVERIFY(samePixels(state(item).job.m_imageBeforeJob, original(crop)));
 
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(finished.count(), 1);
+        // Once the undo entry holds it, the copy goes, and so do the result's
+        // views of the photo.
+        QVERIFY(state(item).job.m_imageBeforeJob.empty());
+        QVERIFY(state(item).job.m_workerThread->m_workImage.empty());
+        QVERIFY(state(item).job.m_workerThread->m_resultImage.empty());
         QVERIFY(!dialogOf(item)->isVisible());
         QVERIFY(!state(item).job.m_jobActive);
 
@@ -286,8 +293,11 @@ private slots:
         QCOMPARE(int(state(item).output.m_saved), 0);
         QCOMPARE(int(state(item).job.m_firstProgress), 1);
         QCOMPARE(state(item).pointer.m_pressPos, QPointF(-1, -1));
-        // The canvas shows the result.
+        // The canvas shows the result, brought up to date over the crop
+        // alone: the same pixels as a conversion of the whole photo.
         QCOMPARE(m_host->mid->pixmap().size(), QSize(600, 400));
+        QCOMPARE(m_host->mid->pixmap().toImage().convertToFormat(QImage::Format_RGB32),
+                 matToQImage(state(item).m_image).convertToFormat(QImage::Format_RGB32));
 
         const cv::Mat erased = state(item).m_image.clone();
         stack->undo();
@@ -463,6 +473,11 @@ private slots:
         QCOMPARE(item->getUndoStack()->count(), 0);
         QCOMPARE(cropOf(item), first);
         QCOMPARE(m_host->front->overlayImage().constBits(), state(item).selection.m_inpaintMask.data);
+        // The crop put back let its copy go; the canvas shows the photo of
+        // before, brought back over the crop alone.
+        QVERIFY(state(item).job.m_imageBeforeJob.empty());
+        QCOMPARE(m_host->mid->pixmap().toImage().convertToFormat(QImage::Format_RGB32),
+                 matToQImage(original).convertToFormat(QImage::Format_RGB32));
 
         // Erase again: the box is enlarged once more.
         QVERIFY(startAndWaitForProgress(item));
