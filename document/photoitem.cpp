@@ -7,9 +7,20 @@
 #include <QListWidget>
 #include <QUndoStack>
 
+// The pixels are those of cv::imread in colour mode (alpha dropped, grey
+// expanded, 16 bits reduced to 8, EXIF orientation applied); of a damaged
+// file, what could be read.
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
                      int /*rowIndex*/, QObject *parent)
+    : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path,
+                photoio::decodeFile(pathBytes(path)).pixels, listWidget, parent)
+{
+}
+
+PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+                     LayerView *frontGreenWidget, const QString &path, cv::Mat pixels, QListWidget *listWidget,
+                     QObject *parent)
     : QObject(parent)
     , m_backWidget(backWidget)
     , m_midWidget(midWidget)
@@ -20,11 +31,7 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_output.m_filePath = path;
     m_undoStack = new QUndoStack(this);
 
-    // The caller has tested that the file decodes; the item reads it itself.
-    // The pixels are those of cv::imread in colour mode (alpha dropped, grey
-    // expanded, 16 bits reduced to 8, EXIF orientation applied); of a
-    // damaged file, what could be read.
-    m_image = photoio::decodeFile(pathBytes(path)).pixels;
+    m_image = pixels;
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;
     m_selection.m_strokeMinX = m_regions.m_workMinX = m_imageCols;

@@ -47,6 +47,10 @@ public:
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
               LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
               int rowIndex, QObject *parent = nullptr); // rowIndex: kept in the published signature, unused
+    // The same for a photo whose file the caller has decoded already (as
+    // photoio::decodeFile does, CV_8UC3): the file is not read twice.
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
+              const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr);
     ~PhotoItem() override;
 
     QUndoStack *getUndoStack() const { return m_undoStack; }

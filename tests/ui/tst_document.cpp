@@ -99,6 +99,24 @@ private slots:
         delete item;
     }
 
+    // The window decodes a file once, to test it, and hands the pixels on:
+    // the photo takes them as they are and does not read the file again.
+    void photoGivenItsPixelsTakesThemWithoutReadingTheFile()
+    {
+        const cv::Mat pixels = patternPhoto(64, 48);
+        const QString path = m_dir.path() + "/not-on-disk.png";
+        QVERIFY(!QFile::exists(path));
+        auto *item = new PhotoItem(m_host->back, m_host->mid, m_host->front, m_host->green, path, pixels, m_host->list);
+        QCOMPARE(stateAsIs(item).m_image.data, pixels.data);
+        QCOMPARE(item->imageCols(), 64);
+        QCOMPARE(item->imageRows(), 48);
+        QCOMPARE(item->fileName(), QString("not-on-disk.png"));
+        QVERIFY(!item->holdsLayers());
+        QCOMPARE(m_host->mid->pixmap().size(), QSize(64, 48));
+        delete stateAsIs(item).m_listItem;
+        delete item;
+    }
+
     void greyscaleSixteenBitAndAlphaLoadAsEightBitBgr()
     {
         cv::Mat grey(30, 40, CV_8UC1, cv::Scalar(77));
