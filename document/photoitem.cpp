@@ -103,7 +103,7 @@ void PhotoItem::ensureLayers()
 
 void PhotoItem::releaseLayers()
 {
-    if (m_selection.m_inpaintMask.empty() && m_selection.m_strokeBaseRed.empty())
+    if (!holdsLayers())
         return;
     // The canvas lets go of its wraps first: it must never paint freed memory.
     m_frontWidget->showEmptyLayer(m_imageCols, m_imageRows);
@@ -116,13 +116,15 @@ void PhotoItem::releaseLayers()
     m_clone.m_cloneSource.release();
     m_clone.m_cloneMask.release();
     m_clone.m_cloneMaskScaled.release();
+    m_clone.m_clonePreview.release();
 }
 
 bool PhotoItem::holdsLayers() const
 {
     return !m_selection.m_inpaintMask.empty() || !m_selection.m_inpaintMaskBK.empty()
         || !m_selection.m_strokeBaseRed.empty() || !m_selection.m_strokeBaseGreen.empty()
-        || !m_clone.m_cloneSource.empty() || !m_clone.m_cloneMask.empty() || !m_clone.m_cloneMaskScaled.empty();
+        || !m_clone.m_cloneSource.empty() || !m_clone.m_cloneMask.empty() || !m_clone.m_cloneMaskScaled.empty()
+        || !m_clone.m_clonePreview.empty();
 }
 
 void PhotoItem::clearCloneSource() { m_clone.m_cloneSource.setTo(cv::Scalar::all(0)); }

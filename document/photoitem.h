@@ -311,7 +311,8 @@ public:
     // when nothing is selected any more; the canvas is told before either.
     void ensureLayers();
     void releaseLayers();
-    // Whether the photo holds any layer, stroke base or clone buffer.
+    // Whether the photo holds any layer, stroke base or clone buffer
+    // (the moved picture of a piece drag among them).
     bool holdsLayers() const;
     void stampPaint(QPointF pos);
     cv::Mat stampPreview(QPointF pos);

@@ -785,7 +785,13 @@ private slots:
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QCOMPARE(state(item).job.m_workerThread->m_jobType, JobType::Clone);
+        // A clone job writes anywhere: the whole photo is kept as it was.
+        QCOMPARE(state(item).job.m_imageBeforeJob.size(), original.size());
         QVERIFY(finished.wait(kJobTimeoutMs));
+        // Committed: the copy, the layers and the moved picture all go.
+        QVERIFY(stateAsIs(item).job.m_imageBeforeJob.empty());
+        QVERIFY(stateAsIs(item).clone.m_clonePreview.empty());
+        QVERIFY(!item->holdsLayers());
         const cv::Rect moved(state(item).clone.m_moveX, state(item).clone.m_moveY, bounds.width, bounds.height);
         QCOMPARE(item->getUndoStack()->count(), entries + 1);
         QCOMPARE(item->getUndoStack()->text(entries), QString("Smart Clone"));
