@@ -219,7 +219,7 @@ QString PhotoItem::eraseJobRefusal(const cv::Mat &image, const cv::Mat &red, con
     // Besides the job's own buffers, the crop as it was before the job is
     // kept, for a cancel, a failure and the undo entry.
     if (reason.empty())
-        reason = memoryRefusal(image.size(), useDonor, uint64_t(m_image.total() * m_image.elemSize()));
+        reason = memoryRefusal(image.size(), useDonor, uint64_t(image.total() * image.elemSize()));
     return QString::fromStdString(reason);
 }
 
