@@ -84,14 +84,16 @@ void PhotoItem::startAfresh()
     m_regions.m_workMinY = m_imageRows;
     m_regions.m_workMaxX = -1.0;
     m_regions.m_workMaxY = -1.0;
-    clearInpaintMask();
-    clearInpaintMaskBK();
     // Nothing is selected any more: the layers go until a tool needs them.
     // The stamp keeps them (its region, its preview's scratch) from one
-    // stroke to the next.
+    // stroke to the next, cleared.
     const bool stamping = m_pointer.m_tool == Tool::Stamp || isStampRegionTool(m_pointer.m_tool);
-    if (!stamping && !m_stamp.m_stampRegionActive && m_selection.m_polyCount == 0)
+    if (!stamping && !m_stamp.m_stampRegionActive && m_selection.m_polyCount == 0) {
         releaseLayers();
+    } else {
+        clearInpaintMask();
+        clearInpaintMaskBK();
+    }
 }
 
 void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
