@@ -233,26 +233,22 @@ void MainWindow::openPhoto(const QString &path)
 
 void MainWindow::openReadablePhoto(const QString &path)
 {
-    // A readability test: the photo reads the file again itself, through
-    // the same decoder.
-    bool readable = false;
-    bool damaged = false;
-    {
-        const photoio::Decoded probe = photoio::decodeFile(pathBytes(path));
-        readable = probe.readable() && probe.pixels.cols <= kMaxImageSide && probe.pixels.rows <= kMaxImageSide;
-        damaged = probe.report.damaged;
-        if (damaged)
-            qDebug() << "damaged file:" << path << QString::fromStdString(probe.report.damage);
-    }
+    // One decode: the readability test's pixels become the photo's.
+    photoio::Decoded decoded = photoio::decodeFile(pathBytes(path));
+    const bool readable =
+        decoded.readable() && decoded.pixels.cols <= kMaxImageSide && decoded.pixels.rows <= kMaxImageSide;
+    const bool damaged = decoded.report.damaged;
+    if (damaged)
+        qDebug() << "damaged file:" << path << QString::fromStdString(decoded.report.damage);
     if (!readable) {
         KeyboardGrabPause pause(this);
         QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot read file %1").arg(path), QMessageBox::Ok);
         return;
     }
 
-    const int index = m_photoItems.size();
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
-                                    ui->listWidget, index);
+                                    decoded.pixels, ui->listWidget);
+    decoded.pixels.release(); // the photo holds the only reference
     addPhotoRow(ui->listWidget, item);
     // The photo's progress dialog, shown while its jobs run.
     new JobDialog(item);

@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QWheelEvent>
+#include <algorithm>
 #include <cmath>
 
 CustomWidget::CustomWidget(QWidget *parent)
@@ -23,6 +24,18 @@ void CustomWidget::setImage(QImage image, QWidget *source)
     paintMode = 0;
     m_geometrySource = source;
     m_overlayImage = image;
+    m_layerSize = image.size();
+    updateScaledSize();
+    update();
+}
+
+void CustomWidget::showEmptyLayer(int cols, int rows)
+{
+    paintMode = 0;
+    m_geometrySource = this;
+    m_overlayImage = QImage();
+    m_pixmap = QPixmap();
+    m_layerSize = QSize(std::max(cols, 0), std::max(rows, 0));
     updateScaledSize();
     update();
 }
@@ -32,6 +45,7 @@ void CustomWidget::setPixmap(QPixmap pixmap, QWidget *source)
     paintMode = 0;
     m_geometrySource = source;
     m_overlayImage = QImage();
+    m_layerSize = QSize();
     m_pixmap = pixmap;
     updateScaledSize();
     update();
@@ -44,6 +58,7 @@ void CustomWidget::setImageFile(QString path, QWidget *source)
     m_pixmap = QPixmap();
     // A file that has gone loads as a null image: the widget then shows nothing.
     m_overlayImage = QImage(path);
+    m_layerSize = m_overlayImage.size();
     updateScaledSize();
     update();
 }
@@ -114,6 +129,9 @@ void CustomWidget::updateScaledSize()
     } else if (!m_pixmap.isNull()) {
         m_scaledWidth = int(m_pixmap.width() * m_scale);
         m_scaledHeight = int(m_pixmap.height() * m_scale);
+    } else if (!m_layerSize.isEmpty()) {
+        m_scaledWidth = int(m_layerSize.width() * m_scale);
+        m_scaledHeight = int(m_layerSize.height() * m_scale);
     }
 }
 
@@ -155,7 +173,7 @@ bool CustomWidget::mapToImage(const QPointF &widgetPos, QPointF *imagePos)
     const double x = (p.x() - m_offsetLeft + m_scrollX) / m_scale;
     const double y = (p.y() - m_offsetTop + m_scrollY) / m_scale;
     // Both ends included: a point on the far edge still counts.
-    if (int(x) < 0 || int(x) > m_overlayImage.width() || int(y) < 0 || int(y) > m_overlayImage.height())
+    if (int(x) < 0 || int(x) > m_layerSize.width() || int(y) < 0 || int(y) > m_layerSize.height())
         return false;
     *imagePos = QPointF(x, y);
     return true;

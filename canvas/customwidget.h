@@ -41,6 +41,7 @@ public:
     }
     void showPiece(int x, int y, const QImage &image) override { setPieceImage(x, y, image); }
     bool paintPhotoPatch(int x, int y, const QImage &patch, QSize photoSize) override;
+    void showEmptyLayer(int cols, int rows) override;
 
     // Widget position (rounded) to image position; false if outside the image.
     bool mapToImage(const QPointF &widgetPos, QPointF *imagePos);
@@ -122,6 +123,9 @@ private:
     QPainter m_painter;
     QPixmap m_pixmap;
     QImage m_overlayImage;
+    // The image size the pointer is mapped over: the overlay's, or that of
+    // an empty layer (showEmptyLayer) that has no image.
+    QSize m_layerSize;
     int m_scaledWidth = 0;
     int m_scaledHeight = 0;
     double m_scale = 1.0;

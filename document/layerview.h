@@ -39,6 +39,10 @@ public:
         return false;
     }
     virtual void showImageSize(int cols, int rows) { Q_UNUSED(cols); Q_UNUSED(rows); }
+    // A selection layer that holds nothing and has no pixels yet: the layer
+    // lets go of any image it wrapped, paints nothing, and still maps the
+    // pointer over a photo of this size.
+    virtual void showEmptyLayer(int cols, int rows) { Q_UNUSED(cols); Q_UNUSED(rows); }
 };
 
 #endif // LAYERVIEW_H

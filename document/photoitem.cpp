@@ -7,9 +7,20 @@
 #include <QListWidget>
 #include <QUndoStack>
 
+// The pixels are those of cv::imread in colour mode (alpha dropped, grey
+// expanded, 16 bits reduced to 8, EXIF orientation applied); of a damaged
+// file, what could be read.
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
                      int /*rowIndex*/, QObject *parent)
+    : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path,
+                photoio::decodeFile(pathBytes(path)).pixels, listWidget, parent)
+{
+}
+
+PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+                     LayerView *frontGreenWidget, const QString &path, cv::Mat pixels, QListWidget *listWidget,
+                     QObject *parent)
     : QObject(parent)
     , m_backWidget(backWidget)
     , m_midWidget(midWidget)
@@ -20,11 +31,7 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_output.m_filePath = path;
     m_undoStack = new QUndoStack(this);
 
-    // The caller has tested that the file decodes; the item reads it itself.
-    // The pixels are those of cv::imread in colour mode (alpha dropped, grey
-    // expanded, 16 bits reduced to 8, EXIF orientation applied); of a
-    // damaged file, what could be read.
-    m_image = photoio::decodeFile(pathBytes(path)).pixels;
+    m_image = pixels;
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;
     m_selection.m_strokeMinX = m_regions.m_workMinX = m_imageCols;
@@ -41,8 +48,8 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     initLayers();
 
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
 
     // A photo just opened has nothing to save (initLayers counts a fresh
@@ -72,14 +79,52 @@ void PhotoItem::initLayers()
     m_job.m_firstProgress = 1;
     m_selection.m_donorUsed = 0;
     m_output.m_saved = 0;
+    releaseLayers();
+}
+
+void PhotoItem::ensureLayers()
+{
+    if (!m_selection.m_inpaintMask.empty() || m_imageCols < 1 || m_imageRows < 1)
+        return;
+    // All four or none: a failed allocation leaves the photo as it was.
     const cv::Size size(m_imageCols, m_imageRows);
-    m_selection.m_strokeBaseGreen = cv::Mat::zeros(size, CV_8UC4);
-    m_selection.m_strokeBaseRed = cv::Mat::zeros(size, CV_8UC4);
-    m_selection.m_inpaintMask = cv::Mat::zeros(size, CV_8UC4);
-    m_selection.m_inpaintMaskBK = cv::Mat::zeros(size, CV_8UC4);
-    m_clone.m_cloneSource = cv::Mat::zeros(size, CV_8UC3);
-    m_clone.m_cloneMask = cv::Mat::zeros(size, CV_8UC1);
-    m_clone.m_cloneMaskScaled = cv::Mat::zeros(size, CV_8UC1);
+    cv::Mat baseGreen = cv::Mat::zeros(size, CV_8UC4);
+    cv::Mat baseRed = cv::Mat::zeros(size, CV_8UC4);
+    cv::Mat red = cv::Mat::zeros(size, CV_8UC4);
+    cv::Mat green = cv::Mat::zeros(size, CV_8UC4);
+    m_selection.m_strokeBaseGreen = baseGreen;
+    m_selection.m_strokeBaseRed = baseRed;
+    m_selection.m_inpaintMask = red;
+    m_selection.m_inpaintMaskBK = green;
+    // The canvas wraps the layers it shows; from now on it paints these.
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
+}
+
+void PhotoItem::releaseLayers()
+{
+    if (!holdsLayers())
+        return;
+    // The canvas lets go of its wraps first: it must never paint freed memory.
+    m_frontWidget->showEmptyLayer(m_imageCols, m_imageRows);
+    m_frontGreenWidget->showEmptyLayer(m_imageCols, m_imageRows);
+    m_selection.m_strokeBaseGreen.release();
+    m_selection.m_strokeBaseRed.release();
+    m_selection.m_inpaintMask.release();
+    m_selection.m_inpaintMaskBK.release();
+    m_selection.m_rubberBand.release();
+    m_clone.m_cloneSource.release();
+    m_clone.m_cloneMask.release();
+    m_clone.m_cloneMaskScaled.release();
+    m_clone.m_clonePreview.release();
+}
+
+bool PhotoItem::holdsLayers() const
+{
+    return !m_selection.m_inpaintMask.empty() || !m_selection.m_inpaintMaskBK.empty()
+        || !m_selection.m_strokeBaseRed.empty() || !m_selection.m_strokeBaseGreen.empty()
+        || !m_clone.m_cloneSource.empty() || !m_clone.m_cloneMask.empty() || !m_clone.m_cloneMaskScaled.empty()
+        || !m_clone.m_clonePreview.empty();
 }
 
 void PhotoItem::clearCloneSource() { m_clone.m_cloneSource.setTo(cv::Scalar::all(0)); }
@@ -96,15 +141,15 @@ void PhotoItem::dropSelectionsForStamp()
     clearStrokeBaseRed();
     clearInpaintMask();
     clearInpaintMaskBK();
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
 }
 
 void PhotoItem::showOnCanvas()
 {
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
 }
 

@@ -47,6 +47,10 @@ public:
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
               LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
               int rowIndex, QObject *parent = nullptr); // rowIndex: kept in the published signature, unused
+    // The same for a photo whose file the caller has decoded already (as
+    // photoio::decodeFile does, CV_8UC3): the file is not read twice.
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
+              const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr);
     ~PhotoItem() override;
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
@@ -204,17 +208,24 @@ public:
         quint8 m_grabbed = 0;
     };
 
-    // The engine job: the worker thread, the photo before the job (also
-    // the stamp's snapshot), the progress and the job's flags.
+    // The engine job: the worker thread, the part of the photo the job may
+    // write as it was before (also the stamp's snapshot of the whole
+    // photo), the progress and the job's flags.
     struct Job
     {
         ThreadFromQThread *m_workerThread = nullptr;
+        // An erase's crop, the whole photo for a clone job; held from the
+        // job's start until its undo entry is made or the photo is put back.
         cv::Mat m_imageBeforeJob;
+        cv::Rect m_beforeJobRect;
         quint8 m_firstProgress = 1;
         int m_progressBase = 0;
         quint8 m_canceled = 0;
         // A job is on the worker thread and its end has not been handled yet.
         bool m_jobActive = false;
+        // An erase's undo entry is being made: its redo brings the canvas
+        // up to date over the entry's rectangle only.
+        bool m_patchCanvas = false;
         // The job under way is an Another Fill: these are its inputs, and
         // the work box to give back should it not be committed.
         bool m_refilling = false;
@@ -293,7 +304,16 @@ public slots:
     void onCustomDeleteItem();
 
 public:
+    // Counts a fresh start: no stroke, no work box, no layers.
     void initLayers();
+    // The selection layers and stroke bases are made (zero, at the photo's
+    // size) by the first gesture or command that needs them, and let go of
+    // when nothing is selected any more; the canvas is told before either.
+    void ensureLayers();
+    void releaseLayers();
+    // Whether the photo holds any layer, stroke base or clone buffer
+    // (the moved picture of a piece drag among them).
+    bool holdsLayers() const;
     void stampPaint(QPointF pos);
     cv::Mat stampPreview(QPointF pos);
 
@@ -338,8 +358,13 @@ private:
     void startJob();
     void refuseJob(const QString &reason = QString());
     void startErase();
-    // The photo and both selection layers back on the screen.
-    void showImageAndLayers();
+    // The photo and both selection layers back on the screen; with a
+    // rectangle, only that part of the photo changed since it was shown.
+    void showImageAndLayers(const cv::Rect &changed = cv::Rect());
+    // Keeps the job's part of the photo as it was (the crop, or the whole
+    // photo), and gives it back.
+    void keepBeforeJob(const cv::Rect &rect);
+    void putBackBeforeJob();
     // After a committed change (photoitem_undo.cpp): no selection, no
     // stroke or work box, the next job counted afresh.
     void startAfresh();
@@ -348,6 +373,7 @@ private:
     // unit of the current tool (pointertool.h), which works on the gesture
     // state and the helpers below.
     const PointerTool &currentTool() const;
+    void ensureLayersForTool();
     friend class PointerTool;
     friend class SelectionTool;
     friend class RectangleTool;
@@ -369,6 +395,9 @@ private:
     cv::Mat &activeBase();
     LayerView *activeWidget() const;
     void showLayer(const cv::Mat &layer, LayerView *widget);
+    // Brings the photo's pixmap on the canvas in step with m_image inside
+    // rect, or sets the whole photo when the canvas shows something else.
+    void showPhotoRect(const cv::Rect &rect);
     void pushSelectionEntry(const cv::Rect &rect, const QString &text);
     // A polygon's vertex at pos; true when it closes the polygon (near the
     // first vertex, or the last one allowed).

@@ -193,6 +193,8 @@ void PhotoItem::extendWorkBoxTo(const cv::Rect &rect)
 cv::Mat PhotoItem::selectionMask(Colour colour) const
 {
     const cv::Mat &layer = colour == Colour::Donor ? m_selection.m_inpaintMaskBK : m_selection.m_inpaintMask;
+    if (layer.empty() && !m_image.empty())
+        return cv::Mat::zeros(m_image.size(), CV_8UC1); // no layer made yet: nothing selected
     if (layer.empty() || layer.type() != CV_8UC4)
         return cv::Mat();
     cv::Mat channel;
@@ -202,6 +204,8 @@ cv::Mat PhotoItem::selectionMask(Colour colour) const
 
 bool PhotoItem::addToRedSelection(const cv::Mat &mask)
 {
+    if (!m_job.m_jobActive && mask.type() == CV_8UC1 && mask.size() == m_image.size() && cv::countNonZero(mask) > 0)
+        ensureLayers();
     if (m_job.m_jobActive || m_image.empty() || mask.type() != CV_8UC1 || mask.size() != m_image.size()
         || m_selection.m_inpaintMask.size() != m_image.size())
         return false;

@@ -4,8 +4,9 @@
 // A job runs on Mat views that share memory with m_image and writes in
 // place, so the interface thread keeps away from m_image until
 // finished_thread arrives; the modal progress dialog the window shows
-// between jobStarted and jobEnded is what keeps the user away. m_imageBeforeJob is the whole image as it was, for a cancel and for
-// the "before" of the undo entry.
+// between jobStarted and jobEnded is what keeps the user away. m_imageBeforeJob holds what the job may write (an erase's crop, the whole
+// image for a clone job) as it was, for a cancel and for the "before" of the
+// undo entry, until one of them has used it.
 #include "photoitem.h"
 #include "commands.h"
 #include "fillcheck.h"
@@ -123,10 +124,12 @@ void PhotoItem::recvAnotherFillCommand() { startGuarded(&PhotoItem::startAnother
 
 void PhotoItem::startGuarded(void (PhotoItem::*start)())
 {
-    // Preparing a job copies the photo and the crop: running out of memory
-    // there, or an OpenCV error, turns the command away instead of ending
-    // the program.
+    // Preparing a job copies the photo and the crop (and may make the
+    // selection layers, after an undo put a work box back): running out of
+    // memory there, or an OpenCV error, turns the command away instead of
+    // ending the program.
     try {
+        ensureLayers();
         (this->*start)();
     } catch (const std::bad_alloc &) {
         if (!m_job.m_jobActive)
@@ -180,7 +183,8 @@ void PhotoItem::startErase()
     m_regions.m_workMinY = box.minY;
     m_regions.m_workMaxX = box.maxX;
     m_regions.m_workMaxY = box.maxY;
-    m_job.m_imageBeforeJob = m_image.clone();
+    // An erase writes inside its crop only; the clone jobs write anywhere.
+    keepBeforeJob(isCloneTool(m_pointer.m_tool) ? cv::Rect(0, 0, m_imageCols, m_imageRows) : crop);
     if (!isCloneTool(m_pointer.m_tool))
         fillEraseJob(crop);
     startJob();
@@ -212,10 +216,10 @@ QString PhotoItem::eraseJobRefusal(const cv::Mat &image, const cv::Mat &red, con
                                    bool useDonor) const
 {
     std::string reason = eraseRefusal(image, red, green, useDonor);
-    // Besides the job's own buffers, the photo as it was before the job is
-    // kept whole, for a cancel, a failure and the undo entry.
+    // Besides the job's own buffers, the crop as it was before the job is
+    // kept, for a cancel, a failure and the undo entry.
     if (reason.empty())
-        reason = memoryRefusal(image.size(), useDonor, uint64_t(m_image.total() * m_image.elemSize()));
+        reason = memoryRefusal(image.size(), useDonor, uint64_t(image.total() * image.elemSize()));
     return QString::fromStdString(reason);
 }
 
@@ -265,7 +269,7 @@ void PhotoItem::startAnotherFill()
         refuseJob(reason);
         return;
     }
-    m_job.m_imageBeforeJob = m_image.clone();
+    keepBeforeJob(inputs.crop);
     m_job.m_workBoxBeforeRefill = cv::Vec4d(m_regions.m_workMinX, m_regions.m_workMinY, m_regions.m_workMaxX, m_regions.m_workMaxY);
     m_job.m_canceled = 0;
     try {
@@ -279,7 +283,7 @@ void PhotoItem::startAnotherFill()
         const cv::Mat image = m_image(inputs.crop);
         m_job.m_workerThread->setEraseJob(image, image, red, green, inputs.useDonor, JobType::Erase);
     } catch (...) {
-        m_job.m_imageBeforeJob.copyTo(m_image);
+        putBackBeforeJob();
         restoreWorkBoxBeforeRefill();
         throw;
     }
@@ -348,25 +352,27 @@ bool PhotoItem::prepareSeamlessJob()
     m_clone.m_moveX = std::clamp(m_clone.m_moveX, 0, m_imageCols - w);
     m_clone.m_moveY = std::clamp(m_clone.m_moveY, 0, m_imageRows - h);
 
-    clearCloneMask();
-    clearCloneMaskScaled();
+    // The clone buffers are made at the sizes they need: the selection's
+    // box and the moved piece.
+    m_clone.m_cloneMask = cv::Mat::zeros(r.size(), CV_8UC1);
+    m_clone.m_cloneMaskScaled = cv::Mat::zeros(h, w, CV_8UC1);
     for (int y = r.y; y < r.y + r.height; ++y) {
         const uchar *red = m_selection.m_inpaintMask.ptr<uchar>(y);
-        uchar *mask = m_clone.m_cloneMask.ptr<uchar>(y);
+        uchar *mask = m_clone.m_cloneMask.ptr<uchar>(y - r.y);
         for (int x = r.x; x < r.x + r.width; ++x)
             if (red[4 * x + 2] != 0)
-                mask[x] = 255;
+                mask[x - r.x] = 255;
     }
-    cv::Mat mask = m_clone.m_cloneMaskScaled(cv::Rect(0, 0, w, h));
-    cv::resize(m_clone.m_cloneMask(r), mask, mask.size(), 0, 0, cv::INTER_LINEAR);
+    cv::Mat mask = m_clone.m_cloneMaskScaled;
+    cv::resize(m_clone.m_cloneMask, mask, mask.size(), 0, 0, cv::INTER_LINEAR);
     if (cv::countNonZero(mask(cv::Rect(1, 1, w - 2, h - 2))) == 0)
         return false;
 
     const cv::Mat piece = buildMovedPiece(m_clone.m_cloneGrowX, m_clone.m_cloneGrowY);
     if (piece.empty() || piece.cols != w || piece.rows != h || piece.type() != CV_8UC4)
         return false;
-    clearCloneSource();
-    cv::Mat source = m_clone.m_cloneSource(cv::Rect(0, 0, w, h));
+    m_clone.m_cloneSource = cv::Mat::zeros(h, w, CV_8UC3);
+    cv::Mat source = m_clone.m_cloneSource;
     // B, G, R of the piece; its alpha only marked the selection.
     const int fromTo[] = {0, 0, 1, 1, 2, 2};
     cv::mixChannels(&piece, 1, &source, 1, fromTo, 3);
@@ -395,13 +401,17 @@ void PhotoItem::onQThreadFinished()
     // A job that stopped on an error left no result; it is undone as a
     // cancel is, and the user is told.
     const bool failed = m_job.m_workerThread->failed() || m_job.m_workerThread->m_resultImage.empty();
+    // An erase changed its crop only: the canvas follows that part alone
+    // instead of converting the whole photo.
+    const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
+    const cv::Rect changed = fill ? m_job.m_beforeJobRect : cv::Rect();
     if (m_job.m_canceled == 0 && !failed)
         commitJobResult();
     else
         takeJobBack();
     m_job.m_refilling = false;
     m_job.m_refill = FillInputs();
-    showImageAndLayers();
+    showImageAndLayers(changed);
 
     emit jobEnded();
     if (failed && m_job.m_canceled == 0) {
@@ -442,7 +452,10 @@ void PhotoItem::commitJobResult()
     QString text;
     if (fill) {
         foldJobResult(m_image, m_job.m_workerThread->m_workImage);
-        rect = workBoxRect();
+        // The result's views of the photo are not needed any more.
+        m_job.m_workerThread->releaseResult();
+        // An erase wrote nothing outside its crop.
+        rect = workBoxRect() & m_job.m_beforeJobRect;
         text = m_job.m_refilling ? tr("Another Fill") : QStringLiteral("Erase");
     } else {
         rect = cloneJobRect();
@@ -452,11 +465,16 @@ void PhotoItem::commitJobResult()
 
     // The push runs redo at once, which resets the selections and boxes.
     const QPointF min(m_regions.m_workMinX, m_regions.m_workMinY), max(m_regions.m_workMaxX, m_regions.m_workMaxY);
+    const cv::Mat before = m_job.m_imageBeforeJob(rect - m_job.m_beforeJobRect.tl());
+    m_job.m_patchCanvas = fill;
     if (fill)
-        m_undoStack->push(new FillCommand(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect,
+        m_undoStack->push(new FillCommand(m_image(rect), before, min, max, text, this, rect,
                                           m_job.m_refilling ? m_job.m_refill : refillInputs()));
     else
-        m_undoStack->push(new Command(m_image(rect), m_job.m_imageBeforeJob(rect), min, max, text, this, rect));
+        m_undoStack->push(new Command(m_image(rect), before, min, max, text, this, rect));
+    m_job.m_patchCanvas = false;
+    // The entry holds its own copy.
+    m_job.m_imageBeforeJob.release();
     startAfresh();
 }
 
@@ -465,7 +483,7 @@ void PhotoItem::takeJobBack()
     // Back to the photo as it was; the job wrote in place (an erase job
     // blacked out its hole first). The selection stays, and the work box
     // keeps its enlarged values.
-    m_job.m_imageBeforeJob.copyTo(m_image);
+    putBackBeforeJob();
     // Another Fill leaves the box as the committed fill left it.
     if (m_job.m_refilling)
         restoreWorkBoxBeforeRefill();
@@ -487,12 +505,28 @@ FillInputs PhotoItem::refillInputs() const
     return FillInputs();
 }
 
-void PhotoItem::showImageAndLayers()
+void PhotoItem::keepBeforeJob(const cv::Rect &rect)
 {
-    m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+    m_job.m_imageBeforeJob = m_image(rect).clone();
+    m_job.m_beforeJobRect = rect;
+}
+
+void PhotoItem::putBackBeforeJob()
+{
+    if (m_job.m_imageBeforeJob.size() == m_job.m_beforeJobRect.size())
+        m_job.m_imageBeforeJob.copyTo(m_image(m_job.m_beforeJobRect));
+    m_job.m_imageBeforeJob.release();
+}
+
+void PhotoItem::showImageAndLayers(const cv::Rect &changed)
+{
+    if (changed.empty())
+        m_midWidget->showPixmap(matToQPixmap(m_image));
+    else
+        showPhotoRect(changed);
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
     m_frontGreenWidget->showLayer(true);
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
 }
 
 void PhotoItem::setProcessSum(long sum)

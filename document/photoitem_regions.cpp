@@ -68,6 +68,8 @@ cv::Rect PhotoItem::selectionBounds() const
 {
     if (m_imageCols == 0 || m_imageRows == 0)
         return cv::Rect(0, 0, 0, 0);
+    if (m_selection.m_inpaintMask.empty())
+        return cv::Rect(m_imageCols, m_imageRows, -m_imageCols, -m_imageRows);
     int minX = m_imageCols, minY = m_imageRows, maxX = -1, maxY = -1;
     for (int row = 0; row < m_imageRows; ++row) {
         const uchar *p = m_selection.m_inpaintMask.ptr<uchar>(row);
@@ -90,7 +92,7 @@ void PhotoItem::recvRedRoi()
 {
     m_frontWidget->showLayer(true);
     m_frontGreenWidget->showLayer(false);
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
     m_midWidget->showPixmap(matToQPixmap(m_image));
 }
 
@@ -98,7 +100,7 @@ void PhotoItem::recvGreenRoi()
 {
     m_frontGreenWidget->showLayer(true);
     m_midWidget->showPixmap(matToQPixmap(m_image));
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
 }
 
 void PhotoItem::recvSrcRoi()

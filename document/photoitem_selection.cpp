@@ -53,8 +53,27 @@ LayerView *PhotoItem::activeWidget() const { return m_pointer.m_colorType == Col
 
 void PhotoItem::showLayer(const cv::Mat &layer, LayerView *widget)
 {
-    // A wrap, not a copy: the widget paints straight from the layer.
-    widget->showImage(matToQImage(layer));
+    // A wrap, not a copy: the widget paints straight from the layer. A
+    // layer not made yet shows as nothing, at the photo's size.
+    if (layer.empty())
+        widget->showEmptyLayer(m_imageCols, m_imageRows);
+    else
+        widget->showImage(matToQImage(layer));
+}
+
+// What the widget shows is the same as after a full conversion: the same
+// colours, written with the source composition, pixel for pixel. When it is
+// not showing this photo's pixmap (before-and-after shows the file), the
+// whole photo is set, as a full conversion would.
+void PhotoItem::showPhotoRect(const cv::Rect &rect)
+{
+    // The image's own rows, B G R bytes, are wrapped without a copy.
+    const cv::Mat region = rect.empty() ? cv::Mat() : m_image(rect);
+    const QImage patch = region.empty()
+        ? QImage()
+        : QImage(region.data, region.cols, region.rows, int(region.step), QImage::Format_BGR888);
+    if (!m_midWidget->paintPhotoPatch(rect.x, rect.y, patch, QSize(m_imageCols, m_imageRows)))
+        m_midWidget->showPixmap(matToQPixmap(m_image));
 }
 
 void PhotoItem::pushSelectionEntry(const cv::Rect &rect, const QString &text)

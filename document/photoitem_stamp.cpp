@@ -211,22 +211,8 @@ void StampTool::snapshotImage(PhotoItem &item)
         copy = item.m_image.clone();
 }
 
-// Brings the photo's pixmap on the canvas in step with m_image inside rect,
-// instead of converting the whole photo on every dab. What the widget shows
-// is the same as after a full conversion: the same colours, written with the
-// source composition, pixel for pixel.
-// When the widget is not showing this photo's pixmap (before-and-after shows
-// the file), the whole photo is set, as a full conversion would.
-void StampTool::refreshPhotoRect(PhotoItem &item, const cv::Rect &rect)
-{
-    // The image's own rows, B G R bytes, are wrapped without a copy.
-    const cv::Mat region = rect.empty() ? cv::Mat() : item.m_image(rect);
-    const QImage patch = region.empty()
-        ? QImage()
-        : QImage(region.data, region.cols, region.rows, int(region.step), QImage::Format_BGR888);
-    if (!item.m_midWidget->paintPhotoPatch(rect.x, rect.y, patch, QSize(item.m_imageCols, item.m_imageRows)))
-        item.m_midWidget->showPixmap(matToQPixmap(item.m_image));
-}
+// The canvas follows the dab's rectangle only, instead of the whole photo.
+void StampTool::refreshPhotoRect(PhotoItem &item, const cv::Rect &rect) { item.showPhotoRect(rect); }
 
 // The preview under the pointer. Until the first press after an Alt-click
 // the offsets are 0 and the preview shows what lies around the source;
@@ -345,6 +331,7 @@ void StampTool::endStroke(PhotoItem &doc)
 
 void PhotoItem::stampPaint(QPointF pos)
 {
+    ensureLayers();
     const int n = dabSide(m_pointer.m_brushSize, m_pointer.m_scale);
     if (n < 1)
         return;
@@ -409,6 +396,7 @@ void PhotoItem::stampPaint(QPointF pos)
 
 cv::Mat PhotoItem::stampPreview(QPointF pos)
 {
+    ensureLayers();
     const int n = dabSide(m_pointer.m_brushSize, m_pointer.m_scale);
     // The preview lives in the corner of a scratch layer of the image's size;
     // a dab wider or taller than the image gets no preview (the stamp itself

@@ -18,21 +18,24 @@ static void pasteAt(const cv::Mat &snapshot, cv::Mat &target, const cv::Rect &re
 
 void PhotoItem::setInpaintMask(cv::Mat tempMask, cv::Rect rect)
 {
+    ensureLayers();
     pasteAt(tempMask, m_selection.m_inpaintMask, rect);
-    m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+    showLayer(m_selection.m_inpaintMask, m_frontWidget);
 }
 
 void PhotoItem::setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect)
 {
+    ensureLayers();
     pasteAt(tempMask, m_selection.m_inpaintMaskBK, rect);
     m_frontGreenWidget->showLayer(true);
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     // Set on undo too: undoing the only green stroke keeps the donor path on.
     m_selection.m_donorUsed = 1;
 }
 
 void PhotoItem::paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect)
 {
+    ensureLayers();
     const bool green = colour == Colour::Donor;
     cv::Mat &layer = green ? m_selection.m_inpaintMaskBK : m_selection.m_inpaintMask;
     if (layer.type() != CV_8UC4 || mask.type() != CV_8UC1 || mask.size() != rect.size() || rect.empty()
@@ -52,10 +55,10 @@ void PhotoItem::paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect
     }
     if (green) {
         m_frontGreenWidget->showLayer(true);
-        m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+        showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
         m_selection.m_donorUsed = 1;
     } else {
-        m_frontWidget->showImage(matToQImage(m_selection.m_inpaintMask));
+        showLayer(m_selection.m_inpaintMask, m_frontWidget);
     }
 }
 
@@ -81,8 +84,16 @@ void PhotoItem::startAfresh()
     m_regions.m_workMinY = m_imageRows;
     m_regions.m_workMaxX = -1.0;
     m_regions.m_workMaxY = -1.0;
-    clearInpaintMask();
-    clearInpaintMaskBK();
+    // Nothing is selected any more: the layers go until a tool needs them.
+    // The stamp keeps them (its region, its preview's scratch) from one
+    // stroke to the next, cleared.
+    const bool stamping = m_pointer.m_tool == Tool::Stamp || isStampRegionTool(m_pointer.m_tool);
+    if (!stamping && !m_stamp.m_stampRegionActive && m_selection.m_polyCount == 0) {
+        releaseLayers();
+    } else {
+        clearInpaintMask();
+        clearInpaintMaskBK();
+    }
 }
 
 void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
@@ -91,9 +102,12 @@ void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
     // A push runs this at once, so it is also the reset after a job or a
     // stamp stroke: selections and boxes start afresh.
     startAfresh();
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    if (m_job.m_patchCanvas)
+        showPhotoRect(rect);
+    else
+        m_midWidget->showPixmap(matToQPixmap(m_image));
     // During stamp work the fence of the region stays on the screen.
-    m_frontWidget->showImage(matToQImage(m_stamp.m_stampRegionActive ? m_selection.m_strokeBaseRed : m_selection.m_inpaintMask));
+    showLayer(m_stamp.m_stampRegionActive ? m_selection.m_strokeBaseRed : m_selection.m_inpaintMask, m_frontWidget);
     m_frontGreenWidget->showLayer(true);
-    m_frontGreenWidget->showImage(matToQImage(m_selection.m_inpaintMaskBK));
+    showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
 }

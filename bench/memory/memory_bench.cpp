@@ -358,17 +358,17 @@ void printHoldings(PhotoItem *item, CustomWidget *mid)
 {
     struct Row { const char *name; double mb; };
     const Row rows[] = {
-        {"m_image (the photo)", mb(state(item).m_image)},
-        {"m_inpaintMask (red layer)", mb(state(item).selection.m_inpaintMask)},
-        {"m_inpaintMaskBK (green layer)", mb(state(item).selection.m_inpaintMaskBK)},
-        {"m_strokeBaseRed", mb(state(item).selection.m_strokeBaseRed)},
-        {"m_strokeBaseGreen", mb(state(item).selection.m_strokeBaseGreen)},
-        {"m_cloneSource", mb(state(item).clone.m_cloneSource)},
-        {"m_cloneMask", mb(state(item).clone.m_cloneMask)},
-        {"m_cloneMaskScaled", mb(state(item).clone.m_cloneMaskScaled)},
-        {"m_clonePreview", mb(state(item).clone.m_clonePreview)},
-        {"m_rubberBand", mb(state(item).selection.m_rubberBand)},
-        {"m_imageBeforeJob", mb(state(item).job.m_imageBeforeJob)},
+        {"m_image (the photo)", mb(stateAsIs(item).m_image)},
+        {"m_inpaintMask (red layer)", mb(stateAsIs(item).selection.m_inpaintMask)},
+        {"m_inpaintMaskBK (green layer)", mb(stateAsIs(item).selection.m_inpaintMaskBK)},
+        {"m_strokeBaseRed", mb(stateAsIs(item).selection.m_strokeBaseRed)},
+        {"m_strokeBaseGreen", mb(stateAsIs(item).selection.m_strokeBaseGreen)},
+        {"m_cloneSource", mb(stateAsIs(item).clone.m_cloneSource)},
+        {"m_cloneMask", mb(stateAsIs(item).clone.m_cloneMask)},
+        {"m_cloneMaskScaled", mb(stateAsIs(item).clone.m_cloneMaskScaled)},
+        {"m_clonePreview", mb(stateAsIs(item).clone.m_clonePreview)},
+        {"m_rubberBand", mb(stateAsIs(item).selection.m_rubberBand)},
+        {"m_imageBeforeJob", mb(stateAsIs(item).job.m_imageBeforeJob)},
     };
     double sum = 0.0;
     std::printf("  held by the current photo's document (MB):\n");
@@ -524,7 +524,7 @@ int runPhotos(Bench &b, cv::Size eraseSize, Sampler &sampler, bool trace)
         }
     }
     const Memory after = readMemory();
-    const double decoded = mb(state(item).m_image);
+    const double decoded = mb(stateAsIs(item).m_image);
     std::printf("Erase of a %d x %d rectangle (%d pixels selected) on photo %d: %lld ms, undo entries %d\n",
                 area.width, area.height, selected, b.ui->listWidget->currentRow() + 1, (long long)jobMs,
                 item->getUndoStack()->count());

@@ -182,6 +182,57 @@ private slots:
 
     // ---------------------------------------------------------------- erase
 
+    // An opened photo holds its pixels alone; the first stroke makes the
+    // selection layers (the canvas paints them without a copy), the Erase
+    // that uses them lets them go, and undo and redo across both are exact.
+    void layersAreMadeByAStrokeAndLetGoByTheErase()
+    {
+        PhotoItem *item = load(m_smallPhoto);
+        QVERIFY(!item->holdsLayers());
+        QVERIFY(m_host->front->overlayImage().isNull());
+        const cv::Mat original = stateAsIs(item).m_image.clone();
+
+        item->recvSelectType(4, 12, 0);
+        item->recvLeftPressPoint(QPointF(100, 80));
+        item->recvLeftMovePoint(QPointF(115, 85));
+        item->recvLeftMovePoint(QPointF(130, 90));
+        item->recvReleasePoint(QPointF(130, 90));
+        QVERIFY(item->holdsLayers());
+        const cv::Mat red = stateAsIs(item).selection.m_inpaintMask;
+        QCOMPARE(red.size(), original.size());
+        QVERIFY(layerHasSelection(red, 2));
+        QCOMPARE(m_host->front->overlayImage().constBits(), red.data);
+        const cv::Mat stroked = red.clone();
+        QUndoStack *stack = item->getUndoStack();
+        QCOMPARE(stack->count(), 1);
+        stack->undo();
+        QCOMPARE(cv::countNonZero(stateAsIs(item).selection.m_inpaintMask.reshape(1)), 0);
+        stack->redo();
+        QVERIFY(samePixels(stateAsIs(item).selection.m_inpaintMask, stroked));
+
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvEraseCommand();
+        QVERIFY(finished.wait(kJobTimeoutMs));
+        QCOMPARE(stack->count(), 2);
+        QVERIFY(!item->holdsLayers());
+        QVERIFY(m_host->front->overlayImage().isNull());
+        QVERIFY(m_host->green->overlayImage().isNull());
+        const cv::Mat erased = stateAsIs(item).m_image.clone();
+        QVERIFY(!samePixels(erased, original));
+
+        stack->undo(); // the Erase
+        QVERIFY(samePixels(stateAsIs(item).m_image, original));
+        stack->undo(); // the stroke: its layer is made again to take it back
+        QVERIFY(samePixels(stateAsIs(item).m_image, original));
+        QCOMPARE(cv::countNonZero(stateAsIs(item).selection.m_inpaintMask.reshape(1)), 0);
+        stack->redo();
+        QVERIFY(samePixels(stateAsIs(item).selection.m_inpaintMask, stroked));
+        QCOMPARE(m_host->front->overlayImage().constBits(), stateAsIs(item).selection.m_inpaintMask.data);
+        stack->redo(); // the Erase again: the same pixels, the layers let go
+        QVERIFY(samePixels(stateAsIs(item).m_image, erased));
+        QVERIFY(!item->holdsLayers());
+    }
+
     void eraseFillsTheHoleAsOneUndoEntry()
     {
         PhotoItem *item = load(realPhoto("coffee.png"));
@@ -208,10 +259,17 @@ private slots:
         QCOMPARE(cropOf(item), crop);
         QCOMPARE(state(item).job.m_workerThread->m_workImage.size(), crop.size());
         QCOMPARE(state(item).job.m_workerThread->m_workImage.data, state(item).m_image(crop).data);
-        QVERIFY(samePixels(state(item).job.m_imageBeforeJob, original));
+        // What the job may write, and no more, is kept as it was.
+        QCOMPARE(state(item).job.m_imageBeforeJob.size(), crop.size());
+        QVERIFY(samePixels(state(item).job.m_imageBeforeJob, original(crop)));
 
         QVERIFY(finished.wait(kJobTimeoutMs));
         QCOMPARE(finished.count(), 1);
+        // Once the undo entry holds it, the copy goes, and so do the result's
+        // views of the photo.
+        QVERIFY(state(item).job.m_imageBeforeJob.empty());
+        QVERIFY(state(item).job.m_workerThread->m_workImage.empty());
+        QVERIFY(state(item).job.m_workerThread->m_resultImage.empty());
         QVERIFY(!dialogOf(item)->isVisible());
         QVERIFY(!state(item).job.m_jobActive);
 
@@ -235,8 +293,11 @@ private slots:
         QCOMPARE(int(state(item).output.m_saved), 0);
         QCOMPARE(int(state(item).job.m_firstProgress), 1);
         QCOMPARE(state(item).pointer.m_pressPos, QPointF(-1, -1));
-        // The canvas shows the result.
+        // The canvas shows the result, brought up to date over the crop
+        // alone: the same pixels as a conversion of the whole photo.
         QCOMPARE(m_host->mid->pixmap().size(), QSize(600, 400));
+        QCOMPARE(m_host->mid->pixmap().toImage().convertToFormat(QImage::Format_RGB32),
+                 matToQImage(state(item).m_image).convertToFormat(QImage::Format_RGB32));
 
         const cv::Mat erased = state(item).m_image.clone();
         stack->undo();
@@ -412,6 +473,11 @@ private slots:
         QCOMPARE(item->getUndoStack()->count(), 0);
         QCOMPARE(cropOf(item), first);
         QCOMPARE(m_host->front->overlayImage().constBits(), state(item).selection.m_inpaintMask.data);
+        // The crop put back let its copy go; the canvas shows the photo of
+        // before, brought back over the crop alone.
+        QVERIFY(state(item).job.m_imageBeforeJob.empty());
+        QCOMPARE(m_host->mid->pixmap().toImage().convertToFormat(QImage::Format_RGB32),
+                 matToQImage(original).convertToFormat(QImage::Format_RGB32));
 
         // Erase again: the box is enlarged once more.
         QVERIFY(startAndWaitForProgress(item));
@@ -719,7 +785,13 @@ private slots:
         QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
         item->recvEraseCommand();
         QCOMPARE(state(item).job.m_workerThread->m_jobType, JobType::Clone);
+        // A clone job writes anywhere: the whole photo is kept as it was.
+        QCOMPARE(state(item).job.m_imageBeforeJob.size(), original.size());
         QVERIFY(finished.wait(kJobTimeoutMs));
+        // Committed: the copy, the layers and the moved picture all go.
+        QVERIFY(stateAsIs(item).job.m_imageBeforeJob.empty());
+        QVERIFY(stateAsIs(item).clone.m_clonePreview.empty());
+        QVERIFY(!item->holdsLayers());
         const cv::Rect moved(state(item).clone.m_moveX, state(item).clone.m_moveY, bounds.width, bounds.height);
         QCOMPARE(item->getUndoStack()->count(), entries + 1);
         QCOMPARE(item->getUndoStack()->text(entries), QString("Smart Clone"));

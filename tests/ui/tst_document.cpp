@@ -41,11 +41,22 @@ private slots:
     {
         const QString path = writeImage(m_dir.path(), "colour.png", patternPhoto(390, 200));
         PhotoItem *item = load(path);
+        // An untouched photo holds its pixels alone; the canvas's selection
+        // layers wrap nothing yet but map the pointer over the photo.
+        QVERIFY(!item->holdsLayers());
+        QVERIFY(m_host->front->overlayImage().isNull());
+        QVERIFY(m_host->green->overlayImage().isNull());
+        QCOMPARE(m_host->front->scaledWidth(), 390);
+        QCOMPARE(m_host->front->scaledHeight(), 200);
+        QPointF mapped;
+        QVERIFY(m_host->front->mapToImage(QPointF(5, 5), &mapped));
+        QCOMPARE(mapped, QPointF(5 - m_host->front->offsetLeft(), 5 - m_host->front->offsetTop()));
         QCOMPARE(state(item).m_image.type(), CV_8UC3);
         QCOMPARE(state(item).m_imageCols, 390);
         QCOMPARE(state(item).m_imageRows, 200);
         QCOMPARE(state(item).output.m_fileName, QString("colour.png"));
         QCOMPARE(state(item).output.m_folderPath, QFileInfo(path).absolutePath());
+        // Made on demand (here by the tests' door), zero and at its size.
         for (const cv::Mat *layer : {&state(item).selection.m_strokeBaseGreen, &state(item).selection.m_strokeBaseRed, &state(item).selection.m_inpaintMask,
                                      &state(item).selection.m_inpaintMaskBK}) {
             QCOMPARE(layer->type(), CV_8UC4);
@@ -53,9 +64,10 @@ private slots:
             QCOMPARE(layer->rows, 200);
             QCOMPARE(cv::countNonZero(layer->reshape(1)), 0);
         }
-        QCOMPARE(state(item).clone.m_cloneSource.type(), CV_8UC3);
-        QCOMPARE(state(item).clone.m_cloneMask.type(), CV_8UC1);
-        QCOMPARE(state(item).clone.m_cloneMaskScaled.type(), CV_8UC1);
+        // The smart clone's buffers are made with its piece, at its size.
+        QVERIFY(state(item).clone.m_cloneSource.empty());
+        QVERIFY(state(item).clone.m_cloneMask.empty());
+        QVERIFY(state(item).clone.m_cloneMaskScaled.empty());
         // Defaults after construction.
         QCOMPARE(state(item).selection.m_strokeMinX, 390.0);
         QCOMPARE(state(item).selection.m_strokeMinY, 200.0);
@@ -84,6 +96,24 @@ private slots:
         QCOMPARE(row->form()->label_name->text(), QString("colour.png"));
         QCOMPARE(row->form()->label_img->pixmap(Qt::ReturnByValue).size(), QSize(195, 100));
         delete state(item).m_listItem;
+        delete item;
+    }
+
+    // The window decodes a file once, to test it, and hands the pixels on:
+    // the photo takes them as they are and does not read the file again.
+    void photoGivenItsPixelsTakesThemWithoutReadingTheFile()
+    {
+        const cv::Mat pixels = patternPhoto(64, 48);
+        const QString path = m_dir.path() + "/not-on-disk.png";
+        QVERIFY(!QFile::exists(path));
+        auto *item = new PhotoItem(m_host->back, m_host->mid, m_host->front, m_host->green, path, pixels, m_host->list);
+        QCOMPARE(stateAsIs(item).m_image.data, pixels.data);
+        QCOMPARE(item->imageCols(), 64);
+        QCOMPARE(item->imageRows(), 48);
+        QCOMPARE(item->fileName(), QString("not-on-disk.png"));
+        QVERIFY(!item->holdsLayers());
+        QCOMPARE(m_host->mid->pixmap().size(), QSize(64, 48));
+        delete stateAsIs(item).m_listItem;
         delete item;
     }
 
