@@ -57,7 +57,7 @@ inline QString dataFolderFor(const QString &appDir)
 
 // Opens the photos as the open dialog would, one after the other (an
 // unreadable one gets the usual warning and the rest go on), then shows the
-// first one that opened.
+// first one that opened, as opening it left it.
 inline void openCommandLinePhotos(MainWindow *window, const QStringList &photos)
 {
     QListWidget *list = window->findChild<QListWidget *>(QStringLiteral("listWidget"));
@@ -65,7 +65,7 @@ inline void openCommandLinePhotos(MainWindow *window, const QStringList &photos)
     for (const QString &path : photos)
         window->openPhoto(path);
     if (list && list->count() > before + 1)
-        list->setCurrentRow(before);
+        window->showAsOpened(before);
 }
 
 #endif // MERVANE_LAUNCH_H

@@ -231,6 +231,14 @@ void MainWindow::openPhoto(const QString &path)
     }
 }
 
+void MainWindow::showAsOpened(int row)
+{
+    if (row < 0 || row >= m_photoItems.size())
+        return;
+    ui->listWidget->setCurrentRow(row);
+    setSizeControlVisible(true);
+}
+
 void MainWindow::openReadablePhoto(const QString &path)
 {
     // One decode: the readability test's pixels become the photo's.

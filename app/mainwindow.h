@@ -44,6 +44,10 @@ public:
 
     // Opening a photo: every road in ends in openPhoto.
     void openPhoto(const QString &path);
+    // Shows the photo of a row as opening it would leave it: the row current,
+    // the brush in red with its size control shown (a plain switch of rows
+    // leaves the size control hidden).
+    void showAsOpened(int row);
     void bindPhoto(PhotoItem *item);
     void unbindPhoto(PhotoItem *item);
     // The photo the window shows, or null.

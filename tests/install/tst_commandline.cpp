@@ -6,6 +6,7 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QRegularExpression>
+#include <QSlider>
 #include <QtTest>
 
 #include <opencv2/imgcodecs.hpp>
@@ -137,6 +138,10 @@ private slots:
         QCOMPARE(list(w)->count(), 2);
         QCOMPARE(list(w)->currentRow(), 0);
         QCOMPARE(shownSize(w), QString("120*80"));
+        // Shown as opening it left it: the brush with its size control.
+        QSlider *size = w.findChild<QSlider *>(QStringLiteral("verticalSlider"));
+        QVERIFY(size);
+        QVERIFY(size->isVisible());
     }
 
     void onePhotoIsShown()
