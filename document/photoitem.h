@@ -19,7 +19,8 @@ class QUndoStack;
 class PointerTool;
 class ThreadFromQThread;
 
-// Whether a CV_8UC4 selection layer has a pixel whose channel is set.
+// Whether a CV_8UC4 selection layer (or a view of one) has a pixel whose
+// channel is set, by the engine's test (above 254).
 bool layerHasSelection(const cv::Mat &layer, int channel);
 // The box of the pixels of a CV_8UC4 layer whose channel is set (empty if none).
 cv::Rect layerBounds(const cv::Mat &layer, int channel);

@@ -92,11 +92,13 @@ bool layerHasSelection(const cv::Mat &layer, int channel)
     if (layer.empty() || layer.type() != CV_8UC4)
         return false;
     // Row pointers and an early way out: a selection is usually found in the
-    // first rows that hold one, and an empty layer costs one read of it.
+    // first rows that hold one, and an empty layer costs one read of it. The
+    // test is the one the engine stamps with (above 254); a selection layer
+    // holds only 0 and 255 there, so it is also "set".
     for (int y = 0; y < layer.rows; ++y) {
         const uchar *p = layer.ptr<uchar>(y);
         for (int x = 0; x < layer.cols; ++x)
-            if (p[4 * x + channel] != 0)
+            if (p[4 * x + channel] > 254)
                 return true;
     }
     return false;

@@ -30,21 +30,6 @@ namespace {
 // longer side never goes to the engine.
 constexpr int kMaxEngineSide = 65535;
 
-// Whether a view of a selection layer holds a selected pixel, by the test
-// the engine stamps with (channel above 254).
-bool hasSelected(const cv::Mat &layerView, int channel)
-{
-    if (layerView.empty() || layerView.type() != CV_8UC4)
-        return false;
-    for (int y = 0; y < layerView.rows; ++y) {
-        const uchar *p = layerView.ptr<uchar>(y);
-        for (int x = 0; x < layerView.cols; ++x)
-            if (p[4 * x + channel] > 254)
-                return true;
-    }
-    return false;
-}
-
 cv::Rect insideImage(const cv::Rect &rect, const cv::Mat &image)
 {
     return rect & cv::Rect(0, 0, image.cols, image.rows);
@@ -64,7 +49,7 @@ cv::Rect changedBounds(const cv::Mat &a, const cv::Mat &b)
 // crop, asks for a plain erase.
 bool donorAsked(int donorUsed, const cv::Mat &green)
 {
-    return donorUsed != 0 && hasSelected(green, 1);
+    return donorUsed != 0 && layerHasSelection(green, 1);
 }
 
 // The crop an erase job works on, from its (enlarged) work box.
@@ -164,7 +149,8 @@ void PhotoItem::startErase()
     const cv::Rect crop = cropOf(box.minX, box.minY, box.maxX, box.maxY);
     // An erase job whose crop holds no red pixel would change nothing:
     // leave the photo, the selection and the box as they are.
-    if (!isCloneTool(m_pointer.m_tool) && (crop.width < 1 || crop.height < 1 || !hasSelected(m_selection.m_inpaintMask(crop), 2))) {
+    if (!isCloneTool(m_pointer.m_tool)
+        && (crop.width < 1 || crop.height < 1 || !layerHasSelection(m_selection.m_inpaintMask(crop), 2))) {
         refuseJob();
         return;
     }
