@@ -26,6 +26,7 @@
 #include "photoitemstate.h"
 #include "qmenubutton.h"
 #include "ui_mainwindow.h"
+#include "windowfixture.h"
 
 namespace {
 
@@ -121,24 +122,12 @@ private slots:
 
     void init()
     {
-        g_uiScale = 1.0;
-        m_w = new MainWindow;
+        m_w = openTestWindow();
         ui = m_w->form();
-        m_w->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_w));
     }
 
-    void cleanup()
-    {
-        for (PhotoItem *item : m_w->photoItems()) {
-            if (state(item).job.m_jobActive) {
-                QSignalSpy done(item, &PhotoItem::sendThreadFinish);
-                done.wait(kJobTimeoutMs);
-            }
-        }
-        delete m_w;
-        m_w = nullptr;
-    }
+    void cleanup() { deleteAfterJobs(m_w, kJobTimeoutMs); }
 
     void entriesWithShortcutsGreyedWithoutPhotoOrSelection()
     {
