@@ -484,7 +484,8 @@ FillInputs PhotoItem::refillInputs() const
     // Without the memory to keep them the erase stands as it is; only
     // Another Fill is not offered after it.
     try {
-        return eraseInputs(cropOf(m_regions.m_workMinX, m_regions.m_workMinY, m_regions.m_workMaxX, m_regions.m_workMaxY));
+        // The job's crop was the (enlarged) work box, which it still is.
+        return eraseInputs(workBoxRect());
     } catch (const std::bad_alloc &) {
     } catch (const cv::Exception &) {
     }
