@@ -257,6 +257,7 @@ void MainWindow::openReadablePhoto(const QString &path)
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
                                     decoded.pixels, ui->listWidget);
     decoded.pixels.release(); // the photo holds the only reference
+    item->setMetadata(std::move(decoded.metadata));
     addPhotoRow(ui->listWidget, item);
     // The photo's progress dialog, shown while its jobs run.
     new JobDialog(item);

@@ -21,6 +21,7 @@ class QPushButton;
 class QUndoGroup;
 class PhotoItem;
 class RemoveDialog;
+struct SaveSettings;
 class StudyDialog;
 
 // The zoom steps of the view commands, descending.
@@ -70,6 +71,8 @@ public:
     static bool hasAcceptedSuffix(const QString &fileName);
     // The filter of both open dialogs (untranslated).
     static const char *openFilter();
+    // What a window save writes (mainwindow_save.cpp).
+    SaveSettings saveSettings() const;
 
 
     // Menus, languages, links and settings.
@@ -246,6 +249,8 @@ private:
     void restoreToolAfterSpace();
     void cancelSelectionUnderWay();
     QAction *addEditingAction(const QFont &font, const char *shortcut, void (MainWindow::*slot)());
+    // After a save into a format that holds no metadata, the one note of the session.
+    void noteMetadataLeftOut(const PhotoItem &item, const SaveSettings &settings, const QString &target);
 
     Ui::MainWindow *ui;
     int m_dragX = 0;
@@ -286,6 +291,7 @@ private:
     QStringList m_langCodes;
     QStringList m_langNames;
     QString m_saveDir;
+    bool m_metadataNoteShown = false;
 };
 
 #endif // MAINWINDOW_H

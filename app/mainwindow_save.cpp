@@ -5,6 +5,7 @@
 #include "globals.h"
 #include "keyboardgrabpause.h"
 #include "photoitem.h"
+#include "photoio.h"
 #include "saveproposal.h"
 
 #include <QFileDialog>
@@ -76,6 +77,11 @@ QString defaultSuffixOf(const QString &selectedFilter)
 
 } // namespace SaveProposal
 
+SaveSettings MainWindow::saveSettings() const
+{
+    return SaveSettings();
+}
+
 int MainWindow::on_pushButton_save_clicked()
 {
     // The button is out of sight with no photo, but its shortcut is not.
@@ -116,9 +122,10 @@ int MainWindow::on_pushButton_save_clicked()
     }
 
     m_saveDir = QFileInfo(target).absolutePath();
+    const SaveSettings settings = saveSettings();
     QString reason;
     try {
-        reason = item->saveTo(target);
+        reason = item->saveTo(target, settings);
     } catch (const std::exception &e) {
         reason = QString::fromLocal8Bit(e.what());
     }
@@ -129,7 +136,24 @@ int MainWindow::on_pushButton_save_clicked()
                              QMessageBox::Ok);
         return 1;
     }
+    noteMetadataLeftOut(*item, settings, target);
     return 0;
+}
+
+void MainWindow::noteMetadataLeftOut(const PhotoItem &item, const SaveSettings &settings, const QString &target)
+{
+    // Said once a session: after that the user knows which formats hold it.
+    const QString suffix = QFileInfo(target).suffix();
+    if (m_metadataNoteShown || !settings.keepMetadata || item.metadata().empty()
+        || photoio::holdsMetadata(suffix.toStdString()))
+        return;
+    m_metadataNoteShown = true;
+    KeyboardGrabPause pause(this);
+    QMessageBox::information(nullptr, tr("Save File"),
+                             tr("%1 is saved without the photo's metadata (camera, date, place, author) "
+                                "and colour profile: %2 files hold none.")
+                                 .arg(QFileInfo(target).fileName(), suffix.toUpper()),
+                             QMessageBox::Ok);
 }
 
 void MainWindow::on_pushButton_print_clicked()

@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "layerview.h"
 #include "matconvert.h"
+#include "photoio.h"
 #include "tools.h"
 
 class QListWidget;
@@ -27,6 +28,14 @@ cv::Rect layerBounds(const cv::Mat &layer, int channel);
 // A 0/255 mask dilated (pixels > 0) or eroded (pixels < 0) by a disc of
 // radius |pixels|.
 cv::Mat morphSelection(const cv::Mat &selected, int pixels);
+
+// How PhotoItem::saveTo encodes: the quality of the lossy formats, and
+// whether the photo's metadata goes into the file.
+struct SaveSettings
+{
+    photoio::EncodeOptions encode;
+    bool keepMetadata = true;
+};
 
 // The document of one loaded photo: the image, its selection layers, the
 // tool state, its own undo stack and worker thread. It draws through the
@@ -294,10 +303,15 @@ public slots:
     void paintSelection(Colour colour, const cv::Mat &mask, cv::Rect rect);
     // Output (photoitem_output.cpp).
     void recvSaveCommand(QString fileName);
-    // Writes the photo to fileName, encoded by its suffix, all or nothing.
+    // Writes the photo to fileName, encoded by its suffix, all or nothing,
+    // with the metadata it was opened with as far as the format holds it.
     // Returns "" and counts the photo as saved, or returns why nothing was
     // written (one line of English) and leaves any file there as it was.
-    QString saveTo(const QString &fileName);
+    QString saveTo(const QString &fileName, const SaveSettings &settings = SaveSettings());
+    // What the file carried beside its pixels (EXIF, XMP, IPTC, ICC profile),
+    // kept for saving; it stays while the pixels come and go.
+    void setMetadata(photoio::Metadata metadata) { m_metadata = std::move(metadata); }
+    const photoio::Metadata &metadata() const { return m_metadata; }
     // Stamp (photoitem_stamp.cpp).
     void recvLeftALTPressPoint(QPointF pos);
 
@@ -420,6 +434,7 @@ private:
     Clone m_clone;
     Job m_job;
     Output m_output;
+    photoio::Metadata m_metadata;
     LayerView *m_backWidget = nullptr;
     LayerView *m_midWidget = nullptr;
     LayerView *m_frontWidget = nullptr;

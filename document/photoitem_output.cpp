@@ -1,5 +1,8 @@
 // Writing the photo to a file: the present image as it is, without the
-// selections, encoded by the file name's suffix.
+// selections, encoded by the file name's suffix, with the metadata the file
+// it came from carried (photoio writes what the format holds, Orientation 1
+// since the pixels were turned upright at the open, and no preview
+// thumbnail, which would still show what was erased).
 #include "photoitem.h"
 #include "pathbytes.h"
 #include "photoio.h"
@@ -13,8 +16,9 @@
 
 namespace {
 
-// Every format is written at its encoder's default quality and compression
-// (photoio's defaults are cv::imencode's), as files always have been.
+// Every format is written at its encoder's default compression, and the
+// lossy ones at the quality the settings give (photoio's defaults, which are
+// cv::imencode's, unless the user chose another).
 
 // The colour photo in the form a format can hold. Most take it as it is;
 // the grey and the two-level portable maps cannot hold colour, and the
@@ -44,7 +48,7 @@ void PhotoItem::recvSaveCommand(QString fileName)
     saveTo(fileName);
 }
 
-QString PhotoItem::saveTo(const QString &fileName)
+QString PhotoItem::saveTo(const QString &fileName, const SaveSettings &settings)
 {
     const QString suffix = QFileInfo(fileName).suffix().toLower();
 
@@ -61,7 +65,8 @@ QString PhotoItem::saveTo(const QString &fileName)
             error = "the file name has no suffix to choose a format by";
         photoio::Encoded encoded;
         if (error.empty()) {
-            encoded = photoio::encode(inWritableForm(copy, suffix), suffix.toStdString());
+            encoded = photoio::encode(inWritableForm(copy, suffix), suffix.toStdString(), settings.encode,
+                                      settings.keepMetadata ? m_metadata : photoio::Metadata());
             error = encoded.error;
             if (error.empty() && encoded.bytes.empty())
                 error = "the encoder gave no bytes";
