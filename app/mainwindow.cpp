@@ -68,6 +68,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_historyMenu = ui->pushButton_his->getMenu();
     ui->pushButton_his->setUndoGroup(m_undoGroup);
     addEditingCommands(m_topMenu->font());
+    addSaveSettings(m_topMenu->font());
     // The one question box, parentless, reused for every question.
     m_removeDialog = new RemoveDialog;
 

@@ -71,8 +71,18 @@ public:
     static bool hasAcceptedSuffix(const QString &fileName);
     // The filter of both open dialogs (untranslated).
     static const char *openFilter();
-    // What a window save writes (mainwindow_save.cpp).
+    // The settings of a window save, kept in the per-user store
+    // (mainwindow_settings.cpp): whether the photo's metadata is left out,
+    // and the quality of the lossy formats (0: each format's default).
+    static bool stripMetadataSetting();
+    void setStripMetadataSetting(bool strip);
+    static int saveQualitySetting();
+    void setSaveQualitySetting(int quality);
     SaveSettings saveSettings() const;
+    // Their menu entries (mainwindow_menu.cpp).
+    void addSaveSettings(const QFont &font);
+    void retranslateSaveSettings();
+    QAction *stripMetadataAction() const { return m_stripMetadataAction; }
 
 
     // Menus, languages, links and settings.
@@ -283,6 +293,7 @@ private:
     QAction *m_growAction = nullptr;
     QAction *m_shrinkAction = nullptr;
     QAction *m_anotherFillAction = nullptr;
+    QAction *m_stripMetadataAction = nullptr;
     QMenu *m_languageMenu = nullptr;
     QMenu *m_historyMenu = nullptr;
     QRect m_availableGeometry{0, 0, -1, -1};

@@ -105,6 +105,26 @@ void MainWindow::setTopRightUI()
     connect(m_tutorialAction, &QAction::triggered, this, &MainWindow::open_tutorial);
 }
 
+// ---------------------------------------------------------------- saving
+
+void MainWindow::addSaveSettings(const QFont &font)
+{
+    m_topMenu->addSeparator();
+    m_stripMetadataAction = m_topMenu->addAction(QString());
+    m_stripMetadataAction->setFont(font);
+    m_stripMetadataAction->setCheckable(true);
+    m_stripMetadataAction->setChecked(stripMetadataSetting());
+    // Kept at once, so that a crash or another window sees the choice.
+    connect(m_stripMetadataAction, &QAction::toggled, this, &MainWindow::setStripMetadataSetting);
+    retranslateSaveSettings();
+}
+
+void MainWindow::retranslateSaveSettings()
+{
+    if (m_stripMetadataAction)
+        m_stripMetadataAction->setText(tr("Save Without Metadata"));
+}
+
 // ---------------------------------------------------------------- language
 
 void MainWindow::onMenu_1_Triggered(QAction *action)

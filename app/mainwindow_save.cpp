@@ -77,10 +77,6 @@ QString defaultSuffixOf(const QString &selectedFilter)
 
 } // namespace SaveProposal
 
-SaveSettings MainWindow::saveSettings() const
-{
-    return SaveSettings();
-}
 
 int MainWindow::on_pushButton_save_clicked()
 {

@@ -1,7 +1,8 @@
 // The per-user settings store behind setReg and readReg, and the tutorial's
-// first-run key beside it.
+// first-run key beside it; the settings of a window save.
 #include "mainwindow.h"
 #include "globals.h"
+#include "photoitem.h"
 #include "settingsstore.h"
 
 #include <QSettings>
@@ -56,4 +57,49 @@ void MainWindow::setReg(const QString &key, const QString &value)
 QString MainWindow::readReg(const QString &key)
 {
     return SettingsStore::read(SettingsStore::Root::Settings, key);
+}
+
+// ---------------------------------------------------------------- saving
+
+namespace {
+
+const char *const kStripMetadataKey = "stripMetadata";
+const char *const kSaveQualityKey = "saveQuality";
+
+} // namespace
+
+bool MainWindow::stripMetadataSetting()
+{
+    return SettingsStore::read(SettingsStore::Root::Settings, QLatin1String(kStripMetadataKey))
+           == QLatin1String("1");
+}
+
+void MainWindow::setStripMetadataSetting(bool strip)
+{
+    setReg(QLatin1String(kStripMetadataKey), strip ? QStringLiteral("1") : QStringLiteral("0"));
+}
+
+int MainWindow::saveQualitySetting()
+{
+    // Anything but a quality of 1 to 100 (a value edited by hand) is the
+    // formats' own default.
+    bool number = false;
+    const int quality =
+        SettingsStore::read(SettingsStore::Root::Settings, QLatin1String(kSaveQualityKey)).toInt(&number);
+    return number && quality >= 1 && quality <= 100 ? quality : 0;
+}
+
+void MainWindow::setSaveQualitySetting(int quality)
+{
+    setReg(QLatin1String(kSaveQualityKey), QString::number(quality >= 1 && quality <= 100 ? quality : 0));
+}
+
+SaveSettings MainWindow::saveSettings() const
+{
+    // Read from the store at every save, as every setting is.
+    SaveSettings settings;
+    settings.keepMetadata = !stripMetadataSetting();
+    if (const int quality = saveQualitySetting())
+        settings.encode.jpegQuality = settings.encode.webpQuality = settings.encode.heifQuality = quality;
+    return settings;
 }

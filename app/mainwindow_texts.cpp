@@ -56,4 +56,5 @@ void MainWindow::retranslateTexts()
     if (m_tutorialAction)
         m_tutorialAction->setText(tr("Tutorial..."));
     retranslateEditingCommands();
+    retranslateSaveSettings();
 }

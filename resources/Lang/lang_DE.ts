@@ -95,6 +95,14 @@
         <translation>Andere Füllung</translation>
     </message>
     <message>
+        <source>Save Without Metadata</source>
+        <translation>Ohne Metadaten speichern</translation>
+    </message>
+    <message>
+        <source>%1 is saved without the photo&apos;s metadata (camera, date, place, author) and colour profile: %2 files hold none.</source>
+        <translation>%1 ist ohne die Metadaten des Fotos (Kamera, Datum, Ort, Urheber) und ohne Farbprofil gespeichert: %2-Dateien können sie nicht aufnehmen.</translation>
+    </message>
+    <message>
         <source>Hardness:</source>
         <translation>Härte:</translation>
     </message>

@@ -208,7 +208,7 @@ private slots:
         auto window = makeWindow();
         QMenu *menu = window->form()->pushButton_dropdown->getMenu();
         const QList<QAction *> actions = menu->actions();
-        QCOMPARE(actions.size(), 9);
+        QCOMPARE(actions.size(), 11);
         QCOMPARE(actions.at(0)->text(), QStringLiteral("Website..."));
         QCOMPARE(actions.at(1)->text(), QStringLiteral("Technical support..."));
         QCOMPARE(actions.at(2)->text(), QStringLiteral("Tutorial..."));
@@ -218,6 +218,8 @@ private slots:
         QCOMPARE(actions.at(6)->text(), QStringLiteral("Grow Selection"));
         QCOMPARE(actions.at(7)->text(), QStringLiteral("Shrink Selection"));
         QCOMPARE(actions.at(8)->text(), QStringLiteral("Another Fill"));
+        QVERIFY(actions.at(9)->isSeparator());
+        QCOMPARE(actions.at(10)->text(), QStringLiteral("Save Without Metadata"));
         for (QAction *action : actions) {
             if (action->isSeparator())
                 continue;
@@ -420,6 +422,7 @@ private slots:
         QCOMPARE(window->saveMaskAction()->text(), QStringLiteral("Maske speichern..."));
         QCOMPARE(window->growAction()->text(), QStringLiteral("Auswahl vergrößern"));
         QCOMPARE(window->shrinkAction()->text(), QStringLiteral("Auswahl verkleinern"));
+        QCOMPARE(window->stripMetadataAction()->text(), QStringLiteral("Ohne Metadaten speichern"));
         QCOMPARE(ui->pushButton_undo->shortcut(), QKeySequence(QStringLiteral("Ctrl+Z")));
         // The form's own texts are translated too.
         QCOMPARE(ui->pushButton_eraser->text(), QStringLiteral("   Entfernen"));

@@ -3,14 +3,18 @@
 // orientation and a preview thumbnail; XMP; IPTC; an Adobe-RGB-compatible
 // profile, all written by exiftool) is opened in the window and saved
 // through the save dialog in every format. Tags are read back with exiftool.
+#include <QAction>
 #include <QJsonObject>
+#include <QMenu>
 #include <QMessageBox>
 #include <QtTest>
 
 #include "mainwindow.h"
+#include "ui_mainwindow.h"
 #include "photoio.h"
 #include "photoitem.h"
 #include "taggedphoto.h"
+#include "qmenubutton.h"
 #include "windowtest.h"
 
 namespace {
@@ -80,6 +84,8 @@ private slots:
 
     void cleanup()
     {
+        // The settings live in the suite's private store: back to the defaults.
+        m_w->setStripMetadataSetting(false);
         delete m_w;
         m_w = nullptr;
     }
@@ -197,6 +203,76 @@ private slots:
         const QJsonObject tags = taggedphoto::readTags((out.path() + "/bare.jpg").toStdString());
         for (auto it = tags.begin(); it != tags.end(); ++it)
             QVERIFY2(!taggedphoto::isMetadataGroup(it.key()), qPrintable(it.key()));
+    }
+
+    // ------------------------------------------------------------ strip setting
+
+    void stripSettingWritesNoMetadata_data()
+    {
+        QTest::addColumn<QString>("suffix");
+        for (const char *s : {"jpg", "png", "tif", "webp", "heic"})
+            QTest::newRow(s) << QString(s);
+    }
+
+    void stripSettingWritesNoMetadata()
+    {
+        QFETCH(QString, suffix);
+        QAction *strip = m_w->stripMetadataAction();
+        QVERIFY(strip);
+        QCOMPARE(strip->text(), QString("Save Without Metadata"));
+        QVERIFY(strip->isCheckable());
+        QVERIFY(!strip->isChecked()); // metadata is kept unless asked
+        QVERIFY(m_w->form()->pushButton_dropdown->getMenu()->actions().contains(strip));
+        strip->trigger();
+        QVERIFY(strip->isChecked());
+        QVERIFY(!m_w->saveSettings().keepMetadata);
+
+        PhotoItem *item = openTagged();
+        QVERIFY(item);
+        QTemporaryDir out;
+        const QString path = out.path() + "/stripped." + suffix;
+        ModalAnswers answers;
+        QCOMPARE(saveAs(path, answers), 0);
+        const std::string file = path.toStdString();
+        const QJsonObject tags = taggedphoto::readTags(file);
+        for (auto it = tags.begin(); it != tags.end(); ++it) {
+            // A TIFF's own tags (sizes, strips) are EXIF to exiftool.
+            if (suffix == "tif" && it.key().startsWith("EXIF:"))
+                continue;
+            QVERIFY2(!taggedphoto::isMetadataGroup(it.key()), qPrintable(it.key()));
+        }
+        const QJsonObject expected = taggedphoto::expectedTags();
+        for (auto it = expected.begin(); it != expected.end(); ++it)
+            QVERIFY2(!tags.contains(it.key()), qPrintable(it.key()));
+        QVERIFY(!tags.contains("EXIF:GPSLatitude"));
+        QVERIFY(taggedphoto::readBlock(file, "ICC_Profile").isEmpty());
+        QVERIFY(taggedphoto::readBlock(file, "XMP").isEmpty());
+        QVERIFY(taggedphoto::readBlock(file, "ThumbnailImage").isEmpty());
+        // The document still has it: a save with the setting off keeps it.
+        QVERIFY(!item->metadata().empty());
+    }
+
+    void stripSettingIsKept()
+    {
+        m_w->stripMetadataAction()->trigger();
+        delete m_w;
+        m_w = new MainWindow;
+        QVERIFY(m_w->stripMetadataAction()->isChecked());
+        QVERIFY(!m_w->saveSettings().keepMetadata);
+        // Leaving nothing out of a BMP: no note about what it cannot hold.
+        PhotoItem *item = openTagged();
+        QVERIFY(item);
+        QTemporaryDir out;
+        ModalAnswers answers;
+        QCOMPARE(saveAs(out.path() + "/s.bmp", answers), 0);
+        QTest::qWait(50);
+        QCOMPARE(answers.answered(), 1);
+        // Off again, and kept so too.
+        m_w->stripMetadataAction()->trigger();
+        delete m_w;
+        m_w = new MainWindow;
+        QVERIFY(!m_w->stripMetadataAction()->isChecked());
+        QVERIFY(m_w->saveSettings().keepMetadata);
     }
 };
 
