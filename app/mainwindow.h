@@ -83,6 +83,9 @@ public:
     void addSaveSettings(const QFont &font);
     void retranslateSaveSettings();
     QAction *stripMetadataAction() const { return m_stripMetadataAction; }
+    QAction *saveQualityAction() const { return m_saveQualityAction; }
+    // Asks for the quality of the lossy formats (mainwindow_save.cpp).
+    void chooseSaveQuality();
 
 
     // Menus, languages, links and settings.
@@ -294,6 +297,7 @@ private:
     QAction *m_shrinkAction = nullptr;
     QAction *m_anotherFillAction = nullptr;
     QAction *m_stripMetadataAction = nullptr;
+    QAction *m_saveQualityAction = nullptr;
     QMenu *m_languageMenu = nullptr;
     QMenu *m_historyMenu = nullptr;
     QRect m_availableGeometry{0, 0, -1, -1};

@@ -33,6 +33,8 @@ struct AcceptedSuffix {
 constexpr AcceptedSuffix kAcceptedSuffixes[] = {
     {"bmp", 3}, {"dib", 3}, {"jpg", 3}, {"jpeg", 4}, {"jpe", 3}, {"png", 3}, {"pbm", 3}, {"pgm", 3},
     {"ppm", 3}, {"sr", 3},  {"ras", 3}, {"tiff", 4}, {"tif", 3}, {"exr", 3}, {"jp2", 3},
+    // What phones write, in both cases: phones often name files in capitals (IMG_0001.HEIC).
+    {"webp", 4}, {"heic", 4}, {"heif", 4}, {"avif", 4}, {"WEBP", 4}, {"HEIC", 4}, {"HEIF", 4}, {"AVIF", 4},
 };
 
 // The question box opens over the welcome button, up and to the left by a
@@ -59,7 +61,7 @@ const char *MainWindow::openFilter()
     return QT_TRANSLATE_NOOP("MainWindow",
                              "ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;"
                              "Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;"
-                             "EXR(*.EXR);;JP2(*.JP2)");
+                             "EXR(*.EXR);;JP2(*.JP2);;WebP(*.WEBP);;HEIC(*.HEIC *.HEIF);;AVIF(*.AVIF)");
 }
 
 void MainWindow::on_pushButton_add_clicked()

@@ -116,6 +116,9 @@ void MainWindow::addSaveSettings(const QFont &font)
     m_stripMetadataAction->setChecked(stripMetadataSetting());
     // Kept at once, so that a crash or another window sees the choice.
     connect(m_stripMetadataAction, &QAction::toggled, this, &MainWindow::setStripMetadataSetting);
+    m_saveQualityAction = m_topMenu->addAction(QString());
+    m_saveQualityAction->setFont(font);
+    connect(m_saveQualityAction, &QAction::triggered, this, &MainWindow::chooseSaveQuality);
     retranslateSaveSettings();
 }
 
@@ -123,6 +126,8 @@ void MainWindow::retranslateSaveSettings()
 {
     if (m_stripMetadataAction)
         m_stripMetadataAction->setText(tr("Save Without Metadata"));
+    if (m_saveQualityAction)
+        m_saveQualityAction->setText(tr("Quality of Saved Photos..."));
 }
 
 // ---------------------------------------------------------------- language

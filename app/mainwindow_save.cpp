@@ -10,11 +10,13 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QInputDialog>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
 #include <QRegularExpression>
+#include <QSpinBox>
 
 namespace SaveProposal {
 
@@ -22,7 +24,7 @@ QString filter()
 {
     return QStringLiteral("PNG(*.png);;JPEG(*.jpg *.jpeg *.jpe);;BMP(*.bmp *.dib);;"
                           "Portable Bit Map(*.pbm *.pgm *.ppm);;SR(*.sr *.ras);;TIFF(*.tiff *.tif);;"
-                          "EXR(*.exr);;JP2(*.jp2)");
+                          "EXR(*.exr);;JP2(*.jp2);;WebP(*.webp);;HEIC(*.heic *.heif);;AVIF(*.avif)");
 }
 
 QString baseName(const QString &fileName)
@@ -46,6 +48,7 @@ QString filterNameFor(const QString &suffix)
         {"bmp", "BMP"},  {"dib", "BMP"},   {"pbm", "Portable Bit Map"}, {"pgm", "Portable Bit Map"},
         {"ppm", "Portable Bit Map"},       {"sr", "SR"},     {"ras", "SR"},
         {"tiff", "TIFF"}, {"tif", "TIFF"}, {"exr", "EXR"},   {"jp2", "JP2"},
+        {"webp", "WebP"}, {"heic", "HEIC"}, {"heif", "HEIC"}, {"avif", "AVIF"},
     };
     for (const auto &row : table) {
         if (suffix == QLatin1String(row.suffix))
@@ -150,6 +153,30 @@ void MainWindow::noteMetadataLeftOut(const PhotoItem &item, const SaveSettings &
                                 "and colour profile: %2 files hold none.")
                                  .arg(QFileInfo(target).fileName(), suffix.toUpper()),
                              QMessageBox::Ok);
+}
+
+void MainWindow::chooseSaveQuality()
+{
+    // One quality for every lossy format, as the command-line tool's
+    // --quality; the lowest step of the box is each format's own default,
+    // which looks the same as the original.
+    QInputDialog dialog(this);
+    dialog.setWindowTitle(tr("Quality of Saved Photos"));
+    dialog.setLabelText(tr("Quality of JPEG, WebP, HEIC and AVIF files, 1 to 100.\n"
+                           "Default: JPEG 95, WebP lossless, HEIC and AVIF 90, "
+                           "which look the same as the original."));
+    dialog.setInputMode(QInputDialog::IntInput);
+    dialog.setIntRange(0, 100);
+    dialog.setIntValue(saveQualitySetting());
+    if (auto *box = dialog.findChild<QSpinBox *>())
+        box->setSpecialValueText(tr("Default"));
+    int answer;
+    {
+        KeyboardGrabPause pause(this);
+        answer = dialog.exec();
+    }
+    if (answer == QDialog::Accepted)
+        setSaveQualitySetting(dialog.intValue());
 }
 
 void MainWindow::on_pushButton_print_clicked()

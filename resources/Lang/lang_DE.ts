@@ -103,6 +103,24 @@
         <translation>%1 ist ohne die Metadaten des Fotos (Kamera, Datum, Ort, Urheber) und ohne Farbprofil gespeichert: %2-Dateien können sie nicht aufnehmen.</translation>
     </message>
     <message>
+        <source>Quality of Saved Photos...</source>
+        <translation>Qualität gespeicherter Fotos...</translation>
+    </message>
+    <message>
+        <source>Quality of Saved Photos</source>
+        <translation>Qualität gespeicherter Fotos</translation>
+    </message>
+    <message>
+        <source>Quality of JPEG, WebP, HEIC and AVIF files, 1 to 100.
+Default: JPEG 95, WebP lossless, HEIC and AVIF 90, which look the same as the original.</source>
+        <translation>Qualität von JPEG-, WebP-, HEIC- und AVIF-Dateien, 1 bis 100.
+Standard: JPEG 95, WebP verlustfrei, HEIC und AVIF 90, die wie das Original aussehen.</translation>
+    </message>
+    <message>
+        <source>Default</source>
+        <translation>Standard</translation>
+    </message>
+    <message>
         <source>Hardness:</source>
         <translation>Härte:</translation>
     </message>
@@ -321,8 +339,8 @@ Möchten Sie alle Dateien entfernen?</translation>
         <translation>Bild öffnen</translation>
     </message>
     <message>
-        <source>ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)</source>
-        <translation>Alle Formate(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2)</translation>
+        <source>ALL Formats(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2);;WebP(*.WEBP);;HEIC(*.HEIC *.HEIF);;AVIF(*.AVIF)</source>
+        <translation>Alle Formate(*.*);;BMP(*.BMP *.DIB);;JPEG(*.JPG *.JPEG *.JPE);;PNG(*.PNG);;Portable Bit Map(*.PBM *.PGM *.PPM);;SR(*.SR *.RAS);;TIFF(*.TIFF *.TIF);;EXR(*.EXR);;JP2(*.JP2);;WebP(*.WEBP);;HEIC(*.HEIC *.HEIF);;AVIF(*.AVIF)</translation>
     </message>
     <message>
         <source>Open Flolder</source>

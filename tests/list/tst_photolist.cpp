@@ -118,7 +118,9 @@ private slots:
         QTest::newRow("no dot needed: xbmp") << "xbmp" << true;
         QTest::newRow("no dot needed: notpng") << "notpng" << true;
         QTest::newRow("gif") << "anim.gif" << false;
-        QTest::newRow("webp") << "a.webp" << false;
+        for (const char *s : {"webp", "heic", "heif", "avif", "WEBP", "HEIC", "HEIF", "AVIF"})
+            QTest::newRow(s) << QString("photo.%1").arg(s) << true;
+        QTest::newRow("mixed case Heic") << "a.Heic" << false;
         QTest::newRow("empty") << "" << false;
         QTest::newRow("suffix inside") << "a.png.txt" << false;
     }
@@ -212,9 +214,10 @@ private slots:
         QCOMPARE(answers.answered(), 1);
         QCOMPARE(seen.title, QString("Open Image"));
         QCOMPARE(seen.mode, QFileDialog::ExistingFiles);
-        QCOMPARE(seen.nameFilters.size(), 9);
+        QCOMPARE(seen.nameFilters.size(), 12);
         QCOMPARE(seen.nameFilters.first(), QString("ALL Formats(*.*)"));
-        QCOMPARE(seen.nameFilters.last(), QString("JP2(*.JP2)"));
+        QCOMPARE(seen.nameFilters.at(8), QString("JP2(*.JP2)"));
+        QCOMPARE(seen.nameFilters.mid(9), QStringList({"WebP(*.WEBP)", "HEIC(*.HEIC *.HEIF)", "AVIF(*.AVIF)"}));
         QCOMPARE(seen.directory, m_dir.path());
         QCOMPARE(fileNames().size(), 3);
         QCOMPARE(fileNames().first(), QString("one.png"));

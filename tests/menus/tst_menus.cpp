@@ -208,7 +208,7 @@ private slots:
         auto window = makeWindow();
         QMenu *menu = window->form()->pushButton_dropdown->getMenu();
         const QList<QAction *> actions = menu->actions();
-        QCOMPARE(actions.size(), 11);
+        QCOMPARE(actions.size(), 12);
         QCOMPARE(actions.at(0)->text(), QStringLiteral("Website..."));
         QCOMPARE(actions.at(1)->text(), QStringLiteral("Technical support..."));
         QCOMPARE(actions.at(2)->text(), QStringLiteral("Tutorial..."));
@@ -220,6 +220,7 @@ private slots:
         QCOMPARE(actions.at(8)->text(), QStringLiteral("Another Fill"));
         QVERIFY(actions.at(9)->isSeparator());
         QCOMPARE(actions.at(10)->text(), QStringLiteral("Save Without Metadata"));
+        QCOMPARE(actions.at(11)->text(), QStringLiteral("Quality of Saved Photos..."));
         for (QAction *action : actions) {
             if (action->isSeparator())
                 continue;
@@ -423,6 +424,7 @@ private slots:
         QCOMPARE(window->growAction()->text(), QStringLiteral("Auswahl vergrößern"));
         QCOMPARE(window->shrinkAction()->text(), QStringLiteral("Auswahl verkleinern"));
         QCOMPARE(window->stripMetadataAction()->text(), QStringLiteral("Ohne Metadaten speichern"));
+        QCOMPARE(window->saveQualityAction()->text(), QStringLiteral("Qualität gespeicherter Fotos..."));
         QCOMPARE(ui->pushButton_undo->shortcut(), QKeySequence(QStringLiteral("Ctrl+Z")));
         // The form's own texts are translated too.
         QCOMPARE(ui->pushButton_eraser->text(), QStringLiteral("   Entfernen"));

@@ -6,6 +6,7 @@
 #include "photoio.h"
 #include "samples.h"
 #include "taggedphoto.h"
+#include "turnedheic.h"
 
 #include <gtest/gtest.h>
 #include <libheif/heif.h>
@@ -83,30 +84,8 @@ TEST_F(Heif, RotationBoxesAreApplied)
 {
     // Stored turned a quarter to the left, with a box saying "turn 90
     // clockwise": what a phone held upright writes.
-    cv::Mat stored;
-    cv::rotate(photo, stored, cv::ROTATE_90_COUNTERCLOCKWISE);
-    heif_context *ctx = heif_context_alloc();
-    heif_encoder *encoder = nullptr;
-    ASSERT_EQ(heif_context_get_encoder_for_format(ctx, heif_compression_HEVC, &encoder).code, heif_error_Ok);
-    heif_encoder_set_lossy_quality(encoder, 90);
-    heif_image *image = nullptr;
-    heif_image_create(stored.cols, stored.rows, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &image);
-    heif_image_add_plane(image, heif_channel_interleaved, stored.cols, stored.rows, 8);
-    int stride = 0;
-    uint8_t *plane = heif_image_get_plane(image, heif_channel_interleaved, &stride);
-    cv::Mat rgb;
-    cv::cvtColor(stored, rgb, cv::COLOR_BGR2RGB);
-    for (int y = 0; y < rgb.rows; ++y)
-        std::memcpy(plane + size_t(y) * stride, rgb.ptr(y), size_t(rgb.cols) * 3);
-    heif_encoding_options *options = heif_encoding_options_alloc();
-    options->image_orientation = heif_orientation_rotate_90_cw;
-    ASSERT_EQ(heif_context_encode_image(ctx, image, encoder, options, nullptr).code, heif_error_Ok);
     const std::string file = path("turned.heic");
-    ASSERT_EQ(heif_context_write_to_file(ctx, file.c_str()).code, heif_error_Ok);
-    heif_encoding_options_free(options);
-    heif_image_release(image);
-    heif_encoder_release(encoder);
-    heif_context_free(ctx);
+    ASSERT_EQ(turnedheic::write(photo, file), "");
 
     const photoio::Decoded d = photoio::decodeFile(file);
     ASSERT_TRUE(d.readable()) << d.error;

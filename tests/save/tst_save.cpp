@@ -117,8 +117,10 @@ private slots:
             {"bmp", "BMP"},  {"dib", "BMP"},   {"pbm", "Portable Bit Map"}, {"pgm", "Portable Bit Map"},
             {"ppm", "Portable Bit Map"},       {"sr", "SR"},     {"ras", "SR"},
             {"tiff", "TIFF"}, {"tif", "TIFF"}, {"exr", "EXR"},   {"jp2", "JP2"},
+            {"webp", "WebP"}, {"heic", "HEIC"}, {"heif", "HEIC"}, {"avif", "AVIF"},
             // Compared exactly: capitals and anything else give PNG.
             {"JPG", "PNG"},  {"Png", "PNG"},   {"gif", "PNG"},   {"", "PNG"},
+            {"HEIC", "PNG"},
         };
         for (const auto &r : rows)
             QTest::newRow(qPrintable("suffix " + r.first)) << r.first << r.second;
@@ -144,6 +146,10 @@ private slots:
         // The portable maps take the one that holds colour.
         QCOMPARE(SaveProposal::defaultSuffixOf("Portable Bit Map(*.pbm *.pgm *.ppm)"), QString("ppm"));
         QCOMPARE(SaveProposal::defaultSuffixOf("SR"), QString("sr"));
+        QCOMPARE(SaveProposal::defaultSuffixOf("HEIC(*.heic *.heif)"), QString("heic"));
+        QCOMPARE(SaveProposal::defaultSuffixOf("HEIC"), QString("heic"));
+        QCOMPARE(SaveProposal::defaultSuffixOf("AVIF"), QString("avif"));
+        QCOMPARE(SaveProposal::defaultSuffixOf("WebP"), QString("webp"));
         QCOMPARE(SaveProposal::defaultSuffixOf("nothing"), QString());
     }
 
