@@ -8,7 +8,6 @@
 #include <QDropEvent>
 #include <QInputDialog>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QSpinBox>
 #include <QUrl>
@@ -19,6 +18,7 @@
 #include "photoio.h"
 #include "photoitem.h"
 #include "saveproposal.h"
+#include "savetest.h"
 #include "turnedheic.h"
 #include "ui_mainwindow.h"
 #include "windowtest.h"
@@ -45,19 +45,6 @@ void writeAll(const QString &path, const QByteArray &bytes)
 QByteArray bytesOf(const std::vector<uint8_t> &v)
 {
     return QByteArray(reinterpret_cast<const char *>(v.data()), int(v.size()));
-}
-
-// Closes the next message box and keeps its text.
-ModalAnswers::Handler messageBox(QStringList *texts)
-{
-    return [texts](QWidget *w) {
-        auto *box = qobject_cast<QMessageBox *>(w);
-        if (!box)
-            return false;
-        *texts << box->text();
-        box->done(QMessageBox::Ok);
-        return true;
-    };
 }
 
 // The save dialog with a filter chosen as a user does (the choice moves the
@@ -268,7 +255,7 @@ private slots:
         writeAll(broken, bytes);
         ModalAnswers answers;
         QStringList told;
-        answers.then(messageBox(&told));
+        answers.then(savetest::messageBox(&told));
         openCommandLinePhotos(m_w, {broken});
         QCOMPARE(answers.answered(), 1);
         QCOMPARE(told, QStringList({"Cannot read file " + broken}));

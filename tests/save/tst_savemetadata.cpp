@@ -6,13 +6,13 @@
 #include <QAction>
 #include <QJsonObject>
 #include <QMenu>
-#include <QMessageBox>
 #include <QtTest>
 
 #include "mainwindow.h"
 #include "ui_mainwindow.h"
 #include "photoio.h"
 #include "photoitem.h"
+#include "savetest.h"
 #include "taggedphoto.h"
 #include "qmenubutton.h"
 #include "windowtest.h"
@@ -20,19 +20,6 @@
 namespace {
 
 const char *const kPhoto = "/usr/lib/python3/dist-packages/skimage/data/chelsea.png";
-
-// Closes the next message box and keeps its text.
-ModalAnswers::Handler messageBox(QString *text)
-{
-    return [text](QWidget *w) {
-        auto *box = qobject_cast<QMessageBox *>(w);
-        if (!box)
-            return false;
-        *text = box->text();
-        box->done(QMessageBox::Ok);
-        return true;
-    };
-}
 
 } // namespace
 
@@ -56,6 +43,17 @@ class TestSaveMetadata : public QObject
     {
         answers.then(ModalAnswers::files({path}));
         return m_w->on_pushButton_save_clicked();
+    }
+
+    // Opens the camera photo and saves it through the dialog as `path`;
+    // the photo, or null if either failed.
+    PhotoItem *openAndSaveAs(const QString &path)
+    {
+        PhotoItem *item = openTagged();
+        ModalAnswers answers;
+        if (!item || saveAs(path, answers) != 0 || answers.answered() != 1)
+            return nullptr;
+        return item;
     }
 
 private slots:
@@ -123,13 +121,10 @@ private slots:
         QFETCH(QString, suffix);
         QFETCH(bool, holdsIptc);
         QFETCH(bool, lossless);
-        PhotoItem *item = openTagged();
-        QVERIFY(item);
         QTemporaryDir out;
         const QString path = out.path() + "/kept." + suffix;
-        ModalAnswers answers;
-        QCOMPARE(saveAs(path, answers), 0);
-        QCOMPARE(answers.answered(), 1); // the dialog only: nothing to tell
+        PhotoItem *item = openAndSaveAs(path); // the dialog only: nothing to tell
+        QVERIFY(item);
 
         const std::string file = path.toStdString();
         const QJsonObject tags = taggedphoto::readTags(file);
@@ -169,11 +164,13 @@ private slots:
         QVERIFY(item);
         QTemporaryDir out;
         ModalAnswers answers;
-        QString told;
+        QStringList texts;
         answers.then(ModalAnswers::files({out.path() + "/plain.bmp"}));
-        answers.then(messageBox(&told));
+        answers.then(savetest::messageBox(&texts));
         QCOMPARE(m_w->on_pushButton_save_clicked(), 0);
         QCOMPARE(answers.answered(), 2);
+        QCOMPARE(texts.size(), 1);
+        const QString told = texts.first();
         QVERIFY2(told.startsWith("plain.bmp is saved without the photo's metadata"), qPrintable(told));
         QVERIFY2(told.contains("BMP files hold none"), qPrintable(told));
         const QJsonObject tags = taggedphoto::readTags((out.path() + "/plain.bmp").toStdString());
@@ -227,12 +224,10 @@ private slots:
         QVERIFY(strip->isChecked());
         QVERIFY(!m_w->saveSettings().keepMetadata);
 
-        PhotoItem *item = openTagged();
-        QVERIFY(item);
         QTemporaryDir out;
         const QString path = out.path() + "/stripped." + suffix;
-        ModalAnswers answers;
-        QCOMPARE(saveAs(path, answers), 0);
+        PhotoItem *item = openAndSaveAs(path);
+        QVERIFY(item);
         const std::string file = path.toStdString();
         const QJsonObject tags = taggedphoto::readTags(file);
         for (auto it = tags.begin(); it != tags.end(); ++it) {
