@@ -6,6 +6,8 @@
 #include <QAction>
 #include <QJsonObject>
 #include <QMenu>
+#include <QSignalSpy>
+#include <QUndoStack>
 #include <QtTest>
 
 #include "mainwindow.h"
@@ -156,6 +158,36 @@ private slots:
             QCOMPARE(cv::norm(back.pixels, item->getImage(), cv::NORM_INF), 0.0);
         else
             QVERIFY(cv::PSNR(back.pixels, item->getImage()) > 30.0);
+    }
+
+    void erasedPhotoKeepsItsTagsButNoPreview()
+    {
+        PhotoItem *item = openTagged();
+        QVERIFY(item);
+        const cv::Mat before = item->getImage().clone();
+        cv::Mat mask(before.size(), CV_8UC1, cv::Scalar(0));
+        mask(cv::Rect(50, 90, 40, 50)).setTo(255);
+        QVERIFY(item->addToRedSelection(mask));
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvEraseCommand();
+        QVERIFY(finished.wait(60000));
+        QCOMPARE(item->getUndoStack()->count(), 2); // the selection, the Erase
+        QVERIFY(cv::norm(item->getImage(), before, cv::NORM_INF) > 0);
+
+        QTemporaryDir out;
+        const QString path = out.path() + "/erased.jpg";
+        ModalAnswers answers;
+        QCOMPARE(saveAs(path, answers), 0);
+        const std::string file = path.toStdString();
+        const QJsonObject tags = taggedphoto::readTags(file);
+        QCOMPARE(tags.value("EXIF:Artist").toString(), QString("Ada Example"));
+        QCOMPARE(tags.value("EXIF:DateTimeOriginal").toString(), QString("2024:05:17 09:30:00"));
+        QCOMPARE(tags.value("EXIF:Orientation").toInt(), 1);
+        QVERIFY(taggedphoto::readBlock(file, "ThumbnailImage").isEmpty());
+        QCOMPARE(taggedphoto::readBlock(file, "ICC_Profile"), taggedphoto::fileBytes(taggedphoto::profilePath()));
+        // The file shows the erased photo.
+        const photoio::Decoded back = photoio::decodeFile(file);
+        QVERIFY(cv::PSNR(back.pixels, item->getImage()) > 30.0);
     }
 
     void formatsWithoutMetadataSayItOnce()
