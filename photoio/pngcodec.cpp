@@ -214,6 +214,10 @@ Encoded encodePng(const cv::Mat &image, const EncodeOptions &options, const Meta
         return result;
     }
     png_set_write_fn(png, &result.bytes, writeToMemory, flushMemory);
+    // A profile libpng knows as a faulty sRGB (the one many cameras and
+    // scanners embedded for years) is still the photo's: written as it was
+    // read, with libpng's objection taken as the warning it is on reading.
+    png_set_benign_errors(png, 1);
     // OpenCV's choice: a level asked for is used with zlib's default
     // strategy; without one, the fastest level, the SUB filter and RLE.
     if (options.pngCompression >= 0) {

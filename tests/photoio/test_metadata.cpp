@@ -106,6 +106,23 @@ TEST_F(Metadata, XmpOrientationAndPreviewsAreRewritten)
     EXPECT_EQ(tags.value("XMP:Creator").toString(), "Ada Example");
 }
 
+TEST(MetadataProfiles, AProfileLibpngCallsIncorrectIsWrittenAsRead)
+{
+    // This sample photo carries the sRGB profile libpng reports as "known
+    // incorrect"; a PNG of it keeps it byte for byte instead of failing.
+    const std::string photo = "/usr/lib/python3/dist-packages/skimage/data/hubble_deep_field.jpg";
+    const photoio::Decoded d = photoio::decodeFile(photo);
+    ASSERT_TRUE(d.readable()) << photo << " is missing (python3-skimage)";
+    ASSERT_FALSE(d.metadata.icc.empty());
+    const photoio::Encoded e = photoio::encode(d.pixels, "png", photoio::EncodeOptions(), d.metadata);
+    ASSERT_TRUE(e.ok()) << e.error;
+    const photoio::Decoded back = photoio::decodeBytes(e.bytes);
+    ASSERT_TRUE(back.readable()) << back.error;
+    EXPECT_FALSE(back.report.damaged) << back.report.damage;
+    EXPECT_EQ(back.metadata.icc, d.metadata.icc);
+    EXPECT_EQ(cv::norm(back.pixels, d.pixels, cv::NORM_INF), 0);
+}
+
 TEST_F(Metadata, NoMetadataWritesNone)
 {
     for (const std::string suffix : {"jpg", "png", "tif", "webp"}) {
