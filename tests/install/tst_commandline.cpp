@@ -14,6 +14,7 @@
 
 #include "launch.h"
 #include "mainwindow.h"
+#include "photoio.h"
 #include "windowtest.h"
 
 namespace {
@@ -83,6 +84,7 @@ QString suffixFor(const QString &mime)
         {"image/x-portable-pixmap", "ppm"}, {"image/x-portable-anymap", "pnm"},
         {"image/x-sun-raster", "ras"}, {"image/tiff", "tif"},       {"image/x-exr", "exr"},
         {"image/jp2", "jp2"},          {"image/webp", "webp"},
+        {"image/heic", "heic"},        {"image/heif", "heif"},      {"image/avif", "avif"},
     };
     return suffixes.value(mime);
 }
@@ -175,7 +177,15 @@ private slots:
                 cv::cvtColor(photo, out, cv::COLOR_BGR2GRAY);
             if (suffix == "pbm")
                 cv::threshold(out, out, 127, 255, cv::THRESH_BINARY);
-            QVERIFY2(cv::imwrite(path.toStdString(), out), qPrintable("cannot write " + path));
+            if (photoio::codecForSuffix(suffix.toStdString()) == photoio::Codec::Heif
+                || photoio::codecForSuffix(suffix.toStdString()) == photoio::Codec::Avif) {
+                // OpenCV writes no phone formats: photoio's own encoder does.
+                const photoio::Encoded encoded = photoio::encode(out, suffix.toStdString());
+                QVERIFY2(encoded.ok(), encoded.error.c_str());
+                QVERIFY(photoio::writeFileChecked(path.toStdString(), encoded.bytes).empty());
+            } else {
+                QVERIFY2(cv::imwrite(path.toStdString(), out), qPrintable("cannot write " + path));
+            }
             paths << path;
         }
         MainWindow w;
