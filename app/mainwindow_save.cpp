@@ -149,10 +149,9 @@ void MainWindow::printPreviewSlot(QPrinter *printerPixmap)
     const PhotoItem *item = currentItem();
     if (!item || !printerPixmap)
         return;
-    const cv::Mat image = item->getImage();
-    if (image.empty())
+    if (item->getImage().empty())
         return;
-    const QPixmap pixmap = matToQPixmap(image);
+    const QPixmap pixmap = item->shownPixmap(); // through the photo's colour profile
 
     QPainter painter(printerPixmap);
     const QRect viewport = painter.viewport();

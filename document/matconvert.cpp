@@ -1,6 +1,10 @@
 #include "matconvert.h"
 
+#include "colour.h"
+
 #include <opencv2/imgproc.hpp>
+
+#include <algorithm>
 
 QImage matToQImage(const cv::Mat &mat)
 {
@@ -23,4 +27,44 @@ QImage matToQImage(const cv::Mat &mat)
 QPixmap matToQPixmap(const cv::Mat &mat)
 {
     return QPixmap::fromImage(matToQImage(mat));
+}
+
+PhotoDisplay::PhotoDisplay(const std::vector<uint8_t> &icc)
+{
+    if (icc.empty())
+        return;
+    auto bgr = std::make_shared<const photoio::DisplayTransform>(icc, CV_8UC3);
+    if (bgr->isIdentity())
+        return; // not a usable RGB profile: shown as stored
+    m_bgr = std::move(bgr);
+    m_bgra = std::make_shared<const photoio::DisplayTransform>(icc, CV_8UC4);
+}
+
+QImage PhotoDisplay::image(const cv::Mat &pixels) const
+{
+    const photoio::DisplayTransform *transform =
+        pixels.type() == CV_8UC3 ? m_bgr.get() : pixels.type() == CV_8UC4 ? m_bgra.get() : nullptr;
+    if (!transform || pixels.empty())
+        return matToQImage(pixels);
+    // Written straight into the image's rows: blue-green-red bytes are
+    // BGR888, blue-green-red-alpha are ARGB32 on a little-endian machine.
+    QImage shown(pixels.cols, pixels.rows, pixels.channels() == 3 ? QImage::Format_BGR888 : QImage::Format_ARGB32);
+    if (shown.isNull())
+        return shown; // no memory for it: nothing shown rather than a crash
+    cv::Mat out(pixels.rows, pixels.cols, pixels.type(), shown.bits(), size_t(shown.bytesPerLine()));
+    // Bands of rows shared between the cores; a dab's few rows stay on one.
+    constexpr int kBand = 32;
+    const int bands = (pixels.rows + kBand - 1) / kBand;
+#pragma omp parallel for schedule(dynamic) if (bands > 1)
+    for (int b = 0; b < bands; ++b) {
+        const cv::Range rows(b * kBand, std::min(pixels.rows, (b + 1) * kBand));
+        cv::Mat band = out.rowRange(rows);
+        transform->apply(pixels.rowRange(rows), band);
+    }
+    return shown;
+}
+
+QPixmap PhotoDisplay::pixmap(const cv::Mat &pixels) const
+{
+    return QPixmap::fromImage(image(pixels));
 }

@@ -1,7 +1,5 @@
 // Construction, layers and the plain operations of a photo document.
 #include "photoitem.h"
-#include "pathbytes.h"
-#include "photoio.h"
 
 #include <QFileInfo>
 #include <QListWidget>
@@ -14,12 +12,24 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
                      int /*rowIndex*/, QObject *parent)
     : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path,
-                photoio::decodeFile(pathBytes(path)).pixels, listWidget, parent)
+                [&path] {
+                    photoio::Decoded decoded = decodePhotoFile(path);
+                    return keptPixels(decoded);
+                }(),
+                listWidget, parent)
 {
 }
 
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, cv::Mat pixels, QListWidget *listWidget,
+                     QObject *parent)
+    : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path, PhotoPixels{pixels, {}}, listWidget,
+                parent)
+{
+}
+
+PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+                     LayerView *frontGreenWidget, const QString &path, PhotoPixels pixels, QListWidget *listWidget,
                      QObject *parent)
     : QObject(parent)
     , m_backWidget(backWidget)
@@ -31,7 +41,8 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_output.m_filePath = path;
     m_undoStack = new QUndoStack(this);
 
-    m_image = pixels;
+    m_image = pixels.image;
+    m_display = PhotoDisplay(pixels.icc);
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;
     m_selection.m_strokeMinX = m_regions.m_workMinX = m_imageCols;
@@ -47,7 +58,7 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
 
     initLayers();
 
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_midWidget->showPixmap(m_display.pixmap(m_image));
     showLayer(m_selection.m_inpaintMask, m_frontWidget);
     showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
@@ -147,7 +158,7 @@ void PhotoItem::dropSelectionsForStamp()
 
 void PhotoItem::showOnCanvas()
 {
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_midWidget->showPixmap(m_display.pixmap(m_image));
     showLayer(m_selection.m_inpaintMask, m_frontWidget);
     showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);

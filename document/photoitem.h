@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "layerview.h"
 #include "matconvert.h"
+#include "photopixels.h"
 #include "tools.h"
 
 class QListWidget;
@@ -52,6 +53,9 @@ public:
     // photoio::decodeFile does, CV_8UC3): the file is not read twice.
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
               const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr);
+    // The same with all the document keeps of the file (keptPixels()).
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
+              const QString &path, PhotoPixels pixels, QListWidget *listWidget, QObject *parent = nullptr);
     ~PhotoItem() override;
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
@@ -66,6 +70,10 @@ public:
     int imageRows() const { return m_imageRows; }
     QListWidgetItem *listItem() const { return m_listItem; }
     cv::Mat getImage() const { return m_image; }
+    // How the photo's pixels are shown (its colour profile to sRGB), and the
+    // whole photo so shown: for the list row and the printed page.
+    const PhotoDisplay &display() const { return m_display; }
+    QPixmap shownPixmap() const { return m_display.pixmap(m_image); }
 
     // Clear every pixel in place (the Mats keep their memory, so widgets
     // that wrap them stay valid).
@@ -411,6 +419,8 @@ private:
     friend struct PhotoItemState; // the tests' door
 
     cv::Mat m_image; // the photo, B G R
+    // The photo's colour profile made ready for the screen (display only).
+    PhotoDisplay m_display;
     int m_imageCols = 0;
     int m_imageRows = 0;
     Selection m_selection;

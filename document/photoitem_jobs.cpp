@@ -508,7 +508,7 @@ void PhotoItem::putBackBeforeJob()
 void PhotoItem::showImageAndLayers(const cv::Rect &changed)
 {
     if (changed.empty())
-        m_midWidget->showPixmap(matToQPixmap(m_image));
+        m_midWidget->showPixmap(m_display.pixmap(m_image));
     else
         showPhotoRect(changed);
     showLayer(m_selection.m_inpaintMask, m_frontWidget);

@@ -226,8 +226,9 @@ void StampTool::showStampPreview(PhotoItem &item, QPointF pos)
     const int markX = atSource ? int(item.m_stamp.m_stampSource.x()) : int(pos.x() - item.m_stamp.m_stampOffsetX);
     const int markY = atSource ? int(item.m_stamp.m_stampSource.y()) : int(pos.y() - item.m_stamp.m_stampOffsetY);
     // The preview is a view into a layer that lives as long as the photo, so
-    // the wrap without copy stays valid while the canvas shows it.
-    item.m_frontGreenWidget->showStampPreview(markX, markY, int(pos.x()), int(pos.y()), matToQImage(preview));
+    // the wrap without copy (a photo shown as stored) stays valid while the
+    // canvas shows it; a converted preview is a copy.
+    item.m_frontGreenWidget->showStampPreview(markX, markY, int(pos.x()), int(pos.y()), item.m_display.image(preview));
 }
 
 
