@@ -129,6 +129,12 @@ int MainWindow::on_pushButton_save_clicked()
                              QMessageBox::Ok);
         return 1;
     }
+    // Saved, with less than the photo holds (8 bits of 16): said once.
+    const QString note = item->takeSaveNote();
+    if (!note.isEmpty()) {
+        KeyboardGrabPause pause(this);
+        QMessageBox::information(nullptr, tr("Save File"), note, QMessageBox::Ok);
+    }
     return 0;
 }
 

@@ -5,8 +5,8 @@
 #include <QListWidget>
 #include <QUndoStack>
 
-// The pixels are those of cv::imread in colour mode (alpha dropped, grey
-// expanded, 16 bits reduced to 8, EXIF orientation applied); of a damaged
+// The pixels are those of the open (decodePhotoFile: 16 bits and alpha kept
+// in the master, grey expanded, EXIF orientation applied); of a damaged
 // file, what could be read.
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
@@ -23,8 +23,8 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, cv::Mat pixels, QListWidget *listWidget,
                      QObject *parent)
-    : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path, PhotoPixels{pixels, {}}, listWidget,
-                parent)
+    : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path, PhotoPixels{pixels, {}, {}},
+                listWidget, parent)
 {
 }
 
@@ -42,6 +42,7 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_undoStack = new QUndoStack(this);
 
     m_image = pixels.image;
+    m_master = pixels.master;
     m_display = PhotoDisplay(pixels.icc);
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;

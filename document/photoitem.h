@@ -19,6 +19,9 @@ class QListWidgetItem;
 class QUndoStack;
 class PointerTool;
 class ThreadFromQThread;
+namespace engine {
+struct FinalVote;
+}
 
 // Whether a CV_8UC4 selection layer (or a view of one) has a pixel whose
 // channel is set, by the engine's test (above 254).
@@ -70,6 +73,9 @@ public:
     int imageRows() const { return m_imageRows; }
     QListWidgetItem *listItem() const { return m_listItem; }
     cv::Mat getImage() const { return m_image; }
+    // The file's own samples where they hold more than getImage() (16 bits,
+    // alpha), kept in step with it; empty for an 8-bit colour photo.
+    cv::Mat master() const { return m_master; }
     // How the photo's pixels are shown (its colour profile to sRGB), and the
     // whole photo so shown: for the list row and the printed page.
     const PhotoDisplay &display() const { return m_display; }
@@ -246,6 +252,10 @@ public:
     struct Output
     {
         quint8 m_saved = 1;
+        // A save wrote less than the photo holds (8 bits of 16, no alpha):
+        // the note for the user, told once per photo.
+        bool m_reductionTold = false;
+        QString m_saveNote;
         QString m_filePath;
         QString m_fileName;
         QString m_folderPath;
@@ -295,6 +305,8 @@ public slots:
     // Undo and redo of the region snapshots (photoitem_undo.cpp).
     void setUndoPixmap(cv::Mat temp, QPointF min, QPointF max, cv::Rect rect);
     void setRedoPixmap(cv::Mat temp, cv::Rect rect);
+    // The master's rectangle from an undo entry (photoitem_master.cpp).
+    void setMasterPixels(const cv::Mat &temp, const cv::Rect &rect);
     void setInpaintMask(cv::Mat tempMask, cv::Rect rect);
     void setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect);
     // The rectangle of a colour's layer painted from a 0/255 CV_8UC1 mask
@@ -306,6 +318,10 @@ public slots:
     // Returns "" and counts the photo as saved, or returns why nothing was
     // written (one line of English) and leaves any file there as it was.
     QString saveTo(const QString &fileName);
+    // After a save that wrote less than the photo holds (a 16-bit photo as
+    // JPEG), the plain note saying so, the first time for this photo; else
+    // empty. Taken once.
+    QString takeSaveNote();
     // Stamp (photoitem_stamp.cpp).
     void recvLeftALTPressPoint(QPointF pos);
 
@@ -327,6 +343,15 @@ public:
     cv::Mat stampPreview(QPointF pos);
 
 private:
+    // The master copy (photoitem_master.cpp): a change of m_image inside
+    // rect, whose pixels were `before`, carried into the master, both sides
+    // kept by the entry about to be pushed. An erase (fill) writes its hole
+    // from the vote at full precision and makes it opaque.
+    void followInMaster(Command &entry, const cv::Rect &rect, const cv::Mat &before, bool fill,
+                        const engine::FinalVote *vote = nullptr);
+    // What a file of `suffix` is written from, and what it cannot hold.
+    cv::Mat pixelsToSave(const std::string &suffix) const;
+    QString reducedInFile(const QString &fileName) const;
     void foldJobResult(cv::Mat image, cv::Mat result);
     // The end of a job (photoitem_jobs.cpp): its result committed as one
     // undo entry, or the photo as it was before it (cancel, failure).
@@ -421,6 +446,8 @@ private:
     cv::Mat m_image; // the photo, B G R
     // The photo's colour profile made ready for the screen (display only).
     PhotoDisplay m_display;
+    // The file's own samples, 16-bit or with alpha (PhotoPixels::master).
+    cv::Mat m_master;
     int m_imageCols = 0;
     int m_imageRows = 0;
     Selection m_selection;

@@ -13,6 +13,7 @@
 #include "jobmemory.h"
 #include "progress.h"
 #include "threadfromqthread.h"
+#include "widevote.h"
 #include "workbox.h"
 
 #include <QDebug>
@@ -267,6 +268,7 @@ void PhotoItem::startAnotherFill()
         // they were, so that only the random start differs.
         inputs.original.copyTo(m_image(inputs.crop));
         const cv::Mat image = m_image(inputs.crop);
+        m_job.m_workerThread->m_patchMatch.m_keepFinalVote = !m_master.empty();
         m_job.m_workerThread->setEraseJob(image, image, red, green, inputs.useDonor, JobType::Erase);
     } catch (...) {
         putBackBeforeJob();
@@ -307,6 +309,9 @@ void PhotoItem::fillEraseJob(const cv::Rect &crop)
     const cv::Mat image = m_image(crop);
     const cv::Mat green = m_selection.m_inpaintMaskBK(crop);
     const bool useDonor = donorAsked(m_selection.m_donorUsed, green);
+    // A photo with a master keeps what the last vote used, to do it again
+    // on the master's samples (followInMaster).
+    m_job.m_workerThread->m_patchMatch.m_keepFinalVote = !m_master.empty();
     m_job.m_workerThread->setEraseJob(image, image, m_selection.m_inpaintMask(crop), green, useDonor, JobType::Erase);
 }
 
@@ -452,12 +457,14 @@ void PhotoItem::commitJobResult()
     // The push runs redo at once, which resets the selections and boxes.
     const QPointF min(m_regions.m_workMinX, m_regions.m_workMinY), max(m_regions.m_workMaxX, m_regions.m_workMaxY);
     const cv::Mat before = m_job.m_imageBeforeJob(rect - m_job.m_beforeJobRect.tl());
+    Command *entry = fill ? new FillCommand(m_image(rect), before, min, max, text, this, rect,
+                                            m_job.m_refilling ? m_job.m_refill : refillInputs())
+                          : new Command(m_image(rect), before, min, max, text, this, rect);
+    engine::FinalVote &vote = m_job.m_workerThread->m_patchMatch.m_finalVote;
+    followInMaster(*entry, rect, before, fill, fill && rect == m_job.m_beforeJobRect ? &vote : nullptr);
+    vote = engine::FinalVote();
     m_job.m_patchCanvas = fill;
-    if (fill)
-        m_undoStack->push(new FillCommand(m_image(rect), before, min, max, text, this, rect,
-                                          m_job.m_refilling ? m_job.m_refill : refillInputs()));
-    else
-        m_undoStack->push(new Command(m_image(rect), before, min, max, text, this, rect));
+    m_undoStack->push(entry);
     m_job.m_patchCanvas = false;
     // The entry holds its own copy.
     m_job.m_imageBeforeJob.release();

@@ -324,10 +324,12 @@ void StampTool::endStroke(PhotoItem &doc)
     const cv::Rect rect = doc.strokeBoxRect() & cv::Rect(0, 0, doc.m_imageCols, doc.m_imageRows);
     // The push runs the entry's redo at once, which also clears both
     // selections and the boxes and marks the photo unsaved.
-    doc.m_undoStack->push(new Command(doc.m_image(rect), doc.m_job.m_imageBeforeJob(rect),
-                                      QPointF(doc.m_selection.m_strokeMinX, doc.m_selection.m_strokeMinY),
-                                      QPointF(doc.m_selection.m_strokeMaxX, doc.m_selection.m_strokeMaxY), QStringLiteral("stamp"), &doc,
-                                      rect));
+    auto *entry = new Command(doc.m_image(rect), doc.m_job.m_imageBeforeJob(rect),
+                              QPointF(doc.m_selection.m_strokeMinX, doc.m_selection.m_strokeMinY),
+                              QPointF(doc.m_selection.m_strokeMaxX, doc.m_selection.m_strokeMaxY), QStringLiteral("stamp"),
+                              &doc, rect);
+    doc.followInMaster(*entry, rect, doc.m_job.m_imageBeforeJob(rect), false);
+    doc.m_undoStack->push(entry);
 }
 
 void PhotoItem::stampPaint(QPointF pos)

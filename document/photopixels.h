@@ -17,14 +17,24 @@ struct PhotoPixels
     // The working copy: CV_8UC3 blue-green-red, what the tools, the engine's
     // search and the screen use.
     cv::Mat image;
+    // The file's own samples when they hold more than `image`: CV_16UC3 or
+    // CV_16UC4 (16 bits a sample), CV_8UC4 (alpha); empty otherwise. What a
+    // save to a format that holds them writes.
+    cv::Mat master;
     // The embedded ICC profile the pixels are shown through (empty: sRGB).
     // The file's profile as read; kept apart from the rest of its metadata
     // only for the screen.
     std::vector<uint8_t> icc;
 };
 
-// Decodes the photo at `path` as a document keeps it.
+// Decodes the photo at `path` as a document keeps it: 16-bit samples and
+// alpha kept (photoio::Depth::Keep) where a document can hold them, else as
+// the working copy.
 photoio::Decoded decodePhotoFile(const QString &path);
+
+// The 8-bit blue-green-red working copy of a master (CV_8UC3, CV_8UC4,
+// CV_16UC3 or CV_16UC4): alpha left out, 16-bit samples divided by 257.
+cv::Mat workingCopyOf(const cv::Mat &master);
 
 // What a document keeps of `decoded` (its pixels are moved out).
 PhotoPixels keptPixels(photoio::Decoded &decoded);

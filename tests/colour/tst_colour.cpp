@@ -11,9 +11,11 @@
 #include <opencv2/imgproc.hpp>
 
 #include <fstream>
+#include <set>
 #include <iterator>
 
 #include "customwidget.h"
+#include "tools.h"
 #include "photoio.h"
 #include "photoitem.h"
 #include "photoitemstate.h"
@@ -85,6 +87,48 @@ QString writeWithProfile(const QString &dir, const QString &name, const cv::Mat 
     if (!encoded.ok() || !photoio::writeFileChecked(path.toStdString(), encoded.bytes).empty())
         return QString();
     return path;
+}
+
+
+// A smooth 16-bit gradient: every channel climbs through thousands of
+// levels, so that an 8-bit fill could hold at most 256 of them.
+cv::Mat wideGradient(int cols = 200, int rows = 150)
+{
+    cv::Mat photo(rows, cols, CV_16UC3);
+    for (int y = 0; y < rows; ++y)
+        for (int x = 0; x < cols; ++x)
+            photo.at<cv::Vec3w>(y, x) = cv::Vec3w(ushort(8000 + 211 * x + 7 * y), ushort(6000 + 283 * y + 5 * x),
+                                                  ushort(20000 + 97 * x + 131 * y));
+    return photo;
+}
+
+// The number of distinct values of a channel over the 255 pixels of `mask`.
+int distinctLevels(const cv::Mat &wide, const cv::Mat &mask, int channel)
+{
+    std::set<ushort> levels;
+    for (int y = 0; y < wide.rows; ++y)
+        for (int x = 0; x < wide.cols; ++x)
+            if (mask.at<uchar>(y, x))
+                levels.insert(wide.at<cv::Vec3w>(y, x)[channel]);
+    return int(levels.size());
+}
+
+// 255 where any channel differs.
+cv::Mat changedWhere(const cv::Mat &a, const cv::Mat &b)
+{
+    cv::Mat diff;
+    cv::absdiff(a, b, diff);
+    std::vector<cv::Mat> channels;
+    cv::split(diff, channels);
+    cv::Mat any = cv::Mat::zeros(a.size(), CV_8UC1);
+    for (const cv::Mat &c : channels)
+        any |= c > 0;
+    return any;
+}
+
+QString writeEncoded(const QString &dir, const QString &name, const cv::Mat &pixels)
+{
+    return writeWithProfile(dir, name, pixels, {});
 }
 
 } // namespace
@@ -261,6 +305,194 @@ private slots:
         QVERIFY(farthest(rgbOf(before.pixel(25, 25)), littleCmsSrgb(m_adobe, raw)) <= 1);
         item->recvRedRoi();
         QVERIFY(canvasAgainstLittleCms(item, canvas()) <= 1);
+    }
+
+    // ------------------------------------------------------------ 16 bits
+
+    void aSixteenBitPhotoOpensWithItsMaster()
+    {
+        const cv::Mat wide = wideGradient();
+        PhotoItem *item = open(writeEncoded(m_dir.path(), "wide.png", wide));
+        QVERIFY(item);
+        QCOMPARE(item->master().type(), CV_16UC3);
+        QCOMPARE(cv::norm(item->master(), wide, cv::NORM_INF), 0.0);
+        // The working copy is the master divided by 257, rounded.
+        cv::Mat narrow;
+        wide.convertTo(narrow, CV_8UC3, 1.0 / 257.0);
+        QCOMPARE(cv::norm(item->getImage(), narrow, cv::NORM_INF), 0.0);
+        // An 8-bit colour photo keeps no master.
+        PhotoItem *plain = open(writeImage(m_dir.path(), "narrow.png", narrow));
+        QVERIFY(plain);
+        QVERIFY(plain->master().empty());
+    }
+
+    void aSixteenBitEraseIsFilledAtFullPrecisionAndUndoneExactly()
+    {
+        const cv::Mat wide = wideGradient();
+        PhotoItem *item = open(writeEncoded(m_dir.path(), "erase16.png", wide));
+        QVERIFY(item);
+        const cv::Mat narrowBefore = item->getImage().clone();
+        QVERIFY(paintAndErase(item, QPointF(60, 70), QPointF(130, 80), 24));
+        const cv::Mat erased = item->master().clone();
+        QCOMPARE(erased.type(), CV_16UC3);
+        // What the erase changed, at 8 and at 16 bits: the 16-bit changes lie
+        // inside the hole (the 8-bit change, grown by the engine's 3 x 3),
+        // every other sample is the file's, bit for bit.
+        const cv::Mat hole8 = changedWhere(item->getImage(), narrowBefore);
+        QVERIFY(cv::countNonZero(hole8) > 500);
+        cv::Mat around;
+        cv::dilate(hole8, around, cv::Mat::ones(5, 5, CV_8U));
+        const cv::Mat changed16 = changedWhere(erased, wide);
+        QCOMPARE(cv::countNonZero(changed16 & ~around), 0);
+        // The hole holds more levels than 8 bits could give: no banding.
+        for (int c = 0; c < 3; ++c)
+            QVERIFY2(distinctLevels(erased, hole8, c) > 256,
+                     qPrintable(QString("channel %1: %2 levels").arg(c).arg(distinctLevels(erased, hole8, c))));
+        // Undo and redo are exact at 16 bits.
+        QUndoStack *stack = item->getUndoStack();
+        stack->undo();
+        QCOMPARE(cv::norm(item->master(), wide, cv::NORM_INF), 0.0);
+        QCOMPARE(cv::norm(item->getImage(), narrowBefore, cv::NORM_INF), 0.0);
+        stack->redo();
+        QCOMPARE(cv::norm(item->master(), erased, cv::NORM_INF), 0.0);
+    }
+
+    void anotherFillOfASixteenBitPhotoIsAtFullPrecisionToo()
+    {
+        const cv::Mat wide = wideGradient();
+        PhotoItem *item = open(writeEncoded(m_dir.path(), "refill16.png", wide));
+        QVERIFY(item);
+        const cv::Mat narrowBefore = item->getImage().clone();
+        QVERIFY(paintAndErase(item, QPointF(60, 70), QPointF(130, 80), 24));
+        const cv::Mat firstFill = item->master().clone();
+        QVERIFY(item->canFillAgain());
+        QSignalSpy finished(item, &PhotoItem::sendThreadFinish);
+        item->recvAnotherFillCommand();
+        QVERIFY(!item->isJobActive() || finished.wait(kJobTimeoutMs));
+        QUndoStack *stack = item->getUndoStack();
+        QCOMPARE(stack->text(stack->count() - 1), QString("Another Fill"));
+        const cv::Mat hole8 = changedWhere(item->getImage(), narrowBefore);
+        cv::Mat around;
+        cv::dilate(hole8, around, cv::Mat::ones(5, 5, CV_8U));
+        QCOMPARE(cv::countNonZero(changedWhere(item->master(), wide) & ~around), 0);
+        for (int c = 0; c < 3; ++c)
+            QVERIFY(distinctLevels(item->master(), hole8, c) > 256);
+        stack->undo();
+        QCOMPARE(cv::norm(item->master(), firstFill, cv::NORM_INF), 0.0);
+    }
+
+    void aSixteenBitPhotoIsSavedAtSixteenBits()
+    {
+        const cv::Mat wide = wideGradient();
+        PhotoItem *item = open(writeEncoded(m_dir.path(), "save16.png", wide));
+        QVERIFY(item);
+        QVERIFY(paintAndErase(item, QPointF(40, 40), QPointF(90, 50), 20));
+        for (const char *suffix : {"png", "tif"}) {
+            const QString path = m_dir.path() + "/saved16." + suffix;
+            QCOMPARE(item->saveTo(path), QString());
+            const photoio::Decoded back = photoio::decodeFile(path.toStdString(), photoio::Depth::Keep);
+            QCOMPARE(back.pixels.type(), CV_16UC3);
+            QCOMPARE(cv::norm(back.pixels, item->master(), cv::NORM_INF), 0.0);
+        }
+        // Nothing was lost: nothing to say.
+        QCOMPARE(item->takeSaveNote(), QString());
+    }
+
+    void savingSixteenBitsAsJpegSaysSoOnce()
+    {
+        const cv::Mat wide = wideGradient(64, 48);
+        PhotoItem *item = open(writeEncoded(m_dir.path(), "note.png", wide));
+        QVERIFY(item);
+        QStringList notes;
+        const auto answerNote = [&notes](QWidget *w) {
+            auto *box = qobject_cast<QMessageBox *>(w);
+            if (!box)
+                return false;
+            notes << box->text();
+            box->accept();
+            return true;
+        };
+        ModalAnswers answers;
+        const QString first = m_dir.path() + "/note.jpg";
+        answers.then(ModalAnswers::files({first}));
+        answers.then(answerNote);
+        QCOMPARE(m_w->on_pushButton_save_clicked(), 0);
+        QTRY_COMPARE(answers.pending(), 0);
+        QCOMPARE(notes.size(), 1);
+        QVERIFY2(notes[0].contains("note.jpg") && notes[0].contains("8 bits"), qPrintable(notes[0]));
+        // The JPEG holds the working copy.
+        const photoio::Decoded back = photoio::decodeFile(first.toStdString());
+        QCOMPARE(back.pixels.type(), CV_8UC3);
+        QVERIFY(cv::norm(back.pixels, item->getImage(), cv::NORM_INF) < 16);
+        // Said once: the next 8-bit save of the photo says nothing more.
+        answers.then(ModalAnswers::files({m_dir.path() + "/note.bmp"}));
+        QCOMPARE(m_w->on_pushButton_save_clicked(), 0);
+        QCOMPARE(answers.pending(), 0);
+        QTest::qWait(100);
+        QCOMPARE(notes.size(), 1);
+        QVERIFY(QFile::exists(m_dir.path() + "/note.bmp"));
+    }
+
+    void alphaIsKeptOutsideTheHoleAndTheHoleIsOpaque()
+    {
+        cv::Mat wide = wideGradient(), bgra;
+        cv::cvtColor(wide, bgra, cv::COLOR_BGR2BGRA);
+        // Alpha varying over the photo, nowhere opaque.
+        for (int y = 0; y < bgra.rows; ++y)
+            for (int x = 0; x < bgra.cols; ++x)
+                bgra.at<cv::Vec4w>(y, x)[3] = ushort(30000 + 100 * x);
+        PhotoItem *item = open(writeEncoded(m_dir.path(), "alpha16.png", bgra));
+        QVERIFY(item);
+        QCOMPARE(item->master().type(), CV_16UC4);
+        const cv::Mat narrowBefore = item->getImage().clone();
+        QVERIFY(paintAndErase(item, QPointF(60, 70), QPointF(120, 75), 20));
+        const cv::Mat hole8 = changedWhere(item->getImage(), narrowBefore);
+        const QString path = m_dir.path() + "/alpha-out.png";
+        QCOMPARE(item->saveTo(path), QString());
+        const photoio::Decoded back = photoio::decodeFile(path.toStdString(), photoio::Depth::Keep);
+        QCOMPARE(back.pixels.type(), CV_16UC4);
+        cv::Mat alphaBefore, alphaAfter;
+        cv::extractChannel(bgra, alphaBefore, 3);
+        cv::extractChannel(back.pixels, alphaAfter, 3);
+        cv::Mat around;
+        cv::dilate(hole8, around, cv::Mat::ones(5, 5, CV_8U));
+        const cv::Mat alphaChanged = changedWhere(alphaAfter, alphaBefore);
+        QCOMPARE(cv::countNonZero(alphaChanged & ~around), 0);
+        double lowest = 0;
+        cv::minMaxLoc(alphaAfter, &lowest, nullptr, nullptr, nullptr, hole8);
+        QCOMPARE(lowest, 65535.0);
+        // As JPEG the alpha cannot go along: said in the note.
+        QCOMPARE(item->saveTo(m_dir.path() + "/alpha-out.jpg"), QString());
+        const QString note = item->takeSaveNote();
+        QVERIFY2(note.contains("transparency") && note.contains("8 bits"), qPrintable(note));
+    }
+
+    void stampOnASixteenBitPhotoIsCarriedIntoTheMaster()
+    {
+        const cv::Mat wide = wideGradient(120, 90);
+        PhotoItem *item = open(writeEncoded(m_dir.path(), "stamp16.png", wide));
+        QVERIFY(item);
+        const cv::Mat narrowBefore = item->getImage().clone();
+        item->recvSelectType(int(Tool::Stamp), 10, 0);
+        item->recvLeftALTPressPoint(QPointF(20, 20));
+        item->recvReleasePoint(QPointF(20, 20));
+        item->recvLeftPressPoint(QPointF(80, 60));
+        item->recvLeftMovePoint(QPointF(90, 62));
+        item->recvReleasePoint(QPointF(90, 62));
+        QUndoStack *stack = item->getUndoStack();
+        QVERIFY(stack->count() >= 1);
+        QCOMPARE(stack->text(stack->count() - 1), QString("stamp"));
+        const cv::Mat changed8 = changedWhere(item->getImage(), narrowBefore);
+        QVERIFY(cv::countNonZero(changed8) > 0);
+        // Where the 8-bit copy changed, the master holds it widened; nowhere
+        // else did the master change.
+        cv::Mat widened;
+        item->getImage().convertTo(widened, CV_16UC3, 257.0);
+        const cv::Mat master = item->master();
+        QCOMPARE(cv::countNonZero(changedWhere(master, wide) & ~changed8), 0);
+        QCOMPARE(cv::countNonZero(changedWhere(master, widened) & changed8), 0);
+        stack->setIndex(0);
+        QCOMPARE(cv::norm(item->master(), wide, cv::NORM_INF), 0.0);
     }
 };
 
