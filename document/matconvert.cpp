@@ -46,12 +46,14 @@ QImage PhotoDisplay::image(const cv::Mat &pixels) const
         pixels.type() == CV_8UC3 ? m_bgr.get() : pixels.type() == CV_8UC4 ? m_bgra.get() : nullptr;
     if (!transform || pixels.empty())
         return matToQImage(pixels);
-    // Written straight into the image's rows: blue-green-red bytes are
-    // BGR888, blue-green-red-alpha are ARGB32 on a little-endian machine.
-    QImage shown(pixels.cols, pixels.rows, pixels.channels() == 3 ? QImage::Format_BGR888 : QImage::Format_ARGB32);
+    // Three channels are written as RGB32 (blue, green, red, 255 in memory),
+    // the form a pixmap takes without another conversion; four as ARGB32
+    // (blue-green-red-alpha memory on a little-endian machine).
+    const bool colour = pixels.channels() == 3;
+    QImage shown(pixels.cols, pixels.rows, colour ? QImage::Format_RGB32 : QImage::Format_ARGB32);
     if (shown.isNull())
         return shown; // no memory for it: nothing shown rather than a crash
-    cv::Mat out(pixels.rows, pixels.cols, pixels.type(), shown.bits(), size_t(shown.bytesPerLine()));
+    cv::Mat out(pixels.rows, pixels.cols, CV_8UC4, shown.bits(), size_t(shown.bytesPerLine()));
     // Bands of rows shared between the cores; a dab's few rows stay on one.
     constexpr int kBand = 32;
     const int bands = (pixels.rows + kBand - 1) / kBand;
@@ -59,7 +61,13 @@ QImage PhotoDisplay::image(const cv::Mat &pixels) const
     for (int b = 0; b < bands; ++b) {
         const cv::Range rows(b * kBand, std::min(pixels.rows, (b + 1) * kBand));
         cv::Mat band = out.rowRange(rows);
-        transform->apply(pixels.rowRange(rows), band);
+        if (colour) {
+            cv::Mat converted;
+            transform->apply(pixels.rowRange(rows), converted);
+            cv::cvtColor(converted, band, cv::COLOR_BGR2BGRA);
+        } else {
+            transform->apply(pixels.rowRange(rows), band);
+        }
     }
     return shown;
 }
