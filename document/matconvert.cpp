@@ -29,6 +29,26 @@ QPixmap matToQPixmap(const cv::Mat &mat)
     return QPixmap::fromImage(matToQImage(mat));
 }
 
+namespace {
+
+// Whether a conversion moves no colour by more than one level: a lattice
+// of 17 steps a channel (every 16th level and 255) as it converts.
+bool withinOneLevelOfStored(const photoio::DisplayTransform &transform)
+{
+    constexpr int kSteps = 17;
+    cv::Mat lattice(kSteps * kSteps, kSteps, CV_8UC3);
+    for (int b = 0; b < kSteps; ++b)
+        for (int g = 0; g < kSteps; ++g)
+            for (int r = 0; r < kSteps; ++r)
+                lattice.at<cv::Vec3b>(b * kSteps + g, r) =
+                    cv::Vec3b(uchar(std::min(255, 16 * b)), uchar(std::min(255, 16 * g)), uchar(std::min(255, 16 * r)));
+    cv::Mat converted;
+    transform.apply(lattice, converted);
+    return cv::norm(lattice, converted, cv::NORM_INF) <= 1.0;
+}
+
+} // namespace
+
 PhotoDisplay::PhotoDisplay(const std::vector<uint8_t> &icc)
 {
     if (icc.empty())
@@ -36,6 +56,8 @@ PhotoDisplay::PhotoDisplay(const std::vector<uint8_t> &icc)
     auto bgr = std::make_shared<const photoio::DisplayTransform>(icc, CV_8UC3);
     if (bgr->isIdentity())
         return; // not a usable RGB profile: shown as stored
+    if (withinOneLevelOfStored(*bgr))
+        return; // an sRGB profile, as most cameras embed: shown as stored, at no cost
     m_bgr = std::move(bgr);
     m_bgra = std::make_shared<const photoio::DisplayTransform>(icc, CV_8UC4);
 }

@@ -34,7 +34,9 @@ class PhotoDisplay
 public:
     PhotoDisplay() = default; // as stored
     // The photo's embedded ICC profile, as read from its file; empty means
-    // sRGB. A profile that cannot be used leaves the pixels as stored.
+    // sRGB. A profile that cannot be used leaves the pixels as stored, and
+    // so does one that moves no colour by more than a level (an sRGB
+    // profile): the conversion would cost time and change nothing one sees.
     explicit PhotoDisplay(const std::vector<uint8_t> &icc);
 
     bool isIdentity() const { return !m_bgr; }

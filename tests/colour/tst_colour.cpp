@@ -262,6 +262,47 @@ private slots:
                 QCOMPARE(rgbOf(shown.pixel(x, y)), rgbOf(photo.at<cv::Vec3b>(y, x)));
     }
 
+    void anSrgbProfileIsShownAsStored()
+    {
+        // python3-skimage's astronaut carries an sRGB profile: converting it
+        // would change nothing one sees, so the pixels go to the screen as
+        // stored, as fast as a photo without a profile.
+        const QString path = realPhoto("astronaut.png");
+        QVERIFY2(QFile::exists(path), "python3-skimage photographs are missing");
+        QVERIFY(!photoio::decodeFile(path.toStdString()).metadata.icc.empty());
+        PhotoItem *item = open(path);
+        QVERIFY(item);
+        QVERIFY(item->display().isIdentity());
+        const cv::Mat image = state(item).m_image;
+        const QImage shown = canvas();
+        for (int y = 0; y < image.rows; y += 11)
+            for (int x = 0; x < image.cols; x += 11)
+                QCOMPARE(rgbOf(shown.pixel(x, y)), rgbOf(image.at<cv::Vec3b>(y, x)));
+    }
+
+    void aCameraJpegInAdobeRgbIsShownThroughItsProfile()
+    {
+        // python3-skimage's rocket is a JPEG with an Adobe RGB (1998) profile.
+        const QString path = realPhoto("rocket.jpg");
+        QVERIFY2(QFile::exists(path), "python3-skimage photographs are missing");
+        const std::vector<uint8_t> icc = photoio::decodeFile(path.toStdString()).metadata.icc;
+        QVERIFY(!icc.empty());
+        PhotoItem *item = open(path);
+        QVERIFY(item);
+        QVERIFY(!item->display().isIdentity());
+        const cv::Mat image = state(item).m_image;
+        const QImage shown = canvas();
+        int worst = 0, moved = 0;
+        for (int y = 0; y < image.rows; y += 5)
+            for (int x = 0; x < image.cols; x += 5) {
+                const cv::Vec3b raw = image.at<cv::Vec3b>(y, x);
+                worst = std::max(worst, farthest(rgbOf(shown.pixel(x, y)), littleCmsSrgb(icc, raw)));
+                moved = std::max(moved, farthest(rgbOf(shown.pixel(x, y)), rgbOf(raw)));
+            }
+        QVERIFY(worst <= 1);
+        QVERIFY(moved > 10);
+    }
+
     void aProfileThatIsNotRgbLeavesThePixelsAsStored()
     {
         const std::vector<uint8_t> grey = fileBytes("/usr/share/color/icc/Gray.icc");
