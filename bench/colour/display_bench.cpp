@@ -56,6 +56,7 @@ int main(int argc, char **argv)
         return 1;
     }
     std::printf("24 MP photo, %d runs, median ms\n", runs);
+    std::printf("  making the display of a profile:     %8.2f\n", medianMs(runs * 4, [&] { PhotoDisplay made(icc); }));
     std::printf("  whole photo to pixmap, no profile:   %8.1f\n", medianMs(runs, [&] { plain.pixmap(photo); }));
     std::printf("  whole photo to pixmap, Adobe RGB:    %8.1f\n", medianMs(runs, [&] { adobe.pixmap(photo); }));
     std::printf("  whole photo to image, Adobe RGB:     %8.1f\n", medianMs(runs, [&] { adobe.image(photo); }));
