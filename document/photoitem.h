@@ -354,8 +354,10 @@ private:
     QString reducedInFile(const QString &fileName) const;
     void foldJobResult(cv::Mat image, cv::Mat result);
     // The end of a job (photoitem_jobs.cpp): its result committed as one
-    // undo entry, or the photo as it was before it (cancel, failure).
-    void commitJobResult();
+    // undo entry, or the photo as it was before it (cancel, failure). A
+    // result that cannot be kept (no memory for its entry) is taken back,
+    // and the reason returned; empty when committed.
+    QString commitJobResult();
     void takeJobBack();
     // The rectangle a clone job's undo entry holds: the piece at its place
     // and everything the job changed.

@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace {
@@ -396,8 +397,9 @@ void PhotoItem::onQThreadFinished()
     // instead of converting the whole photo.
     const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
     const cv::Rect changed = fill ? m_job.m_beforeJobRect : cv::Rect();
+    QString commitFailure;
     if (m_job.m_canceled == 0 && !failed)
-        commitJobResult();
+        commitFailure = commitJobResult();
     else
         takeJobBack();
     m_job.m_refilling = false;
@@ -411,6 +413,9 @@ void PhotoItem::onQThreadFinished()
             reason = QStringLiteral("the job ended without a result");
         qDebug() << "job failed:" << reason;
         emit jobFailed(reason);
+    } else if (!commitFailure.isEmpty()) {
+        qDebug() << "job result not kept:" << commitFailure;
+        emit jobFailed(commitFailure);
     }
     emit sendThreadFinish();
 }
@@ -436,7 +441,7 @@ cv::Rect PhotoItem::cloneJobRect()
     return rect;
 }
 
-void PhotoItem::commitJobResult()
+QString PhotoItem::commitJobResult()
 {
     const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
     cv::Rect rect;
@@ -457,18 +462,33 @@ void PhotoItem::commitJobResult()
     // The push runs redo at once, which resets the selections and boxes.
     const QPointF min(m_regions.m_workMinX, m_regions.m_workMinY), max(m_regions.m_workMaxX, m_regions.m_workMaxY);
     const cv::Mat before = m_job.m_imageBeforeJob(rect - m_job.m_beforeJobRect.tl());
-    Command *entry = fill ? new FillCommand(m_image(rect), before, min, max, text, this, rect,
-                                            m_job.m_refilling ? m_job.m_refill : refillInputs())
-                          : new Command(m_image(rect), before, min, max, text, this, rect);
     engine::FinalVote &vote = m_job.m_workerThread->m_patchMatch.m_finalVote;
-    followInMaster(*entry, rect, before, fill, fill && rect == m_job.m_beforeJobRect ? &vote : nullptr);
+    // The entry, and the master's part of it, take memory: without it the
+    // photo goes back to what it was, as after a failed job, rather than
+    // keep a change the undo history or the master would not hold.
+    std::unique_ptr<Command> entry;
+    try {
+        entry.reset(fill ? new FillCommand(m_image(rect), before, min, max, text, this, rect,
+                                           m_job.m_refilling ? m_job.m_refill : refillInputs())
+                         : new Command(m_image(rect), before, min, max, text, this, rect));
+        followInMaster(*entry, rect, before, fill, fill && rect == m_job.m_beforeJobRect ? &vote : nullptr);
+    } catch (const std::bad_alloc &) {
+        vote = engine::FinalVote();
+        takeJobBack();
+        return QStringLiteral("out of memory");
+    } catch (const cv::Exception &e) {
+        vote = engine::FinalVote();
+        takeJobBack();
+        return QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg);
+    }
     vote = engine::FinalVote();
     m_job.m_patchCanvas = fill;
-    m_undoStack->push(entry);
+    m_undoStack->push(entry.release());
     m_job.m_patchCanvas = false;
     // The entry holds its own copy.
     m_job.m_imageBeforeJob.release();
     startAfresh();
+    return QString();
 }
 
 void PhotoItem::takeJobBack()

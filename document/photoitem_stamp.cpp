@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "pointertool.h"
 
+#include <QDebug>
 #include <QMessageBox>
 #include <QPainter>
 #include <QUndoStack>
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -324,12 +326,24 @@ void StampTool::endStroke(PhotoItem &doc)
     const cv::Rect rect = doc.strokeBoxRect() & cv::Rect(0, 0, doc.m_imageCols, doc.m_imageRows);
     // The push runs the entry's redo at once, which also clears both
     // selections and the boxes and marks the photo unsaved.
-    auto *entry = new Command(doc.m_image(rect), doc.m_job.m_imageBeforeJob(rect),
-                              QPointF(doc.m_selection.m_strokeMinX, doc.m_selection.m_strokeMinY),
-                              QPointF(doc.m_selection.m_strokeMaxX, doc.m_selection.m_strokeMaxY), QStringLiteral("stamp"),
-                              &doc, rect);
-    doc.followInMaster(*entry, rect, doc.m_job.m_imageBeforeJob(rect), false);
-    doc.m_undoStack->push(entry);
+    const cv::Mat before = doc.m_job.m_imageBeforeJob(rect);
+    std::unique_ptr<Command> entry;
+    try {
+        entry = std::make_unique<Command>(doc.m_image(rect), before,
+                                          QPointF(doc.m_selection.m_strokeMinX, doc.m_selection.m_strokeMinY),
+                                          QPointF(doc.m_selection.m_strokeMaxX, doc.m_selection.m_strokeMaxY),
+                                          QStringLiteral("stamp"), &doc, rect);
+        doc.followInMaster(*entry, rect, before, false);
+    } catch (const std::exception &e) { // out of memory, an OpenCV error
+        // The stroke is taken back rather than kept where undo (or the
+        // master) would not hold it.
+        qDebug() << "stamp stroke not kept:" << e.what();
+        before.copyTo(doc.m_image(rect));
+        doc.showPhotoRect(rect);
+        doc.resetStrokeBox();
+        return;
+    }
+    doc.m_undoStack->push(entry.release());
 }
 
 void PhotoItem::stampPaint(QPointF pos)
