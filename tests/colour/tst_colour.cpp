@@ -377,6 +377,12 @@ private slots:
         cv::Mat narrow;
         wide.convertTo(narrow, CV_8UC3, 1.0 / 257.0);
         QCOMPARE(cv::norm(item->getImage(), narrow, cv::NORM_INF), 0.0);
+        // A 16-bit TIFF alike.
+        PhotoItem *tiff = open(writeEncoded(m_dir.path(), "wide.tif", wide));
+        QVERIFY(tiff);
+        QCOMPARE(tiff->master().type(), CV_16UC3);
+        QCOMPARE(cv::norm(tiff->master(), wide, cv::NORM_INF), 0.0);
+        QCOMPARE(cv::norm(tiff->getImage(), narrow, cv::NORM_INF), 0.0);
         // An 8-bit colour photo keeps no master.
         PhotoItem *plain = open(writeImage(m_dir.path(), "narrow.png", narrow));
         QVERIFY(plain);
