@@ -496,26 +496,40 @@ private slots:
         QVERIFY(QFile::exists(m_dir.path() + "/note.bmp"));
     }
 
+    void alphaIsKeptOutsideTheHoleAndTheHoleIsOpaque_data()
+    {
+        QTest::addColumn<int>("depth");
+        QTest::newRow("16 bits") << int(CV_16U);
+        QTest::newRow("8 bits") << int(CV_8U);
+    }
+
     void alphaIsKeptOutsideTheHoleAndTheHoleIsOpaque()
     {
-        cv::Mat wide = wideGradient(), bgra;
-        cv::cvtColor(wide, bgra, cv::COLOR_BGR2BGRA);
+        QFETCH(int, depth);
+        const bool wide = depth == CV_16U;
+        const double opaque = wide ? 65535.0 : 255.0;
+        cv::Mat colour = wideGradient(), bgra;
+        if (!wide)
+            colour.convertTo(colour, CV_8UC3, 1.0 / 257.0);
+        cv::cvtColor(colour, bgra, cv::COLOR_BGR2BGRA);
         // Alpha varying over the photo, nowhere opaque.
-        for (int y = 0; y < bgra.rows; ++y)
-            for (int x = 0; x < bgra.cols; ++x)
-                bgra.at<cv::Vec4w>(y, x)[3] = ushort(30000 + 100 * x);
-        PhotoItem *item = open(writeEncoded(m_dir.path(), "alpha16.png", bgra));
+        cv::Mat alphaBefore(bgra.size(), CV_32F);
+        for (int x = 0; x < bgra.cols; ++x)
+            alphaBefore.col(x).setTo(opaque * (0.45 + 0.002 * x));
+        alphaBefore.convertTo(alphaBefore, depth);
+        cv::insertChannel(alphaBefore, bgra, 3);
+        const QString name = wide ? "alpha16" : "alpha8";
+        PhotoItem *item = open(writeEncoded(m_dir.path(), name + ".png", bgra));
         QVERIFY(item);
-        QCOMPARE(item->master().type(), CV_16UC4);
+        QCOMPARE(item->master().type(), bgra.type());
         const cv::Mat narrowBefore = item->getImage().clone();
         QVERIFY(paintAndErase(item, QPointF(60, 70), QPointF(120, 75), 20));
         const cv::Mat hole8 = changedWhere(item->getImage(), narrowBefore);
-        const QString path = m_dir.path() + "/alpha-out.png";
+        const QString path = m_dir.path() + "/" + name + "-out.png";
         QCOMPARE(item->saveTo(path), QString());
         const photoio::Decoded back = photoio::decodeFile(path.toStdString(), photoio::Depth::Keep);
-        QCOMPARE(back.pixels.type(), CV_16UC4);
-        cv::Mat alphaBefore, alphaAfter;
-        cv::extractChannel(bgra, alphaBefore, 3);
+        QCOMPARE(back.pixels.type(), bgra.type());
+        cv::Mat alphaAfter;
         cv::extractChannel(back.pixels, alphaAfter, 3);
         cv::Mat around;
         cv::dilate(hole8, around, cv::Mat::ones(5, 5, CV_8U));
@@ -523,11 +537,11 @@ private slots:
         QCOMPARE(cv::countNonZero(alphaChanged & ~around), 0);
         double lowest = 0;
         cv::minMaxLoc(alphaAfter, &lowest, nullptr, nullptr, nullptr, hole8);
-        QCOMPARE(lowest, 65535.0);
+        QCOMPARE(lowest, opaque);
         // As JPEG the alpha cannot go along: said in the note.
-        QCOMPARE(item->saveTo(m_dir.path() + "/alpha-out.jpg"), QString());
+        QCOMPARE(item->saveTo(m_dir.path() + "/" + name + "-out.jpg"), QString());
         const QString note = item->takeSaveNote();
-        QVERIFY2(note.contains("transparency") && note.contains("8 bits"), qPrintable(note));
+        QVERIFY2(note.contains("transparency") && note.contains("8 bits") == wide, qPrintable(note));
     }
 
     void stampOnASixteenBitPhotoIsCarriedIntoTheMaster()
