@@ -205,9 +205,12 @@ QString PhotoItem::eraseJobRefusal(const cv::Mat &image, const cv::Mat &red, con
 {
     std::string reason = eraseRefusal(image, red, green, useDonor);
     // Besides the job's own buffers, the crop as it was before the job is
-    // kept, for a cancel, a failure and the undo entry.
+    // kept, for a cancel, a failure and the undo entry; a photo with a
+    // master also needs the master's crop six times at the end (both sides
+    // of the entry, and the vote again at full depth: followInMaster).
+    const uint64_t masterBytes = m_master.empty() ? 0 : uint64_t(image.total()) * m_master.elemSize() * 6;
     if (reason.empty())
-        reason = memoryRefusal(image.size(), useDonor, uint64_t(image.total() * image.elemSize()));
+        reason = memoryRefusal(image.size(), useDonor, uint64_t(image.total() * image.elemSize()) + masterBytes);
     return QString::fromStdString(reason);
 }
 
