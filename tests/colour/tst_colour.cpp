@@ -2,7 +2,10 @@
 // before-and-after view and the printed page show the pixels converted from
 // the profile to sRGB (the numbers Little CMS gives), while the engine, the
 // undo entries and the file keep the photo's own numbers. A photo without a
-// profile is shown as stored.
+// profile, or with an sRGB one, is shown as stored. And a 16-bit photo (or
+// one with alpha) in the window: opened with its 16-bit master beside the
+// 8-bit working copy, erased at full precision, undone exactly, saved at 16
+// bits where the format holds them, with a note once where it does not.
 #include <QListWidget>
 #include <QSignalSpy>
 #include <QUndoStack>
