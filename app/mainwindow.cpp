@@ -243,7 +243,7 @@ void MainWindow::showAsOpened(int row)
 void MainWindow::openReadablePhoto(const QString &path)
 {
     // One decode: the readability test's pixels become the photo's.
-    photoio::Decoded decoded = photoio::decodeFile(pathBytes(path));
+    photoio::Decoded decoded = decodePhotoFile(path);
     const bool readable =
         decoded.readable() && decoded.pixels.cols <= kMaxImageSide && decoded.pixels.rows <= kMaxImageSide;
     const bool damaged = decoded.report.damaged;
@@ -256,9 +256,7 @@ void MainWindow::openReadablePhoto(const QString &path)
     }
 
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
-                                    decoded.pixels, ui->listWidget);
-    decoded.pixels.release(); // the photo holds the only reference
-    item->setMetadata(std::move(decoded.metadata));
+                                    keptPixels(decoded), ui->listWidget);
     addPhotoRow(ui->listWidget, item);
     // The photo's progress dialog, shown while its jobs run.
     new JobDialog(item);

@@ -136,6 +136,12 @@ int MainWindow::on_pushButton_save_clicked()
         return 1;
     }
     noteMetadataLeftOut(*item, settings, target);
+    // Saved, with less than the photo holds (8 bits of 16): said once.
+    const QString note = item->takeSaveNote();
+    if (!note.isEmpty()) {
+        KeyboardGrabPause pause(this);
+        QMessageBox::information(nullptr, tr("Save File"), note, QMessageBox::Ok);
+    }
     return 0;
 }
 
@@ -196,10 +202,9 @@ void MainWindow::printPreviewSlot(QPrinter *printerPixmap)
     const PhotoItem *item = currentItem();
     if (!item || !printerPixmap)
         return;
-    const cv::Mat image = item->getImage();
-    if (image.empty())
+    if (item->getImage().empty())
         return;
-    const QPixmap pixmap = matToQPixmap(image);
+    const QPixmap pixmap = item->shownPixmap(); // through the photo's colour profile
 
     QPainter painter(printerPixmap);
     const QRect viewport = painter.viewport();

@@ -12,7 +12,7 @@ CustomItem *addPhotoRow(QListWidget *list, PhotoItem *item)
     const double k = g_uiScale;
     const int cols = item->imageCols(), rows = item->imageRows();
     const float h = cols > 0 ? float(rows / (cols / 195.0)) : 0.0f;
-    const QPixmap thumb = matToQPixmap(item->getImage())
+    const QPixmap thumb = item->shownPixmap()
                               .scaled(int(k * 195), int(k * h), Qt::KeepAspectRatio, Qt::SmoothTransformation);
     const QString name = item->fileName();
     auto *row = new CustomItem;

@@ -13,8 +13,24 @@ Command::Command(cv::Mat after, cv::Mat before, QPointF min, QPointF max, QStrin
     setText(text);
 }
 
-void Command::undo() { m_item->setUndoPixmap(m_undoImage, m_min, m_max, m_rect); }
-void Command::redo() { m_item->setRedoPixmap(m_redoImage, m_rect); }
+// The master first: the working copy's setter shows the photo.
+void Command::undo()
+{
+    m_item->setMasterPixels(m_undoMaster, m_rect);
+    m_item->setUndoPixmap(m_undoImage, m_min, m_max, m_rect);
+}
+
+void Command::redo()
+{
+    m_item->setMasterPixels(m_redoMaster, m_rect);
+    m_item->setRedoPixmap(m_redoImage, m_rect);
+}
+
+void Command::keepMaster(const cv::Mat &after, const cv::Mat &before)
+{
+    after.copyTo(m_redoMaster);
+    before.copyTo(m_undoMaster);
+}
 
 bool FillInputs::fits(const cv::Size &imageSize) const
 {

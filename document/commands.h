@@ -20,9 +20,14 @@ public:
             cv::Rect rect);
     void undo() override;
     void redo() override;
+    // The same rectangle of the photo's master (16 bits, alpha), for a
+    // photo that has one; copies are kept.
+    void keepMaster(const cv::Mat &after, const cv::Mat &before);
 
     cv::Mat m_redoImage;
     cv::Mat m_undoImage;
+    cv::Mat m_redoMaster;
+    cv::Mat m_undoMaster;
     cv::Rect m_rect;
     QPointF m_min;
     QPointF m_max;

@@ -1,25 +1,35 @@
 // Construction, layers and the plain operations of a photo document.
 #include "photoitem.h"
-#include "pathbytes.h"
-#include "photoio.h"
 
 #include <QFileInfo>
 #include <QListWidget>
 #include <QUndoStack>
 
-// The pixels are those of cv::imread in colour mode (alpha dropped, grey
-// expanded, 16 bits reduced to 8, EXIF orientation applied); of a damaged
+// The pixels are those of the open (decodePhotoFile: 16 bits and alpha kept
+// in the master, grey expanded, EXIF orientation applied); of a damaged
 // file, what could be read.
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
                      int /*rowIndex*/, QObject *parent)
     : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path,
-                photoio::decodeFile(pathBytes(path)).pixels, listWidget, parent)
+                [&path] {
+                    photoio::Decoded decoded = decodePhotoFile(path);
+                    return keptPixels(decoded);
+                }(),
+                listWidget, parent)
 {
 }
 
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, cv::Mat pixels, QListWidget *listWidget,
+                     QObject *parent)
+    : PhotoItem(backWidget, midWidget, frontWidget, frontGreenWidget, path, PhotoPixels{pixels, {}, {}},
+                listWidget, parent)
+{
+}
+
+PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
+                     LayerView *frontGreenWidget, const QString &path, PhotoPixels pixels, QListWidget *listWidget,
                      QObject *parent)
     : QObject(parent)
     , m_backWidget(backWidget)
@@ -31,7 +41,10 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_output.m_filePath = path;
     m_undoStack = new QUndoStack(this);
 
-    m_image = pixels;
+    m_image = pixels.image;
+    m_master = pixels.master;
+    m_display = PhotoDisplay(pixels.metadata.icc);
+    m_metadata = std::move(pixels.metadata);
     m_imageCols = m_image.cols;
     m_imageRows = m_image.rows;
     m_selection.m_strokeMinX = m_regions.m_workMinX = m_imageCols;
@@ -47,7 +60,7 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
 
     initLayers();
 
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_midWidget->showPixmap(m_display.pixmap(m_image));
     showLayer(m_selection.m_inpaintMask, m_frontWidget);
     showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);
@@ -147,7 +160,7 @@ void PhotoItem::dropSelectionsForStamp()
 
 void PhotoItem::showOnCanvas()
 {
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_midWidget->showPixmap(m_display.pixmap(m_image));
     showLayer(m_selection.m_inpaintMask, m_frontWidget);
     showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);

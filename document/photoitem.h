@@ -12,6 +12,7 @@
 #include "layerview.h"
 #include "matconvert.h"
 #include "photoio.h"
+#include "photopixels.h"
 #include "tools.h"
 
 class QListWidget;
@@ -19,6 +20,9 @@ class QListWidgetItem;
 class QUndoStack;
 class PointerTool;
 class ThreadFromQThread;
+namespace engine {
+struct FinalVote;
+}
 
 // Whether a CV_8UC4 selection layer (or a view of one) has a pixel whose
 // channel is set, by the engine's test (above 254).
@@ -61,6 +65,9 @@ public:
     // photoio::decodeFile does, CV_8UC3): the file is not read twice.
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
               const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr);
+    // The same with all the document keeps of the file (keptPixels()).
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
+              const QString &path, PhotoPixels pixels, QListWidget *listWidget, QObject *parent = nullptr);
     ~PhotoItem() override;
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
@@ -75,6 +82,13 @@ public:
     int imageRows() const { return m_imageRows; }
     QListWidgetItem *listItem() const { return m_listItem; }
     cv::Mat getImage() const { return m_image; }
+    // The file's own samples where they hold more than getImage() (16 bits,
+    // alpha), kept in step with it; empty for an 8-bit colour photo.
+    cv::Mat master() const { return m_master; }
+    // How the photo's pixels are shown (its colour profile to sRGB), and the
+    // whole photo so shown: for the list row and the printed page.
+    const PhotoDisplay &display() const { return m_display; }
+    QPixmap shownPixmap() const { return m_display.pixmap(m_image); }
 
     // Clear every pixel in place (the Mats keep their memory, so widgets
     // that wrap them stay valid).
@@ -247,6 +261,10 @@ public:
     struct Output
     {
         quint8 m_saved = 1;
+        // A save wrote less than the photo holds (8 bits of 16, no alpha):
+        // the note for the user, told once per photo.
+        bool m_reductionTold = false;
+        QString m_saveNote;
         QString m_filePath;
         QString m_fileName;
         QString m_folderPath;
@@ -296,6 +314,8 @@ public slots:
     // Undo and redo of the region snapshots (photoitem_undo.cpp).
     void setUndoPixmap(cv::Mat temp, QPointF min, QPointF max, cv::Rect rect);
     void setRedoPixmap(cv::Mat temp, cv::Rect rect);
+    // The master's rectangle from an undo entry (photoitem_master.cpp).
+    void setMasterPixels(const cv::Mat &temp, const cv::Rect &rect);
     void setInpaintMask(cv::Mat tempMask, cv::Rect rect);
     void setInpaintMaskBK(cv::Mat tempMask, cv::Rect rect);
     // The rectangle of a colour's layer painted from a 0/255 CV_8UC1 mask
@@ -312,6 +332,10 @@ public slots:
     // kept for saving; it stays while the pixels come and go.
     void setMetadata(photoio::Metadata metadata) { m_metadata = std::move(metadata); }
     const photoio::Metadata &metadata() const { return m_metadata; }
+    // After a save that wrote less than the photo holds (a 16-bit photo as
+    // JPEG), the plain note saying so, the first time for this photo; else
+    // empty. Taken once.
+    QString takeSaveNote();
     // Stamp (photoitem_stamp.cpp).
     void recvLeftALTPressPoint(QPointF pos);
 
@@ -333,10 +357,21 @@ public:
     cv::Mat stampPreview(QPointF pos);
 
 private:
+    // The master copy (photoitem_master.cpp): a change of m_image inside
+    // rect, whose pixels were `before`, carried into the master, both sides
+    // kept by the entry about to be pushed. An erase (fill) writes its hole
+    // from the vote at full precision and makes it opaque.
+    void followInMaster(Command &entry, const cv::Rect &rect, const cv::Mat &before, bool fill,
+                        const engine::FinalVote *vote = nullptr);
+    // What a file of `suffix` is written from, and what it cannot hold.
+    cv::Mat pixelsToSave(const std::string &suffix) const;
+    QString reducedInFile(const QString &fileName) const;
     void foldJobResult(cv::Mat image, cv::Mat result);
     // The end of a job (photoitem_jobs.cpp): its result committed as one
-    // undo entry, or the photo as it was before it (cancel, failure).
-    void commitJobResult();
+    // undo entry, or the photo as it was before it (cancel, failure). A
+    // result that cannot be kept (no memory for its entry) is taken back,
+    // and the reason returned; empty when committed.
+    QString commitJobResult();
     void takeJobBack();
     // The rectangle a clone job's undo entry holds: the piece at its place
     // and everything the job changed.
@@ -425,6 +460,10 @@ private:
     friend struct PhotoItemState; // the tests' door
 
     cv::Mat m_image; // the photo, B G R
+    // The photo's colour profile made ready for the screen (display only).
+    PhotoDisplay m_display;
+    // The file's own samples, 16-bit or with alpha (PhotoPixels::master).
+    cv::Mat m_master;
     int m_imageCols = 0;
     int m_imageRows = 0;
     Selection m_selection;

@@ -238,5 +238,5 @@ void PhotoItem::refreshThumbnail()
     cv::resize(m_image, sampled, cv::Size(std::min(m_imageCols, 2 * width), std::min(m_imageRows, 2 * height)), 0,
                0, cv::INTER_NEAREST);
     cv::resize(sampled, thumb, cv::Size(width, height), 0, 0, cv::INTER_AREA);
-    emit thumbnailChanged(matToQPixmap(thumb));
+    emit thumbnailChanged(m_display.pixmap(thumb));
 }

@@ -13,6 +13,7 @@
 #include "jobmemory.h"
 #include "progress.h"
 #include "threadfromqthread.h"
+#include "widevote.h"
 #include "workbox.h"
 
 #include <QDebug>
@@ -21,6 +22,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace {
@@ -203,9 +205,12 @@ QString PhotoItem::eraseJobRefusal(const cv::Mat &image, const cv::Mat &red, con
 {
     std::string reason = eraseRefusal(image, red, green, useDonor);
     // Besides the job's own buffers, the crop as it was before the job is
-    // kept, for a cancel, a failure and the undo entry.
+    // kept, for a cancel, a failure and the undo entry; a photo with a
+    // master also needs the master's crop six times at the end (both sides
+    // of the entry, and the vote again at full depth: followInMaster).
+    const uint64_t masterBytes = m_master.empty() ? 0 : uint64_t(image.total()) * m_master.elemSize() * 6;
     if (reason.empty())
-        reason = memoryRefusal(image.size(), useDonor, uint64_t(image.total() * image.elemSize()));
+        reason = memoryRefusal(image.size(), useDonor, uint64_t(image.total() * image.elemSize()) + masterBytes);
     return QString::fromStdString(reason);
 }
 
@@ -267,6 +272,7 @@ void PhotoItem::startAnotherFill()
         // they were, so that only the random start differs.
         inputs.original.copyTo(m_image(inputs.crop));
         const cv::Mat image = m_image(inputs.crop);
+        m_job.m_workerThread->m_patchMatch.m_keepFinalVote = !m_master.empty();
         m_job.m_workerThread->setEraseJob(image, image, red, green, inputs.useDonor, JobType::Erase);
     } catch (...) {
         putBackBeforeJob();
@@ -307,6 +313,9 @@ void PhotoItem::fillEraseJob(const cv::Rect &crop)
     const cv::Mat image = m_image(crop);
     const cv::Mat green = m_selection.m_inpaintMaskBK(crop);
     const bool useDonor = donorAsked(m_selection.m_donorUsed, green);
+    // A photo with a master keeps what the last vote used, to do it again
+    // on the master's samples (followInMaster).
+    m_job.m_workerThread->m_patchMatch.m_keepFinalVote = !m_master.empty();
     m_job.m_workerThread->setEraseJob(image, image, m_selection.m_inpaintMask(crop), green, useDonor, JobType::Erase);
 }
 
@@ -391,8 +400,9 @@ void PhotoItem::onQThreadFinished()
     // instead of converting the whole photo.
     const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
     const cv::Rect changed = fill ? m_job.m_beforeJobRect : cv::Rect();
+    QString commitFailure;
     if (m_job.m_canceled == 0 && !failed)
-        commitJobResult();
+        commitFailure = commitJobResult();
     else
         takeJobBack();
     m_job.m_refilling = false;
@@ -406,6 +416,9 @@ void PhotoItem::onQThreadFinished()
             reason = QStringLiteral("the job ended without a result");
         qDebug() << "job failed:" << reason;
         emit jobFailed(reason);
+    } else if (!commitFailure.isEmpty()) {
+        qDebug() << "job result not kept:" << commitFailure;
+        emit jobFailed(commitFailure);
     }
     emit sendThreadFinish();
 }
@@ -431,7 +444,7 @@ cv::Rect PhotoItem::cloneJobRect()
     return rect;
 }
 
-void PhotoItem::commitJobResult()
+QString PhotoItem::commitJobResult()
 {
     const bool fill = m_job.m_refilling || !isCloneTool(m_pointer.m_tool);
     cv::Rect rect;
@@ -452,16 +465,33 @@ void PhotoItem::commitJobResult()
     // The push runs redo at once, which resets the selections and boxes.
     const QPointF min(m_regions.m_workMinX, m_regions.m_workMinY), max(m_regions.m_workMaxX, m_regions.m_workMaxY);
     const cv::Mat before = m_job.m_imageBeforeJob(rect - m_job.m_beforeJobRect.tl());
+    engine::FinalVote &vote = m_job.m_workerThread->m_patchMatch.m_finalVote;
+    // The entry, and the master's part of it, take memory: without it the
+    // photo goes back to what it was, as after a failed job, rather than
+    // keep a change the undo history or the master would not hold.
+    std::unique_ptr<Command> entry;
+    try {
+        entry.reset(fill ? new FillCommand(m_image(rect), before, min, max, text, this, rect,
+                                           m_job.m_refilling ? m_job.m_refill : refillInputs())
+                         : new Command(m_image(rect), before, min, max, text, this, rect));
+        followInMaster(*entry, rect, before, fill, fill && rect == m_job.m_beforeJobRect ? &vote : nullptr);
+    } catch (const std::bad_alloc &) {
+        vote = engine::FinalVote();
+        takeJobBack();
+        return QStringLiteral("out of memory");
+    } catch (const cv::Exception &e) {
+        vote = engine::FinalVote();
+        takeJobBack();
+        return QStringLiteral("OpenCV error: ") + QString::fromStdString(e.msg);
+    }
+    vote = engine::FinalVote();
     m_job.m_patchCanvas = fill;
-    if (fill)
-        m_undoStack->push(new FillCommand(m_image(rect), before, min, max, text, this, rect,
-                                          m_job.m_refilling ? m_job.m_refill : refillInputs()));
-    else
-        m_undoStack->push(new Command(m_image(rect), before, min, max, text, this, rect));
+    m_undoStack->push(entry.release());
     m_job.m_patchCanvas = false;
     // The entry holds its own copy.
     m_job.m_imageBeforeJob.release();
     startAfresh();
+    return QString();
 }
 
 void PhotoItem::takeJobBack()
@@ -508,7 +538,7 @@ void PhotoItem::putBackBeforeJob()
 void PhotoItem::showImageAndLayers(const cv::Rect &changed)
 {
     if (changed.empty())
-        m_midWidget->showPixmap(matToQPixmap(m_image));
+        m_midWidget->showPixmap(m_display.pixmap(m_image));
     else
         showPhotoRect(changed);
     showLayer(m_selection.m_inpaintMask, m_frontWidget);

@@ -59,7 +59,9 @@ QString PhotoItem::saveTo(const QString &fileName, const SaveSettings &settings)
     // the photo does not count as saved.
     QString reason;
     try {
-        const cv::Mat copy = m_image.clone();
+        // A 16-bit photo is written at 16 bits, a photo with alpha with it,
+        // where the format holds them; else the 8-bit working copy.
+        const cv::Mat copy = pixelsToSave(suffix.toStdString()).clone();
         std::string error = copy.empty() ? std::string("there is no photo to save") : std::string();
         if (error.empty() && suffix.isEmpty())
             error = "the file name has no suffix to choose a format by";
@@ -85,5 +87,16 @@ QString PhotoItem::saveTo(const QString &fileName, const SaveSettings &settings)
         return reason;
     }
     m_output.m_saved = 1;
+    if (!m_output.m_reductionTold) {
+        m_output.m_saveNote = reducedInFile(fileName);
+        m_output.m_reductionTold = !m_output.m_saveNote.isEmpty();
+    }
     return QString();
+}
+
+QString PhotoItem::takeSaveNote()
+{
+    QString note;
+    note.swap(m_output.m_saveNote);
+    return note;
 }

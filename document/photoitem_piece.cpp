@@ -61,7 +61,7 @@ void PieceDragTool::moveTo(PhotoItem &doc, QPointF pos, const cv::Rect &r) const
                 dst[tx] = src[r.x + col];
         }
     }
-    doc.m_midWidget->showPixmap(matToQPixmap(doc.m_clone.m_clonePreview));
+    doc.m_midWidget->showPixmap(doc.m_display.pixmap(doc.m_clone.m_clonePreview));
 }
 
 // ---------------------------------------------------------------- smart clone
@@ -130,7 +130,7 @@ void SmartCloneTool::showPiece(PhotoItem &doc, int dw, int dh, bool fromHandle)
     if (piece.empty())
         return;
     doc.m_frontGreenWidget->showLayer(true);
-    doc.m_frontGreenWidget->showPiece(doc.m_clone.m_moveX, doc.m_clone.m_moveY, matToQImage(piece));
+    doc.m_frontGreenWidget->showPiece(doc.m_clone.m_moveX, doc.m_clone.m_moveY, doc.m_display.image(piece));
 }
 
 cv::Mat PhotoItem::buildMovedPiece(int dw, int dh, bool fromHandle)

@@ -1,5 +1,7 @@
 // Stroke box, work box, selection bounds, and which layers the canvas shows.
 #include "photoitem.h"
+#include "pathbytes.h"
+#include "photoio.h"
 
 #include <algorithm>
 
@@ -93,21 +95,27 @@ void PhotoItem::recvRedRoi()
     m_frontWidget->showLayer(true);
     m_frontGreenWidget->showLayer(false);
     showLayer(m_selection.m_inpaintMask, m_frontWidget);
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_midWidget->showPixmap(m_display.pixmap(m_image));
 }
 
 void PhotoItem::recvGreenRoi()
 {
     m_frontGreenWidget->showLayer(true);
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_midWidget->showPixmap(m_display.pixmap(m_image));
     showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
 }
 
 void PhotoItem::recvSrcRoi()
 {
     // The "before" picture is the file as it lies on disk; a file that has
-    // gone shows nothing.
-    m_midWidget->showImageFile(m_output.m_filePath);
+    // gone shows nothing. A photo with a colour profile is shown through the
+    // profile the file carries now, as the canvas shows the photo.
+    if (m_display.isIdentity()) {
+        m_midWidget->showImageFile(m_output.m_filePath);
+    } else {
+        const photoio::Decoded before = photoio::decodeFile(pathBytes(m_output.m_filePath));
+        m_midWidget->showImage(PhotoDisplay(before.metadata.icc).image(before.pixels));
+    }
     m_frontWidget->showLayer(false);
     m_frontGreenWidget->showLayer(false);
 }

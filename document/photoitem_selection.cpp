@@ -67,13 +67,14 @@ void PhotoItem::showLayer(const cv::Mat &layer, LayerView *widget)
 // whole photo is set, as a full conversion would.
 void PhotoItem::showPhotoRect(const cv::Rect &rect)
 {
-    // The image's own rows, B G R bytes, are wrapped without a copy.
+    // The image's own rows, B G R bytes, are wrapped without a copy; a photo
+    // with a colour profile has the rectangle converted, and no more.
     const cv::Mat region = rect.empty() ? cv::Mat() : m_image(rect);
-    const QImage patch = region.empty()
-        ? QImage()
-        : QImage(region.data, region.cols, region.rows, int(region.step), QImage::Format_BGR888);
+    const QImage patch = region.empty() ? QImage()
+        : !m_display.isIdentity()       ? m_display.image(region)
+                                        : QImage(region.data, region.cols, region.rows, int(region.step), QImage::Format_BGR888);
     if (!m_midWidget->paintPhotoPatch(rect.x, rect.y, patch, QSize(m_imageCols, m_imageRows)))
-        m_midWidget->showPixmap(matToQPixmap(m_image));
+        m_midWidget->showPixmap(m_display.pixmap(m_image));
 }
 
 void PhotoItem::pushSelectionEntry(const cv::Rect &rect, const QString &text)

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "pointertool.h"
 
+#include <QDebug>
 #include <QMessageBox>
 #include <QPainter>
 #include <QUndoStack>
@@ -15,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -226,8 +228,9 @@ void StampTool::showStampPreview(PhotoItem &item, QPointF pos)
     const int markX = atSource ? int(item.m_stamp.m_stampSource.x()) : int(pos.x() - item.m_stamp.m_stampOffsetX);
     const int markY = atSource ? int(item.m_stamp.m_stampSource.y()) : int(pos.y() - item.m_stamp.m_stampOffsetY);
     // The preview is a view into a layer that lives as long as the photo, so
-    // the wrap without copy stays valid while the canvas shows it.
-    item.m_frontGreenWidget->showStampPreview(markX, markY, int(pos.x()), int(pos.y()), matToQImage(preview));
+    // the wrap without copy (a photo shown as stored) stays valid while the
+    // canvas shows it; a converted preview is a copy.
+    item.m_frontGreenWidget->showStampPreview(markX, markY, int(pos.x()), int(pos.y()), item.m_display.image(preview));
 }
 
 
@@ -323,10 +326,24 @@ void StampTool::endStroke(PhotoItem &doc)
     const cv::Rect rect = doc.strokeBoxRect() & cv::Rect(0, 0, doc.m_imageCols, doc.m_imageRows);
     // The push runs the entry's redo at once, which also clears both
     // selections and the boxes and marks the photo unsaved.
-    doc.m_undoStack->push(new Command(doc.m_image(rect), doc.m_job.m_imageBeforeJob(rect),
-                                      QPointF(doc.m_selection.m_strokeMinX, doc.m_selection.m_strokeMinY),
-                                      QPointF(doc.m_selection.m_strokeMaxX, doc.m_selection.m_strokeMaxY), QStringLiteral("stamp"), &doc,
-                                      rect));
+    const cv::Mat before = doc.m_job.m_imageBeforeJob(rect);
+    std::unique_ptr<Command> entry;
+    try {
+        entry = std::make_unique<Command>(doc.m_image(rect), before,
+                                          QPointF(doc.m_selection.m_strokeMinX, doc.m_selection.m_strokeMinY),
+                                          QPointF(doc.m_selection.m_strokeMaxX, doc.m_selection.m_strokeMaxY),
+                                          QStringLiteral("stamp"), &doc, rect);
+        doc.followInMaster(*entry, rect, before, false);
+    } catch (const std::exception &e) { // out of memory, an OpenCV error
+        // The stroke is taken back rather than kept where undo (or the
+        // master) would not hold it.
+        qDebug() << "stamp stroke not kept:" << e.what();
+        before.copyTo(doc.m_image(rect));
+        doc.showPhotoRect(rect);
+        doc.resetStrokeBox();
+        return;
+    }
+    doc.m_undoStack->push(entry.release());
 }
 
 void PhotoItem::stampPaint(QPointF pos)

@@ -105,7 +105,7 @@ void PhotoItem::setRedoPixmap(cv::Mat temp, cv::Rect rect)
     if (m_job.m_patchCanvas)
         showPhotoRect(rect);
     else
-        m_midWidget->showPixmap(matToQPixmap(m_image));
+        m_midWidget->showPixmap(m_display.pixmap(m_image));
     // During stamp work the fence of the region stays on the screen.
     showLayer(m_stamp.m_stampRegionActive ? m_selection.m_strokeBaseRed : m_selection.m_inpaintMask, m_frontWidget);
     m_frontGreenWidget->showLayer(true);
