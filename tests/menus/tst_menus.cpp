@@ -236,6 +236,25 @@ private slots:
         QCOMPARE(languages->font().pixelSize(), 14);
     }
 
+    // Every entry lies inside the menu as it pops up: none is cut off at
+    // the bottom or the side, whatever the entries' fonts and check marks.
+    void everyEntryFitsInTheShownMenu()
+    {
+        auto window = makeWindow();
+        QMenu *menu = window->form()->pushButton_dropdown->getMenu();
+        menu->popup(QPoint(0, 0));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        for (QAction *action : menu->actions()) {
+            const QRect place = menu->actionGeometry(action);
+            QVERIFY2(menu->rect().contains(place),
+                     qPrintable(QString("%1 at %2,%3 %4x%5 outside %6x%7")
+                                    .arg(action->text())
+                                    .arg(place.x()).arg(place.y()).arg(place.width()).arg(place.height())
+                                    .arg(menu->width()).arg(menu->height())));
+        }
+        menu->hide();
+    }
+
     void menuEntriesOpenTheirPages()
     {
         auto window = makeWindow();
