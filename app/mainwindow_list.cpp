@@ -5,7 +5,9 @@
 #include "ui_mainwindow.h"
 #include "keyboardgrabpause.h"
 #include "customitem.h"
+#include "folderloader.h"
 #include "photoitem.h"
+#include "photorow.h"
 #include "removedialog.h"
 
 #include <QDir>
@@ -14,8 +16,10 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QSignalBlocker>
+#include <QTimer>
 #include <QUndoGroup>
 #include <QUrl>
 
@@ -90,10 +94,88 @@ void MainWindow::on_pushButton_select_folder_clicked()
     // The smallest file first; sub-folders are not entered.
     const QFileInfoList entries =
         QDir(folder).entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Size | QDir::Reversed);
+    QStringList paths;
     for (const QFileInfo &entry : entries) {
         if (hasAcceptedSuffix(entry.fileName()))
-            openPhoto(entry.absoluteFilePath());
+            paths.append(entry.absoluteFilePath());
     }
+    if (paths.isEmpty())
+        return;
+    // Every file is in the one folder: the directories move once.
+    noteOpenedPath(paths.first());
+    // The files are read on a worker, in order: the first readable one is
+    // shown as an open shows it, the others are listed with a thumbnail
+    // from a reduced read and read whole when first shown. The window
+    // stays responsive meanwhile.
+    if (!m_folderLoader) {
+        m_folderLoader = new FolderLoader(this);
+        connect(m_folderLoader, &FolderLoader::photoRead, this, &MainWindow::takeListedPhotos, Qt::QueuedConnection);
+    }
+    m_folderLoader->add(paths, true);
+}
+
+bool MainWindow::folderLoading() const
+{
+    return m_folderLoader && (m_folderLoader->busy() || m_takingListed);
+}
+
+void MainWindow::takeListedPhotos()
+{
+    // A message box of an earlier file is open (its own event loop runs):
+    // the next file waits for it.
+    if (m_takingListed || !m_folderLoader)
+        return;
+    m_takingListed = true;
+    ListedPhoto photo;
+    const bool taken = m_folderLoader->takeNext(photo);
+    if (taken)
+        listFolderPhoto(photo);
+    m_takingListed = false;
+    // One file per pass of the event loop; what a message box held back
+    // follows now.
+    if (taken && m_folderLoader)
+        QTimer::singleShot(0, this, &MainWindow::takeListedPhotos);
+}
+
+void MainWindow::listFolderPhoto(ListedPhoto &photo)
+{
+    const QString &path = photo.path;
+    if (photo.full) {
+        openGuarded(path, [&] { openDecodedPhoto(path, photo.decoded, photo.identity); });
+        return;
+    }
+    if (photo.thumbnail.empty()) {
+        KeyboardGrabPause pause(this);
+        QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot read file %1").arg(path), QMessageBox::Ok);
+        return;
+    }
+    PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
+                                    photo.identity, photo.size, ui->listWidget);
+    addPhotoRow(ui->listWidget, item, photo.thumbnail);
+    adoptPhoto(item);
+    // No photo shown (the shown one was closed meanwhile): this one is.
+    if (!m_shownItem) {
+        if (!readPixelsFor(item)) {
+            ui->listWidget->setCurrentRow(-1);
+            return;
+        }
+        showPhoto(item);
+        ui->stackedWidget->setCurrentIndex(0);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        {
+            const QSignalBlocker blocker(ui->listWidget);
+            ui->listWidget->setCurrentItem(item->listItem());
+        }
+        startFreshOnPhoto(true);
+    }
+    if (photo.decoded.report.damaged)
+        warnDamaged(path);
+}
+
+void MainWindow::stopFolderLoading()
+{
+    if (m_folderLoader)
+        m_folderLoader->cancel();
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
@@ -136,10 +218,61 @@ void MainWindow::on_listwidget_current_change()
     if (m_photoItems.isEmpty())
         return;
     PhotoItem *item = currentItem();
+    // A photo whose pixels were given back reads them again first; if its
+    // file changed or went, the user hears why and the shown photo stays.
+    if (item && !readPixelsFor(item)) {
+        returnToShownPhoto();
+        return;
+    }
     showPhoto(item);
     if (!item)
         return;
+    ui->stackedWidget->setCurrentIndex(0);
     startFreshOnPhoto(false);
+}
+
+void MainWindow::returnToShownPhoto()
+{
+    const int row = m_photoItems.indexOf(m_shownItem);
+    if (row >= 0 && m_shownItem->holdsPixels()) {
+        const QSignalBlocker blocker(ui->listWidget);
+        ui->listWidget->setCurrentRow(row);
+        return;
+    }
+    showAfterRemoval();
+}
+
+void MainWindow::showAfterRemoval()
+{
+    PhotoItem *item = currentItem();
+    if (item && !item->holdsPixels() && m_closingAll) {
+        // Saved and untouched, and about to be closed too: not read again.
+        showPhoto(nullptr);
+        return;
+    }
+    if (item && !readPixelsFor(item)) {
+        // The nearest photo that holds its pixels stands in.
+        const int row = ui->listWidget->currentRow();
+        item = nullptr;
+        for (int d = 1; !item && d < m_photoItems.size(); ++d) {
+            for (int r : {row - d, row + d}) {
+                if (!item && r >= 0 && r < m_photoItems.size() && m_photoItems.at(r)->holdsPixels())
+                    item = m_photoItems.at(r);
+            }
+        }
+        const QSignalBlocker blocker(ui->listWidget);
+        ui->listWidget->setCurrentRow(item ? m_photoItems.indexOf(item) : -1);
+    }
+    if (!item) {
+        // Nothing can be shown: no photo is painted as if it were one.
+        showPhoto(nullptr);
+        m_undoGroup->setActiveStack(nullptr);
+        ui->stackedWidget->setCurrentIndex(1);
+        return;
+    }
+    showPhoto(item);
+    ui->stackedWidget->setCurrentIndex(0);
+    startFreshOnPhoto(true);
 }
 
 int MainWindow::RecvDeleteItem()
@@ -182,6 +315,7 @@ int MainWindow::RecvDeleteItem()
         ui->listWidget->removeItemWidget(row);
         delete row;
         m_photoItems.removeAt(r);
+        forgetPhoto(item);
         item->deleteLater();
 
         if (r != 0) {
@@ -196,8 +330,7 @@ int MainWindow::RecvDeleteItem()
         }
     }
 
-    showPhoto(currentItem());
-    startFreshOnPhoto(true);
+    showAfterRemoval();
     return 0;
 }
 
@@ -220,11 +353,14 @@ void MainWindow::on_pushButton_remove_clicked()
     if (answer != QDialog::Accepted)
         return;
 
-    // No save is offered: the question named the unsaved count.
+    // No save is offered: the question named the unsaved count. The files
+    // of a folder not listed yet go too.
+    stopFolderLoading();
     const QList<PhotoItem *> photos = m_photoItems;
     for (PhotoItem *p : photos) {
         unbindPhoto(p);
         m_photoItems.removeOne(p);
+        forgetPhoto(p);
         delete p;
     }
     {

@@ -11,6 +11,7 @@
 #include "commands.h"
 #include "layerview.h"
 #include "matconvert.h"
+#include "photoio.h"
 #include "tools.h"
 
 class QListWidget;
@@ -27,6 +28,16 @@ cv::Rect layerBounds(const cv::Mat &layer, int channel);
 // A 0/255 mask dilated (pixels > 0) or eroded (pixels < 0) by a disc of
 // radius |pixels|.
 cv::Mat morphSelection(const cv::Mat &selected, int pixels);
+
+// The one read of a photo's file, on any thread: the whole photo
+// (reduction 1) or a thumbnail's worth of it (2, 4 or 8), with the identity
+// of the bytes that were read. Opening, a folder's rows and reading given-
+// back pixels again all go through here, so they decode alike.
+photoio::Decoded readPhotoFile(const QString &path, photoio::FileIdentity &identity, int reduction = 1);
+// The list row's thumbnail, 195 design pixels wide (B G R), from a photo's
+// pixels or a reduced decode of them; a few milliseconds whatever the
+// photo's size, on any thread.
+cv::Mat rowThumbnail(const cv::Mat &pixels);
 
 // The document of one loaded photo: the image, its selection layers, the
 // tool state, its own undo stack and worker thread. It draws through the
@@ -52,7 +63,37 @@ public:
     // photoio::decodeFile does, CV_8UC3): the file is not read twice.
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
               const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr);
+    // A photo listed from a reduced read of its file (a folder's rows): it
+    // holds no pixels until first shown (takePixelsBack). Its size is that
+    // of the reduced read until then.
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
+              const QString &path, const photoio::FileIdentity &identity, cv::Size listedSize,
+              QListWidget *listWidget, QObject *parent = nullptr);
     ~PhotoItem() override;
+
+    // Full-size pixels given back and read again. A photo that is not shown,
+    // has nothing unsaved, no undo history, no job and no selection may give
+    // back its pixels (and whatever else it holds at full size); it keeps
+    // its path, size, row and the identity of its file. Reading them back
+    // checks the file first: the same bytes give the same pixels.
+    enum class PixelsBack
+    {
+        Held,       // the photo held its pixels already
+        Read,       // read again from the file, as they were
+        Changed,    // the file holds other bytes now: nothing read
+        Gone,       // no file there any more: nothing read
+        Unreadable, // the file's bytes are the same but cannot be decoded (out of memory)
+    };
+    bool holdsPixels() const { return !m_image.empty(); }
+    size_t pixelBytes() const { return m_image.total() * m_image.elemSize(); }
+    bool canGivePixelsBack() const;
+    // True when given back; false (nothing changed) when the photo may not,
+    // or its file no longer holds what was read.
+    bool givePixelsBack();
+    PixelsBack takePixelsBack();
+    // The identity of the bytes the photo's pixels were decoded from.
+    void setFileIdentity(const photoio::FileIdentity &identity) { m_identity = identity; }
+    const photoio::FileIdentity &fileIdentity() const { return m_identity; }
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
     // Read access for the window.
@@ -319,6 +360,8 @@ public:
     cv::Mat stampPreview(QPointF pos);
 
 private:
+    // The construction both ways share: path, undo stack, list entry, worker.
+    void setUpDocument(const QString &path);
     void foldJobResult(cv::Mat image, cv::Mat result);
     // The end of a job (photoitem_jobs.cpp): its result committed as one
     // undo entry, or the photo as it was before it (cancel, failure).
@@ -410,7 +453,12 @@ private:
 
     friend struct PhotoItemState; // the tests' door
 
-    cv::Mat m_image; // the photo, B G R
+    cv::Mat m_image; // the photo, B G R; empty while given back
+    // Of the file m_image was decoded from (or, before the first read, the
+    // reduced read that listed it); exists false when unknown.
+    photoio::FileIdentity m_identity;
+    // m_image has been read once: m_imageCols and m_imageRows are the photo's.
+    bool m_sizeKnown = true;
     int m_imageCols = 0;
     int m_imageRows = 0;
     Selection m_selection;
