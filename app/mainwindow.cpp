@@ -289,8 +289,11 @@ void MainWindow::openDecodedPhoto(const QString &path, photoio::Decoded &decoded
     // Back to the brush in red. The colour buttons keep their look.
     fallBackToBrush();
 
-    ui->listWidget->setCurrentItem(item->listItem());
-    recvFit();
+    // The row becomes current without a switch: the photo is bound and on
+    // the canvas already (its construction put it there), so one conversion
+    // of the whole photo is all an open costs.
+    setCurrentRowQuietly(ui->listWidget->row(item->listItem()));
+    on_pushButton_maxa_clicked();
     resetStampSliders();
     setSizeControlVisible(true);
 

@@ -271,6 +271,9 @@ private:
     // After a row was removed: shows the photo of the current row, or the
     // nearest that can be shown; none leaves the welcome page showing.
     void showAfterRemoval();
+    // Makes a row current without the switch to it (its photo is shown
+    // already, or none is to be); the row's other listeners hear it.
+    void setCurrentRowQuietly(int row);
     // Start-up helpers.
     void applySkin();
     void setFoldArrowLook();
@@ -342,6 +345,7 @@ private:
     // The close button is closing every photo: a photo that is saved and
     // holds no pixels is not read again just to be closed.
     bool m_closingAll = false;
+    bool m_rowSetQuietly = false;
 };
 
 #endif // MAINWINDOW_H

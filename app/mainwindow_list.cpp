@@ -156,16 +156,13 @@ void MainWindow::listFolderPhoto(ListedPhoto &photo)
     // No photo shown (the shown one was closed meanwhile): this one is.
     if (!m_shownItem) {
         if (!readPixelsFor(item)) {
-            ui->listWidget->setCurrentRow(-1);
+            setCurrentRowQuietly(-1);
             return;
         }
         showPhoto(item);
         ui->stackedWidget->setCurrentIndex(0);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-        {
-            const QSignalBlocker blocker(ui->listWidget);
-            ui->listWidget->setCurrentItem(item->listItem());
-        }
+        setCurrentRowQuietly(ui->listWidget->row(item->listItem()));
         startFreshOnPhoto(true);
     }
     if (photo.decoded.report.damaged)
@@ -211,8 +208,17 @@ void MainWindow::on_listWidget_currentRowChanged(int currentRow)
     on_listwidget_current_change();
 }
 
+void MainWindow::setCurrentRowQuietly(int row)
+{
+    m_rowSetQuietly = true;
+    ui->listWidget->setCurrentRow(row);
+    m_rowSetQuietly = false;
+}
+
 void MainWindow::on_listwidget_current_change()
 {
+    if (m_rowSetQuietly)
+        return;
     // Every switch, even to the row already current, binds that photo anew,
     // drops the tool back to the red brush and fits the photo.
     if (m_photoItems.isEmpty())
@@ -235,8 +241,7 @@ void MainWindow::returnToShownPhoto()
 {
     const int row = m_photoItems.indexOf(m_shownItem);
     if (row >= 0 && m_shownItem->holdsPixels()) {
-        const QSignalBlocker blocker(ui->listWidget);
-        ui->listWidget->setCurrentRow(row);
+        setCurrentRowQuietly(row);
         return;
     }
     showAfterRemoval();
@@ -260,8 +265,7 @@ void MainWindow::showAfterRemoval()
                     item = m_photoItems.at(r);
             }
         }
-        const QSignalBlocker blocker(ui->listWidget);
-        ui->listWidget->setCurrentRow(item ? m_photoItems.indexOf(item) : -1);
+        setCurrentRowQuietly(item ? m_photoItems.indexOf(item) : -1);
     }
     if (!item) {
         // Nothing can be shown: no photo is painted as if it were one.

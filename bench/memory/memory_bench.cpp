@@ -299,6 +299,7 @@ public:
         connect(&m_timer, &QTimer::timeout, this, [this] {
             const qint64 t = m_clock.elapsed();
             m_worst = std::max(m_worst, t - m_last);
+            m_gaps.emplace_back(m_last, t - m_last);
             m_last = t;
         });
     }
@@ -307,16 +308,27 @@ public:
         m_clock.start();
         m_last = 0;
         m_worst = 0;
+        m_gaps.clear();
         m_timer.start(10);
     }
     void stop() { m_timer.stop(); }
     qint64 worstMs() const { return m_worst; }
+    // The largest gap that began at or after `fromMs` (since start()).
+    qint64 worstFromMs(qint64 fromMs) const
+    {
+        qint64 worst = 0;
+        for (const auto &[begin, gap] : m_gaps)
+            if (begin >= fromMs)
+                worst = std::max(worst, gap);
+        return worst;
+    }
 
 private:
     QTimer m_timer;
     QElapsedTimer m_clock;
     qint64 m_last = 0;
     qint64 m_worst = 0;
+    std::vector<std::pair<qint64, qint64>> m_gaps; // begin, length
 };
 
 // Lets the event loop run until memory stops moving (background work, if
@@ -564,7 +576,44 @@ int runFolder(Bench &b, int n)
     std::printf("  all %d rows in the list after %lld ms%s\n", b.ui->listWidget->count(), (long long)listed,
                 all ? "" : " (timed out)");
     std::printf("  longest event-loop stall while the rows arrived: %lld ms\n", (long long)stalls.worstMs());
+    std::printf("  longest stall after the first photo was on screen: %lld ms\n",
+                (long long)stalls.worstFromMs(first + 5));
     printMemory("  after the whole folder", full, empty.rssMb);
+
+    // Switching: to rows never shown (their pixels read for the first
+    // time), on until the budget makes the first ones give theirs back,
+    // then back to those.
+    const int rows = b.ui->listWidget->count();
+    const auto switchTo = [&](int row) {
+        b.watch->arm();
+        const qint64 from = b.watch->now();
+        b.ui->listWidget->setCurrentRow(row);
+        return double(b.waitShown(from, 30000));
+    };
+    std::vector<double> fresh, back;
+    const int ahead = std::min(rows - 1, 9);
+    for (int k = 1; k <= ahead; ++k)
+        fresh.push_back(switchTo(k));
+    int givenBack = 0;
+    for (PhotoItem *p : b.window->photoItems())
+        givenBack += (p != b.window->currentItem() && !p->holdsPixels()) ? 1 : 0;
+    for (int k = 0; k < std::min(3, ahead); ++k) {
+        const bool away = !b.window->photoItems().at(k)->holdsPixels();
+        const double ms = switchTo(k);
+        if (away)
+            back.push_back(ms);
+    }
+    settle();
+    const Memory switched = readMemory();
+    if (!fresh.empty())
+        std::printf("  switch to a row never shown: median %.0f ms, worst %.0f ms (%zu switches)\n", median(fresh),
+                    *std::max_element(fresh.begin(), fresh.end()), fresh.size());
+    if (!back.empty())
+        std::printf("  switch to a photo that gave its pixels back: median %.0f ms, worst %.0f ms (%zu switches)\n",
+                    median(back), *std::max_element(back.begin(), back.end()), back.size());
+    std::printf("  photos holding no full pixels after %d switches: %d of %d (budget %lld MB)\n", ahead,
+                givenBack, rows, (long long)(b.window->pixelBudget() >> 20));
+    printMemory("  after the switches", switched, empty.rssMb);
     return 0;
 }
 
@@ -624,6 +673,14 @@ int runDecode(int runs)
     photoio::FileIdentity settled = identity;
     settled.takenNs = settled.modifiedNs + 10'000'000'000LL;
     const double fast = timed([&] { return photoio::checkFile(settled, path) == photoio::FileState::Same; });
+    // What showing the photo costs beside its decode: the canvas's
+    // conversion of the whole photo, and the row's thumbnail.
+    const cv::Mat pixels = photoio::decodeFile(path).pixels;
+    const double toPixmap = timed([&] { return !matToQPixmap(pixels).isNull(); });
+    const double toImage = timed([&] { return !matToQImage(pixels).isNull(); });
+    const double thumb = timed([&] { return !rowThumbnail(pixels).empty(); });
+    std::printf("  whole photo to the canvas's pixmap %6.1f  (of which to an RGB image %.1f)\n", toPixmap, toImage);
+    std::printf("  row thumbnail from the pixels     %7.2f\n", thumb);
     std::printf("  reading the file                  %7.2f\n", read);
     std::printf("  hashing its bytes                 %7.2f\n", hash);
     std::printf("  checkFile, times settled          %7.3f\n", fast);
