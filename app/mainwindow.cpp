@@ -32,8 +32,7 @@ void fixSize(QWidget *w, int width, int height)
     w->setFixedSize(Skin::scaled(width), Skin::scaled(height));
 }
 
-// Positions are stored in 16 bits by the engine, so no side may exceed this.
-constexpr int kMaxImageSide = 65535;
+constexpr int kMaxImageSide = PhotoItem::kMaxImageSide;
 
 } // namespace
 

@@ -195,13 +195,6 @@ void PhotoItem::onCustomDeleteItem()
 
 // ---------------------------------------------------------------- pixels
 
-namespace {
-
-// Positions are stored in 16 bits by the engine, so no side may exceed this.
-constexpr int kMaxImageSide = 65535;
-
-} // namespace
-
 photoio::Decoded readPhotoFile(const QString &path, photoio::FileIdentity &identity, int reduction)
 {
     if (reduction <= 1)

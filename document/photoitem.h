@@ -55,6 +55,8 @@ class PhotoItem : public QObject
 public:
     static constexpr int kMaxLassoPoints = 100000;
     static constexpr int kMaxPolyPoints = 100;
+    // Positions are stored in 16 bits by the engine, so no side may exceed this.
+    static constexpr int kMaxImageSide = 65535;
 
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
               LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,

@@ -1,16 +1,21 @@
 // mervane-memory-bench: what whole sets of 24-megapixel photos cost the
 // window, driven offscreen through the window's own buttons and dialogs.
 //
-//   mervane-memory-bench photos [--erase WxH] [--trace] [--budget-mb MB]
+//   mervane-memory-bench photos [--erase WxH] [--trace] [--budget-mb MB] [--pixel-budget-mb MB]
 //       Select Photo with one photo, then the add button with three more;
 //       resident memory after 1 and after 4, the time until each is on
 //       screen, switching between them, then an Erase of a W x H rectangle
 //       (default 1000 x 800) on the current photo: its peak memory against
 //       the photo's decoded size (--trace: resident memory through it).
-//   mervane-memory-bench folder N [--budget-mb MB]
+//   mervane-memory-bench folder N [--budget-mb MB] [--pixel-budget-mb MB]
 //       Open Folder with N photos (N <= 40): time from choosing the folder
 //       to the first photo on screen, the longest event-loop stall while
-//       the rows arrive, resident memory once every row is there.
+//       the rows arrive, resident memory once every row is there; then
+//       switches to rows never shown and back to photos that gave their
+//       pixels back.
+//   --pixel-budget-mb sets how many MB of photos' pixels the window keeps
+//       (MainWindow::setPixelBudget; 0: every photo not shown gives its
+//       pixels back if it may).
 //   mervane-memory-bench decode [RUNS]
 //       A full decode of one of the photos against the reduced decodes a
 //       thumbnail needs, and what checking the file's identity costs.
@@ -698,12 +703,15 @@ int main(int argc, char **argv)
     const QString mode = argc > 1 ? QString(argv[1]) : QString();
     int count = 40;
     double budgetMb = 6000.0;
+    double pixelBudgetMb = -1.0; // the window's own
     cv::Size eraseSize(1000, 800);
     bool trace = false;
     for (int i = 2; i < argc; ++i) {
         const QString a = argv[i];
         if (a == "--budget-mb" && i + 1 < argc)
             budgetMb = std::atof(argv[++i]);
+        else if (a == "--pixel-budget-mb" && i + 1 < argc)
+            pixelBudgetMb = std::atof(argv[++i]);
         else if (a == "--trace")
             trace = true;
         else if (a == "--erase" && i + 1 < argc)
@@ -712,8 +720,8 @@ int main(int argc, char **argv)
             count = std::clamp(a.toInt(), 1, kMaxPhotos);
     }
     if (mode != "photos" && mode != "folder" && mode != "decode") {
-        std::fprintf(stderr, "usage: mervane-memory-bench photos [--erase WxH] [--budget-mb MB]\n"
-                             "       mervane-memory-bench folder N [--budget-mb MB]\n"
+        std::fprintf(stderr, "usage: mervane-memory-bench photos [--erase WxH] [--trace] [--budget-mb MB] [--pixel-budget-mb MB]\n"
+                             "       mervane-memory-bench folder N [--budget-mb MB] [--pixel-budget-mb MB]\n"
                              "       mervane-memory-bench decode [RUNS]\n");
         return 1;
     }
@@ -751,6 +759,9 @@ int main(int argc, char **argv)
     Bench b;
     Sampler sampler(budgetMb, &b.rows);
     b.open();
+    if (pixelBudgetMb >= 0.0)
+        b.window->setPixelBudget(qint64(pixelBudgetMb * 1024.0 * 1024.0));
+    std::printf("the window keeps up to %lld MB of photos' pixels\n", (long long)(b.window->pixelBudget() >> 20));
     const int code = mode == "photos" ? runPhotos(b, eraseSize, sampler, trace) : runFolder(b, count);
     std::fflush(stdout);
     // Leave without tearing 40 photos down one by one: not what is measured.
