@@ -13,6 +13,7 @@
 //       the rows arrive, resident memory once every row is there; then
 //       switches to rows never shown and back to photos that gave their
 //       pixels back.
+//       --shot FILE keeps a picture of the window once every row is in.
 //   --pixel-budget-mb sets how many MB of photos' pixels the window keeps
 //       (MainWindow::setPixelBudget; 0: every photo not shown gives its
 //       pixels back if it may).
@@ -559,7 +560,7 @@ int runPhotos(Bench &b, cv::Size eraseSize, Sampler &sampler, bool trace)
     return 0;
 }
 
-int runFolder(Bench &b, int n)
+int runFolder(Bench &b, int n, const QString &shot)
 {
     const QString folder = folderOf(n);
     const Memory empty = readMemory();
@@ -584,6 +585,8 @@ int runFolder(Bench &b, int n)
     std::printf("  longest stall after the first photo was on screen: %lld ms\n",
                 (long long)stalls.worstFromMs(first + 5));
     printMemory("  after the whole folder", full, empty.rssMb);
+    if (!shot.isEmpty())
+        b.window->grab().save(shot);
 
     // Switching: to rows never shown (their pixels read for the first
     // time), on until the budget makes the first ones give theirs back,
@@ -704,6 +707,7 @@ int main(int argc, char **argv)
     int count = 40;
     double budgetMb = 6000.0;
     double pixelBudgetMb = -1.0; // the window's own
+    QString shot;                // folder: a picture of the window once the rows are in
     cv::Size eraseSize(1000, 800);
     bool trace = false;
     for (int i = 2; i < argc; ++i) {
@@ -712,6 +716,8 @@ int main(int argc, char **argv)
             budgetMb = std::atof(argv[++i]);
         else if (a == "--pixel-budget-mb" && i + 1 < argc)
             pixelBudgetMb = std::atof(argv[++i]);
+        else if (a == "--shot" && i + 1 < argc)
+            shot = QString::fromLocal8Bit(argv[++i]);
         else if (a == "--trace")
             trace = true;
         else if (a == "--erase" && i + 1 < argc)
@@ -762,7 +768,7 @@ int main(int argc, char **argv)
     if (pixelBudgetMb >= 0.0)
         b.window->setPixelBudget(qint64(pixelBudgetMb * 1024.0 * 1024.0));
     std::printf("the window keeps up to %lld MB of photos' pixels\n", (long long)(b.window->pixelBudget() >> 20));
-    const int code = mode == "photos" ? runPhotos(b, eraseSize, sampler, trace) : runFolder(b, count);
+    const int code = mode == "photos" ? runPhotos(b, eraseSize, sampler, trace) : runFolder(b, count, shot);
     std::fflush(stdout);
     // Leave without tearing 40 photos down one by one: not what is measured.
     std::_Exit(code);
