@@ -1,4 +1,5 @@
 #include "folderloader.h"
+#include "matconvert.h"
 #include "photoitem.h"
 
 namespace {
@@ -94,7 +95,15 @@ void FolderLoader::run()
             photo.decoded.pixels.release();
             photo.thumbnail.release();
         }
-        // The shown photo is read whole; only the thumbnail of the others.
+        // The shown photo is read whole, and converted for the canvas here
+        // (the longest step of showing it); only the thumbnail of the others.
+        if (photo.full && !photo.thumbnail.empty()) {
+            try {
+                photo.canvasImage = matToQImage(photo.decoded.pixels).convertToFormat(QImage::Format_RGB32);
+            } catch (const std::exception &) {
+                photo.canvasImage = QImage(); // the window converts it then
+            }
+        }
         if (!photo.full)
             photo.decoded.pixels.release();
 

@@ -1,6 +1,7 @@
 #ifndef FOLDERLOADER_H
 #define FOLDERLOADER_H
 
+#include <QImage>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -23,6 +24,9 @@ struct ListedPhoto
     photoio::FileIdentity identity;
     cv::Mat thumbnail; // rowThumbnail() of the read pixels; empty: unreadable
     cv::Size size;     // of the pixels read (reduced unless full)
+    // The whole photo as the canvas shows it (matToQImage, 32 bits), so
+    // that the window's thread only wraps it in a pixmap.
+    QImage canvasImage;
     bool full = false;
 };
 

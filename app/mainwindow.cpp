@@ -260,7 +260,7 @@ void MainWindow::openReadablePhoto(const QString &path)
 }
 
 void MainWindow::openDecodedPhoto(const QString &path, photoio::Decoded &decoded,
-                                  const photoio::FileIdentity &identity)
+                                  const photoio::FileIdentity &identity, QImage canvasImage)
 {
     const bool readable =
         decoded.readable() && decoded.pixels.cols <= kMaxImageSide && decoded.pixels.rows <= kMaxImageSide;
@@ -274,7 +274,8 @@ void MainWindow::openDecodedPhoto(const QString &path, photoio::Decoded &decoded
     }
 
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
-                                    decoded.pixels, ui->listWidget);
+                                    decoded.pixels, ui->listWidget, nullptr,
+                                    QPixmap::fromImage(std::move(canvasImage)));
     decoded.pixels.release(); // the photo holds the only reference
     item->setFileIdentity(identity);
     addPhotoRow(ui->listWidget, item);

@@ -1,6 +1,7 @@
 #ifndef MAINWINDOW_H
 #define MAINWINDOW_H
 
+#include <QImage>
 #include <QList>
 #include <QMainWindow>
 #include <QRect>
@@ -253,7 +254,9 @@ private:
     // becomes the shown photo, or is refused; the window takes a photo in.
     void noteOpenedPath(const QString &path);
     void openGuarded(const QString &path, const std::function<void()> &open);
-    void openDecodedPhoto(const QString &path, photoio::Decoded &decoded, const photoio::FileIdentity &identity);
+    // canvasImage: the photo converted for the canvas already, if it was.
+    void openDecodedPhoto(const QString &path, photoio::Decoded &decoded, const photoio::FileIdentity &identity,
+                          QImage canvasImage = QImage());
     void adoptPhoto(PhotoItem *item);
     void warnDamaged(const QString &path);
     // A folder's file, read by the worker: a row, or the refusal.

@@ -141,7 +141,9 @@ void MainWindow::listFolderPhoto(ListedPhoto &photo)
 {
     const QString &path = photo.path;
     if (photo.full) {
-        openGuarded(path, [&] { openDecodedPhoto(path, photo.decoded, photo.identity); });
+        openGuarded(path, [&] {
+            openDecodedPhoto(path, photo.decoded, photo.identity, std::move(photo.canvasImage));
+        });
         return;
     }
     if (photo.thumbnail.empty()) {

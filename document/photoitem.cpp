@@ -25,7 +25,7 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
 
 PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
                      LayerView *frontGreenWidget, const QString &path, cv::Mat pixels, QListWidget *listWidget,
-                     QObject *parent)
+                     QObject *parent, const QPixmap &canvasPixmap)
     : QObject(parent)
     , m_backWidget(backWidget)
     , m_midWidget(midWidget)
@@ -38,7 +38,7 @@ PhotoItem::PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *fro
     m_imageRows = m_image.rows;
     setUpDocument(path);
 
-    m_midWidget->showPixmap(matToQPixmap(m_image));
+    m_midWidget->showPixmap(canvasPixmap.isNull() ? matToQPixmap(m_image) : canvasPixmap);
     showLayer(m_selection.m_inpaintMask, m_frontWidget);
     showLayer(m_selection.m_inpaintMaskBK, m_frontGreenWidget);
     m_backWidget->showImageSize(m_imageCols, m_imageRows);

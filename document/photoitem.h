@@ -62,9 +62,12 @@ public:
               LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
               int rowIndex, QObject *parent = nullptr); // rowIndex: kept in the published signature, unused
     // The same for a photo whose file the caller has decoded already (as
-    // photoio::decodeFile does, CV_8UC3): the file is not read twice.
+    // photoio::decodeFile does, CV_8UC3): the file is not read twice. A
+    // caller that made the canvas's picture of the pixels already (as
+    // matToQImage makes it, on a worker) hands it in as canvasPixmap.
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
-              const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr);
+              const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr,
+              const QPixmap &canvasPixmap = QPixmap());
     // A photo listed from a reduced read of its file (a folder's rows): it
     // holds no pixels until first shown (takePixelsBack). Its size is that
     // of the reduced read until then.

@@ -326,6 +326,13 @@ private slots:
         QCOMPARE(ui->listWidget->currentRow(), 0);
         for (int i = 1; i < 6; ++i)
             QVERIFY(!m_w->photoItems().at(i)->holdsPixels());
+        // The first, read and converted for the canvas on the worker, shows
+        // as an open shows it.
+        PhotoItem *first = m_w->photoItems().at(0);
+        const cv::Mat firstDirect = cv::imread(first->filePath().toStdString(), cv::IMREAD_COLOR);
+        QVERIFY(samePixels(pixelsOf(first), firstDirect));
+        QVERIFY(canvasShows(firstDirect));
+        QCOMPARE(ui->widget_mid->pixmap().size(), QSize(firstDirect.cols, firstDirect.rows));
         // A listed row, shown: the whole photo, as an open reads it.
         ui->listWidget->setCurrentRow(4);
         PhotoItem *shown = m_w->currentItem();
