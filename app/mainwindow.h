@@ -272,8 +272,11 @@ private:
     // becomes current again.
     void returnToShownPhoto();
     // After a row was removed: shows the photo of the current row, or the
-    // nearest that can be shown; none leaves the welcome page showing.
+    // nearest that can be shown.
     void showAfterRemoval();
+    // The photo nearest to the row that holds its pixels becomes current and
+    // is shown; if none does, none is, and the welcome page shows.
+    void showNearestHoldingPixels(int row);
     // Makes a row current without the switch to it (its photo is shown
     // already, or none is to be); the row's other listeners hear it.
     void setCurrentRowQuietly(int row);

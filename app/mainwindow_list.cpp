@@ -242,11 +242,10 @@ void MainWindow::on_listwidget_current_change()
 void MainWindow::returnToShownPhoto()
 {
     const int row = m_photoItems.indexOf(m_shownItem);
-    if (row >= 0 && m_shownItem->holdsPixels()) {
+    if (row >= 0 && m_shownItem->holdsPixels())
         setCurrentRowQuietly(row);
-        return;
-    }
-    showAfterRemoval();
+    else
+        showNearestHoldingPixels(ui->listWidget->currentRow());
 }
 
 void MainWindow::showAfterRemoval()
@@ -258,17 +257,26 @@ void MainWindow::showAfterRemoval()
         return;
     }
     if (item && !readPixelsFor(item)) {
-        // The nearest photo that holds its pixels stands in.
-        const int row = ui->listWidget->currentRow();
-        item = nullptr;
-        for (int d = 1; !item && d < m_photoItems.size(); ++d) {
-            for (int r : {row - d, row + d}) {
-                if (!item && r >= 0 && r < m_photoItems.size() && m_photoItems.at(r)->holdsPixels())
-                    item = m_photoItems.at(r);
-            }
-        }
-        setCurrentRowQuietly(item ? m_photoItems.indexOf(item) : -1);
+        showNearestHoldingPixels(ui->listWidget->currentRow());
+        return;
     }
+    showPhoto(item);
+    if (!item)
+        return;
+    ui->stackedWidget->setCurrentIndex(0);
+    startFreshOnPhoto(true);
+}
+
+void MainWindow::showNearestHoldingPixels(int row)
+{
+    PhotoItem *item = nullptr;
+    for (int d = 1; !item && d < m_photoItems.size(); ++d) {
+        for (int r : {row - d, row + d}) {
+            if (!item && r >= 0 && r < m_photoItems.size() && m_photoItems.at(r)->holdsPixels())
+                item = m_photoItems.at(r);
+        }
+    }
+    setCurrentRowQuietly(item ? m_photoItems.indexOf(item) : -1);
     if (!item) {
         // Nothing can be shown: no photo is painted as if it were one.
         showPhoto(nullptr);

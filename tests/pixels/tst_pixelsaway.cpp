@@ -292,6 +292,8 @@ private slots:
         PhotoItem *c = open("c.png", 3);
         Q_UNUSED(b);
         QVERIFY(!a->holdsPixels());
+        const QString kept = m_dir.path() + "/kept-a.png";
+        QVERIFY(QFile::copy(a->filePath(), kept));
         QVERIFY(QFile::remove(a->filePath()));
         // c is shown; its row goes; b (row 1) is read again and shown.
         ui->listWidget->setCurrentRow(2);
@@ -310,6 +312,21 @@ private slots:
         QCOMPARE(m_w->currentItem(), nullptr);
         QCOMPARE(ui->stackedWidget->currentIndex(), 1);
         QCOMPARE(m_w->undoGroup()->activeStack(), nullptr);
+
+        // Its row, chosen again: told once more, still nothing shown.
+        answerMessage(answers, &text);
+        ui->listWidget->setCurrentRow(0);
+        QCOMPARE(answers.answered(), 2);
+        QVERIFY2(text.contains("no longer there"), qPrintable(text));
+        QCOMPARE(m_w->currentItem(), nullptr);
+        QCOMPARE(ui->stackedWidget->currentIndex(), 1);
+        // The same bytes put back: the photo shows.
+        QVERIFY(QFile::rename(kept, a->filePath()));
+        ui->listWidget->setCurrentRow(0);
+        QCOMPARE(m_w->currentItem(), a);
+        QVERIFY(a->holdsPixels());
+        QCOMPARE(ui->stackedWidget->currentIndex(), 0);
+        QCOMPARE(m_w->undoGroup()->activeStack(), a->getUndoStack());
     }
 
     void folderRowsHoldNoPixelsUntilShown()
