@@ -2,6 +2,8 @@
 #include "matconvert.h"
 #include "photoitem.h"
 
+#include <algorithm>
+
 namespace {
 
 // Results read ahead and not yet listed: enough to keep the worker busy,
@@ -42,6 +44,33 @@ void FolderLoader::add(const QStringList &paths, bool showFirst)
     m_wake.notify_all();
 }
 
+void FolderLoader::readAhead(const QString &path)
+{
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        Request request{path, true, ++m_batch};
+        request.ahead = true;
+        m_queue.push_front(request);
+    }
+    m_wake.notify_all();
+}
+
+bool FolderLoader::takeAhead(ListedPhoto &photo)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const auto queued = [this] {
+        return std::any_of(m_queue.begin(), m_queue.end(), [](const Request &r) { return r.ahead; });
+    };
+    m_wake.wait(lock, [&] { return !m_readingAhead && !queued(); });
+    const auto found = std::find_if(m_ready.begin(), m_ready.end(), [](const ListedPhoto &p) { return p.ahead; });
+    if (found == m_ready.end())
+        return false;
+    photo = std::move(*found);
+    m_ready.erase(found);
+    m_wake.notify_all();
+    return true;
+}
+
 void FolderLoader::cancel()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -74,17 +103,23 @@ void FolderLoader::run()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-        m_wake.wait(lock, [this] { return m_stop || (!m_queue.empty() && m_ready.size() < kReadAhead); });
+        // A read ahead goes first even when the window is behind with the
+        // rows (the window may be waiting for it).
+        m_wake.wait(lock, [this] {
+            return m_stop || (!m_queue.empty() && (m_ready.size() < kReadAhead || m_queue.front().ahead));
+        });
         if (m_stop)
             return;
         const Request request = m_queue.front();
         m_queue.pop_front();
         m_reading = true;
+        m_readingAhead = request.ahead;
         lock.unlock();
 
         ListedPhoto photo;
         photo.path = request.path;
         photo.full = request.full;
+        photo.ahead = request.ahead;
         try {
             photo.decoded = readPhotoFile(request.path, photo.identity, request.full ? 1 : kThumbnailReduction);
             photo.thumbnail = rowThumbnail(photo.decoded.pixels);
@@ -97,7 +132,7 @@ void FolderLoader::run()
         }
         // The shown photo is read whole, and converted for the canvas here
         // (the longest step of showing it); only the thumbnail of the others.
-        if (photo.full && !photo.thumbnail.empty()) {
+        if (photo.full && !photo.ahead && !photo.thumbnail.empty()) {
             try {
                 photo.canvasImage = matToQImage(photo.decoded.pixels).convertToFormat(QImage::Format_RGB32);
             } catch (const std::exception &) {
@@ -109,10 +144,12 @@ void FolderLoader::run()
 
         lock.lock();
         m_reading = false;
+        m_readingAhead = false;
         const bool dropped = request.batch <= m_cancelled;
         if (!dropped) {
             // An unreadable first file hands the whole read to the next one.
-            if (photo.full && photo.thumbnail.empty() && !m_queue.empty() && m_queue.front().batch == request.batch)
+            if (photo.full && !photo.ahead && photo.thumbnail.empty() && !m_queue.empty()
+                && m_queue.front().batch == request.batch)
                 m_queue.front().full = true;
             m_ready.push_back(std::move(photo));
         }

@@ -28,11 +28,13 @@ struct ListedPhoto
     // that the window's thread only wraps it in a pixmap.
     QImage canvasImage;
     bool full = false;
+    // A read ahead (readAhead): the whole photo, for a row already listed.
+    bool ahead = false;
 };
 
 // Reads a folder's files on a worker thread, in order, one at a time: the
 // first readable one of each batch whole (it is shown), the others at 1/8
-// for their rows' thumbnails. The window takes the results on its own
+// for their rows' thumbnails; and, first of all, a photo read ahead. The window takes the results on its own
 // thread (photoRead), so that it lists one row per pass of its event loop
 // and stays responsive. No widget is touched on the worker. Cancelling (or
 // destroying the loader) drops what is queued and waits for the worker.
@@ -47,6 +49,12 @@ public:
     // Queues files behind those queued already; with showFirst, the first
     // readable one among them is read whole.
     void add(const QStringList &paths, bool showFirst);
+    // Reads one file whole before anything queued (the photo of a row the
+    // user is likely to show next); its result says ahead.
+    void readAhead(const QString &path);
+    // Waits for the read ahead, if one is queued or under way, and takes
+    // its result; false if there is none.
+    bool takeAhead(ListedPhoto &photo);
     // Drops the queue and the results not taken yet; returns once the
     // worker is idle.
     void cancel();
@@ -65,6 +73,7 @@ private:
         QString path;
         bool full = false;
         quint64 batch = 0;
+        bool ahead = false;
     };
     void run();
 
@@ -73,6 +82,7 @@ private:
     std::deque<Request> m_queue;
     std::deque<ListedPhoto> m_ready;
     bool m_reading = false;
+    bool m_readingAhead = false;
     bool m_stop = false;
     quint64 m_batch = 0;     // the last batch queued
     quint64 m_cancelled = 0; // requests of batches up to this are dropped

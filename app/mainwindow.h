@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QList>
 #include <QMainWindow>
+#include <QPointer>
 #include <QRect>
 #include <QString>
 #include <QStringList>
@@ -266,6 +267,10 @@ private:
     // user told why, when they cannot be.
     bool readPixelsFor(PhotoItem *item);
     void givePixelsBackBeyondBudget();
+    // After a switch: the next row's photo is read on the worker, if its
+    // pixels fit in the budget, so that going on to it costs no decode.
+    void readNextAhead();
+    void takeReadAhead(ListedPhoto &photo);
     // A photo leaves the window.
     void forgetPhoto(PhotoItem *item);
     // After a switch that could not read its photo: the shown photo's row
@@ -347,6 +352,7 @@ private:
     QList<PhotoItem *> m_recentlyShown;
     qint64 m_pixelBudget = kDefaultPixelBudget;
     FolderLoader *m_folderLoader = nullptr;
+    QPointer<PhotoItem> m_readingAheadFor;
     bool m_takingListed = false;
     // The close button is closing every photo: a photo that is saved and
     // holds no pixels is not read again just to be closed.

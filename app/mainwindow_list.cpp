@@ -23,6 +23,8 @@
 #include <QUndoGroup>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace {
 
 // The suffixes a file name may end in, each with the number of trailing
@@ -128,7 +130,9 @@ void MainWindow::takeListedPhotos()
     m_takingListed = true;
     ListedPhoto photo;
     const bool taken = m_folderLoader->takeNext(photo);
-    if (taken)
+    if (taken && photo.ahead)
+        takeReadAhead(photo);
+    else if (taken)
         listFolderPhoto(photo);
     m_takingListed = false;
     // One file per pass of the event loop; what a message box held back
@@ -175,6 +179,7 @@ void MainWindow::stopFolderLoading()
 {
     if (m_folderLoader)
         m_folderLoader->cancel();
+    m_readingAheadFor = nullptr;
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
@@ -226,6 +231,10 @@ void MainWindow::on_listwidget_current_change()
     if (m_photoItems.isEmpty())
         return;
     PhotoItem *item = currentItem();
+    // The photo being read ahead: that read is waited for, not repeated.
+    ListedPhoto ahead;
+    if (item && item == m_readingAheadFor && m_folderLoader && m_folderLoader->takeAhead(ahead))
+        takeReadAhead(ahead);
     // A photo whose pixels were given back reads them again first; if its
     // file changed or went, the user hears why and the shown photo stays.
     if (item && !readPixelsFor(item)) {
@@ -237,6 +246,47 @@ void MainWindow::on_listwidget_current_change()
         return;
     ui->stackedWidget->setCurrentIndex(0);
     startFreshOnPhoto(false);
+    readNextAhead();
+}
+
+void MainWindow::readNextAhead()
+{
+    const int row = ui->listWidget->currentRow();
+    if (row < 0 || row + 1 >= m_photoItems.size() || m_readingAheadFor)
+        return;
+    PhotoItem *next = m_photoItems.at(row + 1);
+    if (next->holdsPixels() || !next->fileIdentity().exists)
+        return;
+    // The shown photo and the next must fit in the budget (the shown
+    // photo's size stands in for the next one's); the photos shown longest
+    // ago give theirs back to make room.
+    if (!m_shownItem || 2 * qint64(m_shownItem->pixelBytes()) > m_pixelBudget)
+        return;
+    if (!m_folderLoader) {
+        m_folderLoader = new FolderLoader(this);
+        connect(m_folderLoader, &FolderLoader::photoRead, this, &MainWindow::takeListedPhotos, Qt::QueuedConnection);
+    }
+    m_readingAheadFor = next;
+    m_folderLoader->readAhead(next->filePath());
+}
+
+void MainWindow::takeReadAhead(ListedPhoto &photo)
+{
+    PhotoItem *item = m_readingAheadFor;
+    m_readingAheadFor = nullptr;
+    // Gone, shown (and read) meanwhile, or another file: nothing to do.
+    if (!item || item->holdsPixels() || item->filePath() != photo.path)
+        return;
+    try {
+        if (item->takePixelsBack(photo.decoded, photo.identity) != PhotoItem::PixelsBack::Read)
+            return; // told when the photo is shown, if it still cannot be read
+    } catch (const std::exception &) {
+        return;
+    }
+    // Next after the shown photo in the order of giving back.
+    m_recentlyShown.removeAll(item);
+    m_recentlyShown.insert(std::min(1, int(m_recentlyShown.size())), item);
+    givePixelsBackBeyondBudget();
 }
 
 void MainWindow::returnToShownPhoto()

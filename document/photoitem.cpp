@@ -253,7 +253,15 @@ PhotoItem::PixelsBack PhotoItem::takePixelsBack()
     }
     photoio::FileIdentity read;
     photoio::Decoded decoded = readPhotoFile(path, read);
-    // The file may have changed between the check and the read.
+    return takePixelsBack(decoded, read);
+}
+
+PhotoItem::PixelsBack PhotoItem::takePixelsBack(photoio::Decoded &decoded, const photoio::FileIdentity &read)
+{
+    if (!m_image.empty())
+        return PixelsBack::Held;
+    // The file may have changed since the identity was taken, or between a
+    // check and the read.
     if (!read.exists)
         return PixelsBack::Gone;
     if (read.size != m_identity.size || read.contentHash != m_identity.contentHash)

@@ -96,6 +96,10 @@ public:
     // or its file no longer holds what was read.
     bool givePixelsBack();
     PixelsBack takePixelsBack();
+    // The same with pixels read already (a read ahead, on a worker, through
+    // readPhotoFile): taken only if the bytes read are those the photo's
+    // pixels came from.
+    PixelsBack takePixelsBack(photoio::Decoded &read, const photoio::FileIdentity &identity);
     // The identity of the bytes the photo's pixels were decoded from.
     void setFileIdentity(const photoio::FileIdentity &identity) { m_identity = identity; }
     const photoio::FileIdentity &fileIdentity() const { return m_identity; }

@@ -360,6 +360,41 @@ private slots:
         QVERIFY(!m_w->photoItems().at(0)->holdsPixels());
     }
 
+    void theNextRowIsReadAheadWithinTheBudget()
+    {
+        m_w->setPixelBudget(MainWindow::kDefaultPixelBudget);
+        QDir(m_dir.path()).mkdir("ahead");
+        const QString folder = m_dir.path() + "/ahead";
+        for (int i = 0; i < 5; ++i)
+            writeImage(folder, QString("p%1.jpg").arg(i), grainyPhoto(160 + 8 * i, 120, i));
+        ModalAnswers answers;
+        answers.then(ModalAnswers::files({folder}));
+        ui->pushButton_select_folder->click();
+        QTRY_VERIFY_WITH_TIMEOUT(!m_w->folderLoading(), 20000);
+        const QList<PhotoItem *> photos = m_w->photoItems();
+        QCOMPARE(photos.size(), 5);
+        // Opening reads nothing ahead; a switch reads the next row.
+        QVERIFY(!photos.at(1)->holdsPixels());
+        ui->listWidget->setCurrentRow(2);
+        QTRY_VERIFY_WITH_TIMEOUT(photos.at(3)->holdsPixels(), 20000);
+        QVERIFY(!photos.at(4)->holdsPixels());
+        QVERIFY(!photos.at(1)->holdsPixels());
+        const cv::Mat direct = cv::imread(photos.at(3)->filePath().toStdString(), cv::IMREAD_COLOR);
+        QVERIFY(samePixels(pixelsOf(photos.at(3)), direct));
+        // Going on to it shows what was read.
+        ui->listWidget->setCurrentRow(3);
+        QCOMPARE(m_w->currentItem(), photos.at(3));
+        QVERIFY(canvasShows(direct));
+        QTRY_VERIFY_WITH_TIMEOUT(photos.at(4)->holdsPixels(), 20000);
+
+        // With no room in the budget, nothing is read ahead.
+        m_w->setPixelBudget(0);
+        ui->listWidget->setCurrentRow(0);
+        QTest::qWait(300);
+        QVERIFY(!m_w->folderLoading());
+        QVERIFY(!photos.at(1)->holdsPixels());
+    }
+
     void closingTheWindowWhileAFolderLoadsEndsCleanly()
     {
         QDir(m_dir.path()).mkdir("big");
