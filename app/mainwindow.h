@@ -262,6 +262,8 @@ private:
     void warnDamaged(const QString &path);
     // A folder's file, read by the worker: a row, or the refusal.
     void listFolderPhoto(ListedPhoto &photo);
+    // The worker that reads a folder's files and photos ahead, made on first use.
+    FolderLoader *loader();
     void stopFolderLoading();
     // The photo's pixels, read back if they were given back; false, the
     // user told why, when they cannot be.

@@ -109,11 +109,16 @@ void MainWindow::on_pushButton_select_folder_clicked()
     // shown as an open shows it, the others are listed with a thumbnail
     // from a reduced read and read whole when first shown. The window
     // stays responsive meanwhile.
+    loader()->add(paths, true);
+}
+
+FolderLoader *MainWindow::loader()
+{
     if (!m_folderLoader) {
         m_folderLoader = new FolderLoader(this);
         connect(m_folderLoader, &FolderLoader::photoRead, this, &MainWindow::takeListedPhotos, Qt::QueuedConnection);
     }
-    m_folderLoader->add(paths, true);
+    return m_folderLoader;
 }
 
 bool MainWindow::folderLoading() const
@@ -262,12 +267,8 @@ void MainWindow::readNextAhead()
     // ago give theirs back to make room.
     if (!m_shownItem || 2 * qint64(m_shownItem->pixelBytes()) > m_pixelBudget)
         return;
-    if (!m_folderLoader) {
-        m_folderLoader = new FolderLoader(this);
-        connect(m_folderLoader, &FolderLoader::photoRead, this, &MainWindow::takeListedPhotos, Qt::QueuedConnection);
-    }
     m_readingAheadFor = next;
-    m_folderLoader->readAhead(next->filePath());
+    loader()->readAhead(next->filePath());
 }
 
 void MainWindow::takeReadAhead(ListedPhoto &photo)
