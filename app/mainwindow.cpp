@@ -383,6 +383,8 @@ void MainWindow::forgetPhoto(PhotoItem *item)
     m_recentlyShown.removeAll(item);
     if (m_shownItem == item)
         m_shownItem = nullptr;
+    if (m_readingAheadFor == item)
+        m_readingAheadFor = nullptr; // its read, when done, is dropped
 }
 
 // ---------------------------------------------------------------- wiring

@@ -276,7 +276,7 @@ void MainWindow::takeReadAhead(ListedPhoto &photo)
     PhotoItem *item = m_readingAheadFor;
     m_readingAheadFor = nullptr;
     // Gone, shown (and read) meanwhile, or another file: nothing to do.
-    if (!item || item->holdsPixels() || item->filePath() != photo.path)
+    if (!item || !m_photoItems.contains(item) || item->holdsPixels() || item->filePath() != photo.path)
         return;
     try {
         if (item->takePixelsBack(photo.decoded, photo.identity) != PhotoItem::PixelsBack::Read)
