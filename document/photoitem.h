@@ -87,7 +87,7 @@ public:
         Read,       // read again from the file, as they were
         Changed,    // the file holds other bytes now: nothing read
         Gone,       // no file there any more: nothing read
-        Unreadable, // the file's bytes are the same but cannot be decoded (out of memory)
+        Unreadable, // the bytes are the same but give no photo (out of memory, sides too long)
     };
     bool holdsPixels() const { return !m_image.empty(); }
     size_t pixelBytes() const { return m_image.total() * m_image.elemSize(); }
