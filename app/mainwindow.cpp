@@ -11,6 +11,7 @@
 #include "photorow.h"
 #include "pathbytes.h"
 #include "photoio.h"
+#include "folderloader.h"
 #include "studydialog.h"
 
 #include <QDebug>
@@ -31,8 +32,7 @@ void fixSize(QWidget *w, int width, int height)
     w->setFixedSize(Skin::scaled(width), Skin::scaled(height));
 }
 
-// Positions are stored in 16 bits by the engine, so no side may exceed this.
-constexpr int kMaxImageSide = 65535;
+constexpr int kMaxImageSide = PhotoItem::kMaxImageSide;
 
 } // namespace
 
@@ -98,6 +98,9 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
+    // The folder's reads stop before the photos go.
+    delete m_folderLoader;
+    m_folderLoader = nullptr;
     if (QWidget::keyboardGrabber() == this)
         releaseKeyboard();
     delete m_removeDialog;
@@ -211,16 +214,25 @@ void MainWindow::on_pushButton_select_photo_clicked()
 
 void MainWindow::openPhoto(const QString &path)
 {
+    noteOpenedPath(path);
+    openGuarded(path, [this, &path] { openReadablePhoto(path); });
+}
+
+void MainWindow::noteOpenedPath(const QString &path)
+{
     // The directory moves before the file is read, so a failed open moves it too.
     const QFileInfo info(path);
     m_saveDir = info.absolutePath();
     setReg(QStringLiteral("location"), m_saveDir);
     m_openDir = m_saveDir;
+}
 
+void MainWindow::openGuarded(const QString &path, const std::function<void()> &open)
+{
     // Running out of memory on a huge photo, or an OpenCV error, ends the
     // open with a message instead of the program.
     try {
-        openReadablePhoto(path);
+        open();
     } catch (const std::bad_alloc &) {
         KeyboardGrabPause pause(this);
         QMessageBox::warning(nullptr, tr("Warnning"), tr("Not enough memory to open file %1").arg(path),
@@ -243,7 +255,14 @@ void MainWindow::showAsOpened(int row)
 void MainWindow::openReadablePhoto(const QString &path)
 {
     // One decode: the readability test's pixels become the photo's.
-    photoio::Decoded decoded = decodePhotoFile(path);
+    photoio::FileIdentity identity;
+    photoio::Decoded decoded = readPhotoFile(path, identity);
+    openDecodedPhoto(path, decoded, identity);
+}
+
+void MainWindow::openDecodedPhoto(const QString &path, photoio::Decoded &decoded,
+                                  const photoio::FileIdentity &identity, QImage canvasImage)
+{
     const bool readable =
         decoded.readable() && decoded.pixels.cols <= kMaxImageSide && decoded.pixels.rows <= kMaxImageSide;
     const bool damaged = decoded.report.damaged;
@@ -256,14 +275,11 @@ void MainWindow::openReadablePhoto(const QString &path)
     }
 
     PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
-                                    keptPixels(decoded), ui->listWidget);
+                                    keptPixels(decoded), ui->listWidget, nullptr,
+                                    QPixmap::fromImage(std::move(canvasImage)));
+    item->setFileIdentity(identity);
     addPhotoRow(ui->listWidget, item);
-    // The photo's progress dialog, shown while its jobs run.
-    new JobDialog(item);
-    m_photoItems.append(item);
-    m_undoGroup->addStack(item->getUndoStack());
-    // Every change of the pixels is an entry, an undo or a redo.
-    connect(item->getUndoStack(), &QUndoStack::indexChanged, item, &PhotoItem::refreshThumbnail);
+    adoptPhoto(item);
     showPhoto(item);
     ui->stackedWidget->setCurrentIndex(0);
     // The work page has just been shown: lay it out now, so that the fit
@@ -273,19 +289,102 @@ void MainWindow::openReadablePhoto(const QString &path)
     // Back to the brush in red. The colour buttons keep their look.
     fallBackToBrush();
 
-    ui->listWidget->setCurrentItem(item->listItem());
-    recvFit();
+    // The row becomes current without a switch: the photo is bound and on
+    // the canvas already (its construction put it there), so one conversion
+    // of the whole photo is all an open costs.
+    setCurrentRowQuietly(ui->listWidget->row(item->listItem()));
+    on_pushButton_maxa_clicked();
     resetStampSliders();
     setSizeControlVisible(true);
 
     // What could be read is open; the user hears once that the rest is the
     // decoder's filler.
-    if (damaged) {
-        KeyboardGrabPause pause(this);
-        QMessageBox::warning(nullptr, tr("Warnning"),
-                             tr("The file %1 is damaged: only part of the photo could be read.").arg(path),
-                             QMessageBox::Ok);
+    if (damaged)
+        warnDamaged(path);
+}
+
+void MainWindow::warnDamaged(const QString &path)
+{
+    KeyboardGrabPause pause(this);
+    QMessageBox::warning(nullptr, tr("Warnning"),
+                         tr("The file %1 is damaged: only part of the photo could be read.").arg(path),
+                         QMessageBox::Ok);
+}
+
+void MainWindow::adoptPhoto(PhotoItem *item)
+{
+    // The photo's progress dialog, shown while its jobs run.
+    new JobDialog(item);
+    m_photoItems.append(item);
+    m_undoGroup->addStack(item->getUndoStack());
+    // Every change of the pixels is an entry, an undo or a redo.
+    connect(item->getUndoStack(), &QUndoStack::indexChanged, item, &PhotoItem::refreshThumbnail);
+}
+
+// ---------------------------------------------------------------- pixels away
+
+bool MainWindow::readPixelsFor(PhotoItem *item)
+{
+    PhotoItem::PixelsBack back = PhotoItem::PixelsBack::Unreadable;
+    bool outOfMemory = false;
+    try {
+        back = item->takePixelsBack();
+    } catch (const std::bad_alloc &) {
+        outOfMemory = true;
+    } catch (const cv::Exception &) {
+        outOfMemory = true;
     }
+    QString text;
+    const QString path = item->filePath();
+    if (outOfMemory) {
+        text = tr("Not enough memory to open file %1").arg(path);
+    } else {
+        switch (back) {
+        case PhotoItem::PixelsBack::Held:
+        case PhotoItem::PixelsBack::Read:
+            return true;
+        case PhotoItem::PixelsBack::Changed:
+            text = tr("The file %1 has changed since it was opened, so the photo cannot be shown as it was. "
+                      "Close its row and open the file again to work on it.")
+                       .arg(path);
+            break;
+        case PhotoItem::PixelsBack::Gone:
+            text = tr("The file %1 is no longer there, so the photo cannot be shown. "
+                      "Put the file back, or close its row.")
+                       .arg(path);
+            break;
+        case PhotoItem::PixelsBack::Unreadable:
+            text = tr("Cannot read file %1").arg(path);
+            break;
+        }
+    }
+    KeyboardGrabPause pause(this);
+    QMessageBox::warning(nullptr, tr("Warnning"), text, QMessageBox::Ok);
+    return false;
+}
+
+void MainWindow::givePixelsBackBeyondBudget()
+{
+    // The most recently shown photos keep their pixels up to the budget (the
+    // shown one always); beyond it, those that may give them back do.
+    qint64 held = 0;
+    for (PhotoItem *p : qAsConst(m_recentlyShown)) {
+        if (!p->holdsPixels())
+            continue;
+        const qint64 bytes = qint64(p->pixelBytes());
+        if (p != m_shownItem && held + bytes > m_pixelBudget && p->givePixelsBack())
+            continue;
+        held += bytes;
+    }
+}
+
+void MainWindow::forgetPhoto(PhotoItem *item)
+{
+    m_recentlyShown.removeAll(item);
+    if (m_shownItem == item)
+        m_shownItem = nullptr;
+    if (m_readingAheadFor == item)
+        m_readingAheadFor = nullptr; // its read, when done, is dropped
 }
 
 // ---------------------------------------------------------------- wiring
@@ -365,10 +464,14 @@ void MainWindow::showPhoto(PhotoItem *item)
 {
     for (PhotoItem *p : qAsConst(m_photoItems))
         unbindPhoto(p);
+    m_shownItem = item;
     if (!item)
         return;
     bindPhoto(item);
     m_undoGroup->setActiveStack(item->getUndoStack());
+    m_recentlyShown.removeAll(item);
+    m_recentlyShown.prepend(item);
+    givePixelsBackBeyondBudget();
 }
 
 void MainWindow::startFreshOnPhoto(bool showSizeControl)

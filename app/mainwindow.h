@@ -1,16 +1,24 @@
 #ifndef MAINWINDOW_H
 #define MAINWINDOW_H
 
+#include <QImage>
 #include <QList>
 #include <QMainWindow>
+#include <QPointer>
 #include <QRect>
 #include <QString>
 #include <QStringList>
 #include <QTranslator>
 
+#include <functional>
+
 #include "tools.h"
 
 namespace Ui { class MainWindow; }
+namespace photoio {
+struct Decoded;
+struct FileIdentity;
+}
 
 class QAction;
 class QFont;
@@ -20,6 +28,8 @@ class QPrinter;
 class QPushButton;
 class QUndoGroup;
 class PhotoItem;
+class FolderLoader;
+struct ListedPhoto;
 class RemoveDialog;
 struct SaveSettings;
 class StudyDialog;
@@ -62,6 +72,16 @@ public:
     void resetStampSliders();
 
     void resetToolStyles();
+
+    // Full-size pixels the photos not shown may hold, the shown one's
+    // included: beyond it, the least recently shown photos that may give
+    // theirs back do (PhotoItem::givePixelsBack) and read them again when
+    // shown. About six photos of 24 megapixels.
+    static constexpr qint64 kDefaultPixelBudget = 400ll << 20;
+    void setPixelBudget(qint64 bytes) { m_pixelBudget = bytes; }
+    qint64 pixelBudget() const { return m_pixelBudget; }
+    // A folder's files are still being read or listed.
+    bool folderLoading() const;
 
     // Photo list. The switch to the current row; a plain member, since no
     // widget of that name exists to bind it to by name.
@@ -238,9 +258,51 @@ protected:
     // Keeps a fitted photo fitted when the canvas changes size.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+private slots:
+    // Lists the next file the folder's worker read (one per pass of the
+    // event loop).
+    void takeListedPhotos();
+
 private:
     // openPhoto's body, inside its guard against running out of memory.
     void openReadablePhoto(const QString &path);
+    // Opening's steps: the directories move; the open runs with running
+    // out of memory or a decoder's error told as a message; a decoded file
+    // becomes the shown photo, or is refused; the window takes a photo in.
+    void noteOpenedPath(const QString &path);
+    void openGuarded(const QString &path, const std::function<void()> &open);
+    // canvasImage: the photo converted for the canvas already, if it was.
+    void openDecodedPhoto(const QString &path, photoio::Decoded &decoded, const photoio::FileIdentity &identity,
+                          QImage canvasImage = QImage());
+    void adoptPhoto(PhotoItem *item);
+    void warnDamaged(const QString &path);
+    // A folder's file, read by the worker: a row, or the refusal.
+    void listFolderPhoto(ListedPhoto &photo);
+    // The worker that reads a folder's files and photos ahead, made on first use.
+    FolderLoader *loader();
+    void stopFolderLoading();
+    // The photo's pixels, read back if they were given back; false, the
+    // user told why, when they cannot be.
+    bool readPixelsFor(PhotoItem *item);
+    void givePixelsBackBeyondBudget();
+    // After a switch: the next row's photo is read on the worker, if its
+    // pixels fit in the budget, so that going on to it costs no decode.
+    void readNextAhead();
+    void takeReadAhead(ListedPhoto &photo);
+    // A photo leaves the window.
+    void forgetPhoto(PhotoItem *item);
+    // After a switch that could not read its photo: the shown photo's row
+    // becomes current again.
+    void returnToShownPhoto();
+    // After a row was removed: shows the photo of the current row, or the
+    // nearest that can be shown.
+    void showAfterRemoval();
+    // The photo nearest to the row that holds its pixels becomes current and
+    // is shown; if none does, none is, and the welcome page shows.
+    void showNearestHoldingPixels(int row);
+    // Makes a row current without the switch to it (its photo is shown
+    // already, or none is to be); the row's other listeners hear it.
+    void setCurrentRowQuietly(int row);
     // Start-up helpers.
     void applySkin();
     void setFoldArrowLook();
@@ -307,6 +369,18 @@ private:
     QStringList m_langNames;
     QString m_saveDir;
     bool m_metadataNoteShown = false;
+    // The photo bound to the canvas, and the photos by the time they were
+    // last shown, the latest first.
+    PhotoItem *m_shownItem = nullptr;
+    QList<PhotoItem *> m_recentlyShown;
+    qint64 m_pixelBudget = kDefaultPixelBudget;
+    FolderLoader *m_folderLoader = nullptr;
+    QPointer<PhotoItem> m_readingAheadFor;
+    bool m_takingListed = false;
+    // The close button is closing every photo: a photo that is saved and
+    // holds no pixels is not read again just to be closed.
+    bool m_closingAll = false;
+    bool m_rowSetQuietly = false;
 };
 
 #endif // MAINWINDOW_H

@@ -86,11 +86,18 @@ void MainWindow::on_pushButton_close_clicked()
 {
     // Every photo is closed in turn, asking for unsaved ones; a Cancel stops
     // here and leaves the window open, with the photos closed so far gone.
+    // A folder's files not listed yet are not listed any more.
+    stopFolderLoading();
     const int n = m_photoItems.size();
+    m_closingAll = true;
     for (int i = 0; i < n; ++i) {
-        if (RecvDeleteItem() == 2)
+        if (RecvDeleteItem() == 2) {
+            m_closingAll = false;
+            // The photo the question was about stays shown.
             return;
+        }
     }
+    m_closingAll = false;
     close();
 }
 

@@ -5,7 +5,9 @@
 #include "ui_mainwindow.h"
 #include "keyboardgrabpause.h"
 #include "customitem.h"
+#include "folderloader.h"
 #include "photoitem.h"
+#include "photorow.h"
 #include "removedialog.h"
 
 #include <QDir>
@@ -14,10 +16,14 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QSignalBlocker>
+#include <QTimer>
 #include <QUndoGroup>
 #include <QUrl>
+
+#include <algorithm>
 
 namespace {
 
@@ -92,10 +98,97 @@ void MainWindow::on_pushButton_select_folder_clicked()
     // The smallest file first; sub-folders are not entered.
     const QFileInfoList entries =
         QDir(folder).entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Size | QDir::Reversed);
+    QStringList paths;
     for (const QFileInfo &entry : entries) {
         if (hasAcceptedSuffix(entry.fileName()))
-            openPhoto(entry.absoluteFilePath());
+            paths.append(entry.absoluteFilePath());
     }
+    if (paths.isEmpty())
+        return;
+    // Every file is in the one folder: the directories move once.
+    noteOpenedPath(paths.first());
+    // The files are read on a worker, in order: the first readable one is
+    // shown as an open shows it, the others are listed with a thumbnail
+    // from a reduced read and read whole when first shown. The window
+    // stays responsive meanwhile.
+    loader()->add(paths, true);
+}
+
+FolderLoader *MainWindow::loader()
+{
+    if (!m_folderLoader) {
+        m_folderLoader = new FolderLoader(this);
+        connect(m_folderLoader, &FolderLoader::photoRead, this, &MainWindow::takeListedPhotos, Qt::QueuedConnection);
+    }
+    return m_folderLoader;
+}
+
+bool MainWindow::folderLoading() const
+{
+    return m_folderLoader && (m_folderLoader->busy() || m_takingListed);
+}
+
+void MainWindow::takeListedPhotos()
+{
+    // A message box of an earlier file is open (its own event loop runs):
+    // the next file waits for it.
+    if (m_takingListed || !m_folderLoader)
+        return;
+    m_takingListed = true;
+    ListedPhoto photo;
+    const bool taken = m_folderLoader->takeNext(photo);
+    if (taken && photo.ahead)
+        takeReadAhead(photo);
+    else if (taken)
+        listFolderPhoto(photo);
+    m_takingListed = false;
+    // One file per pass of the event loop; what a message box held back
+    // follows now.
+    if (taken && m_folderLoader)
+        QTimer::singleShot(0, this, &MainWindow::takeListedPhotos);
+}
+
+void MainWindow::listFolderPhoto(ListedPhoto &photo)
+{
+    const QString &path = photo.path;
+    if (photo.full) {
+        openGuarded(path, [&] {
+            openDecodedPhoto(path, photo.decoded, photo.identity, std::move(photo.canvasImage));
+        });
+        return;
+    }
+    if (photo.thumbnail.empty()) {
+        KeyboardGrabPause pause(this);
+        QMessageBox::warning(nullptr, tr("Warnning"), tr("Cannot read file %1").arg(path), QMessageBox::Ok);
+        return;
+    }
+    PhotoItem *item = new PhotoItem(ui->widget_back, ui->widget_mid, ui->widget_front, ui->widget_front_green, path,
+                                    photo.identity, photo.size, ui->listWidget);
+    // Kept while the pixels are away; the row is shown through its profile.
+    item->setMetadata(std::move(photo.decoded.metadata));
+    addPhotoRow(ui->listWidget, item, photo.thumbnail);
+    adoptPhoto(item);
+    // No photo shown (the shown one was closed meanwhile): this one is.
+    if (!m_shownItem) {
+        if (!readPixelsFor(item)) {
+            setCurrentRowQuietly(-1);
+            return;
+        }
+        showPhoto(item);
+        ui->stackedWidget->setCurrentIndex(0);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        setCurrentRowQuietly(ui->listWidget->row(item->listItem()));
+        startFreshOnPhoto(true);
+    }
+    if (photo.decoded.report.damaged)
+        warnDamaged(path);
+}
+
+void MainWindow::stopFolderLoading()
+{
+    if (m_folderLoader)
+        m_folderLoader->cancel();
+    m_readingAheadFor = nullptr;
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)
@@ -131,17 +224,124 @@ void MainWindow::on_listWidget_currentRowChanged(int currentRow)
     on_listwidget_current_change();
 }
 
+void MainWindow::setCurrentRowQuietly(int row)
+{
+    m_rowSetQuietly = true;
+    ui->listWidget->setCurrentRow(row);
+    m_rowSetQuietly = false;
+}
+
 void MainWindow::on_listwidget_current_change()
 {
+    if (m_rowSetQuietly)
+        return;
     // Every switch, even to the row already current, binds that photo anew,
     // drops the tool back to the red brush and fits the photo.
     if (m_photoItems.isEmpty())
         return;
     PhotoItem *item = currentItem();
+    // The photo being read ahead: that read is waited for, not repeated.
+    ListedPhoto ahead;
+    if (item && item == m_readingAheadFor && m_folderLoader && m_folderLoader->takeAhead(ahead))
+        takeReadAhead(ahead);
+    // A photo whose pixels were given back reads them again first; if its
+    // file changed or went, the user hears why and the shown photo stays.
+    if (item && !readPixelsFor(item)) {
+        returnToShownPhoto();
+        return;
+    }
     showPhoto(item);
     if (!item)
         return;
+    ui->stackedWidget->setCurrentIndex(0);
     startFreshOnPhoto(false);
+    readNextAhead();
+}
+
+void MainWindow::readNextAhead()
+{
+    const int row = ui->listWidget->currentRow();
+    if (row < 0 || row + 1 >= m_photoItems.size() || m_readingAheadFor)
+        return;
+    PhotoItem *next = m_photoItems.at(row + 1);
+    if (next->holdsPixels() || !next->fileIdentity().exists)
+        return;
+    // The shown photo and the next must fit in the budget (the shown
+    // photo's size stands in for the next one's); the photos shown longest
+    // ago give theirs back to make room.
+    if (!m_shownItem || 2 * qint64(m_shownItem->pixelBytes()) > m_pixelBudget)
+        return;
+    m_readingAheadFor = next;
+    loader()->readAhead(next->filePath());
+}
+
+void MainWindow::takeReadAhead(ListedPhoto &photo)
+{
+    PhotoItem *item = m_readingAheadFor;
+    m_readingAheadFor = nullptr;
+    // Gone, shown (and read) meanwhile, or another file: nothing to do.
+    if (!item || !m_photoItems.contains(item) || item->holdsPixels() || item->filePath() != photo.path)
+        return;
+    try {
+        if (item->takePixelsBack(photo.decoded, photo.identity) != PhotoItem::PixelsBack::Read)
+            return; // told when the photo is shown, if it still cannot be read
+    } catch (const std::exception &) {
+        return;
+    }
+    // Next after the shown photo in the order of giving back.
+    m_recentlyShown.removeAll(item);
+    m_recentlyShown.insert(std::min(1, int(m_recentlyShown.size())), item);
+    givePixelsBackBeyondBudget();
+}
+
+void MainWindow::returnToShownPhoto()
+{
+    const int row = m_photoItems.indexOf(m_shownItem);
+    if (row >= 0 && m_shownItem->holdsPixels())
+        setCurrentRowQuietly(row);
+    else
+        showNearestHoldingPixels(ui->listWidget->currentRow());
+}
+
+void MainWindow::showAfterRemoval()
+{
+    PhotoItem *item = currentItem();
+    if (item && !item->holdsPixels() && m_closingAll) {
+        // Saved and untouched, and about to be closed too: not read again.
+        showPhoto(nullptr);
+        return;
+    }
+    if (item && !readPixelsFor(item)) {
+        showNearestHoldingPixels(ui->listWidget->currentRow());
+        return;
+    }
+    showPhoto(item);
+    if (!item)
+        return;
+    ui->stackedWidget->setCurrentIndex(0);
+    startFreshOnPhoto(true);
+}
+
+void MainWindow::showNearestHoldingPixels(int row)
+{
+    PhotoItem *item = nullptr;
+    for (int d = 1; !item && d < m_photoItems.size(); ++d) {
+        for (int r : {row - d, row + d}) {
+            if (!item && r >= 0 && r < m_photoItems.size() && m_photoItems.at(r)->holdsPixels())
+                item = m_photoItems.at(r);
+        }
+    }
+    setCurrentRowQuietly(item ? m_photoItems.indexOf(item) : -1);
+    if (!item) {
+        // Nothing can be shown: no photo is painted as if it were one.
+        showPhoto(nullptr);
+        m_undoGroup->setActiveStack(nullptr);
+        ui->stackedWidget->setCurrentIndex(1);
+        return;
+    }
+    showPhoto(item);
+    ui->stackedWidget->setCurrentIndex(0);
+    startFreshOnPhoto(true);
 }
 
 int MainWindow::RecvDeleteItem()
@@ -184,6 +384,7 @@ int MainWindow::RecvDeleteItem()
         ui->listWidget->removeItemWidget(row);
         delete row;
         m_photoItems.removeAt(r);
+        forgetPhoto(item);
         item->deleteLater();
 
         if (r != 0) {
@@ -198,8 +399,7 @@ int MainWindow::RecvDeleteItem()
         }
     }
 
-    showPhoto(currentItem());
-    startFreshOnPhoto(true);
+    showAfterRemoval();
     return 0;
 }
 
@@ -222,11 +422,14 @@ void MainWindow::on_pushButton_remove_clicked()
     if (answer != QDialog::Accepted)
         return;
 
-    // No save is offered: the question named the unsaved count.
+    // No save is offered: the question named the unsaved count. The files
+    // of a folder not listed yet go too.
+    stopFolderLoading();
     const QList<PhotoItem *> photos = m_photoItems;
     for (PhotoItem *p : photos) {
         unbindPhoto(p);
         m_photoItems.removeOne(p);
+        forgetPhoto(p);
         delete p;
     }
     {

@@ -6,14 +6,13 @@
 
 #include <QListWidget>
 
-CustomItem *addPhotoRow(QListWidget *list, PhotoItem *item)
+CustomItem *addPhotoRow(QListWidget *list, PhotoItem *item, const cv::Mat &thumbnail)
 {
     // Thumbnail 195 design pixels wide.
     const double k = g_uiScale;
     const int cols = item->imageCols(), rows = item->imageRows();
     const float h = cols > 0 ? float(rows / (cols / 195.0)) : 0.0f;
-    const QPixmap thumb = item->shownPixmap()
-                              .scaled(int(k * 195), int(k * h), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const QPixmap thumb = item->display().pixmap(thumbnail.empty() ? rowThumbnail(item->getImage()) : thumbnail);
     const QString name = item->fileName();
     auto *row = new CustomItem;
     row->setInfo(thumb, name);

@@ -41,6 +41,16 @@ struct SaveSettings
     bool keepMetadata = true;
 };
 
+// The one read of a photo's file, on any thread: the whole photo
+// (reduction 1) or a thumbnail's worth of it (2, 4 or 8), with the identity
+// of the bytes that were read. Opening, a folder's rows and reading given-
+// back pixels again all go through here, so they decode alike.
+photoio::Decoded readPhotoFile(const QString &path, photoio::FileIdentity &identity, int reduction = 1);
+// The list row's thumbnail, 195 design pixels wide (B G R), from a photo's
+// pixels or a reduced decode of them; a few milliseconds whatever the
+// photo's size, on any thread.
+cv::Mat rowThumbnail(const cv::Mat &pixels);
+
 // The document of one loaded photo: the image, its selection layers, the
 // tool state, its own undo stack and worker thread. It draws through the
 // LayerView interface and tells of its jobs by signals; the window owns the
@@ -57,18 +67,61 @@ class PhotoItem : public QObject
 public:
     static constexpr int kMaxLassoPoints = 100000;
     static constexpr int kMaxPolyPoints = 100;
+    // Positions are stored in 16 bits by the engine, so no side may exceed this.
+    static constexpr int kMaxImageSide = 65535;
 
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget,
               LayerView *frontGreenWidget, const QString &path, QListWidget *listWidget,
               int rowIndex, QObject *parent = nullptr); // rowIndex: kept in the published signature, unused
     // The same for a photo whose file the caller has decoded already (as
-    // photoio::decodeFile does, CV_8UC3): the file is not read twice.
+    // photoio::decodeFile does, CV_8UC3): the file is not read twice. A
+    // caller that made the canvas's picture of the pixels already (as
+    // matToQImage makes it, on a worker) hands it in as canvasPixmap.
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
-              const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr);
+              const QString &path, cv::Mat pixels, QListWidget *listWidget, QObject *parent = nullptr,
+              const QPixmap &canvasPixmap = QPixmap());
     // The same with all the document keeps of the file (keptPixels()).
     PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
-              const QString &path, PhotoPixels pixels, QListWidget *listWidget, QObject *parent = nullptr);
+              const QString &path, PhotoPixels pixels, QListWidget *listWidget, QObject *parent = nullptr,
+              const QPixmap &canvasPixmap = QPixmap());
+    // A photo listed from a reduced read of its file (a folder's rows): it
+    // holds no pixels until first shown (takePixelsBack). Its size is that
+    // of the reduced read until then.
+    PhotoItem(LayerView *backWidget, LayerView *midWidget, LayerView *frontWidget, LayerView *frontGreenWidget,
+              const QString &path, const photoio::FileIdentity &identity, cv::Size listedSize,
+              QListWidget *listWidget, QObject *parent = nullptr);
     ~PhotoItem() override;
+
+    // Full-size pixels given back and read again. A photo that is not shown,
+    // has nothing unsaved, no undo history, no job and no selection may give
+    // back its pixels (and whatever else it holds at full size); it keeps
+    // its path, size, row and the identity of its file. Reading them back
+    // checks the file first: the same bytes give the same pixels.
+    enum class PixelsBack
+    {
+        Held,       // the photo held its pixels already
+        Read,       // read again from the file, as they were
+        Changed,    // the file holds other bytes now: nothing read
+        Gone,       // no file there any more: nothing read
+        Unreadable, // the bytes are the same but give no photo (out of memory, sides too long)
+    };
+    bool holdsPixels() const { return !m_image.empty(); }
+    size_t pixelBytes() const
+    {
+        return m_image.total() * m_image.elemSize() + m_master.total() * m_master.elemSize();
+    }
+    bool canGivePixelsBack() const;
+    // True when given back; false (nothing changed) when the photo may not,
+    // or its file no longer holds what was read.
+    bool givePixelsBack();
+    PixelsBack takePixelsBack();
+    // The same with pixels read already (a read ahead, on a worker, through
+    // readPhotoFile): taken only if the bytes read are those the photo's
+    // pixels came from.
+    PixelsBack takePixelsBack(photoio::Decoded &read, const photoio::FileIdentity &identity);
+    // The identity of the bytes the photo's pixels were decoded from.
+    void setFileIdentity(const photoio::FileIdentity &identity) { m_identity = identity; }
+    const photoio::FileIdentity &fileIdentity() const { return m_identity; }
 
     QUndoStack *getUndoStack() const { return m_undoStack; }
     // Read access for the window.
@@ -330,7 +383,8 @@ public slots:
     QString saveTo(const QString &fileName, const SaveSettings &settings = SaveSettings());
     // What the file carried beside its pixels (EXIF, XMP, IPTC, ICC profile),
     // kept for saving; it stays while the pixels come and go.
-    void setMetadata(photoio::Metadata metadata) { m_metadata = std::move(metadata); }
+    // Sets the profile the photo is shown through as well.
+    void setMetadata(photoio::Metadata metadata);
     const photoio::Metadata &metadata() const { return m_metadata; }
     // After a save that wrote less than the photo holds (a 16-bit photo as
     // JPEG), the plain note saying so, the first time for this photo; else
@@ -366,6 +420,8 @@ private:
     // What a file of `suffix` is written from, and what it cannot hold.
     cv::Mat pixelsToSave(const std::string &suffix) const;
     QString reducedInFile(const QString &fileName) const;
+    // The construction both ways share: path, undo stack, list entry, worker.
+    void setUpDocument(const QString &path);
     void foldJobResult(cv::Mat image, cv::Mat result);
     // The end of a job (photoitem_jobs.cpp): its result committed as one
     // undo entry, or the photo as it was before it (cancel, failure). A
@@ -459,11 +515,16 @@ private:
 
     friend struct PhotoItemState; // the tests' door
 
-    cv::Mat m_image; // the photo, B G R
+    cv::Mat m_image; // the photo, B G R; empty while given back
     // The photo's colour profile made ready for the screen (display only).
     PhotoDisplay m_display;
     // The file's own samples, 16-bit or with alpha (PhotoPixels::master).
     cv::Mat m_master;
+    // Of the file m_image was decoded from (or, before the first read, the
+    // reduced read that listed it); exists false when unknown.
+    photoio::FileIdentity m_identity;
+    // m_image has been read once: m_imageCols and m_imageRows are the photo's.
+    bool m_sizeKnown = true;
     int m_imageCols = 0;
     int m_imageRows = 0;
     Selection m_selection;

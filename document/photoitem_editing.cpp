@@ -228,15 +228,5 @@ void PhotoItem::refreshThumbnail()
 {
     if (m_image.empty() || m_job.m_jobActive)
         return;
-    // The row's thumbnail size, as at opening. Sampled first at twice that
-    // size (a read of a few hundred thousand pixels, not of the photo), then
-    // averaged down, so the cost does not grow with the photo.
-    const double k = g_uiScale;
-    const int width = std::max(1, int(k * 195));
-    const int height = std::max(1, int(std::lround(double(width) * m_imageRows / std::max(1, m_imageCols))));
-    cv::Mat sampled, thumb;
-    cv::resize(m_image, sampled, cv::Size(std::min(m_imageCols, 2 * width), std::min(m_imageRows, 2 * height)), 0,
-               0, cv::INTER_NEAREST);
-    cv::resize(sampled, thumb, cv::Size(width, height), 0, 0, cv::INTER_AREA);
-    emit thumbnailChanged(m_display.pixmap(thumb));
+    emit thumbnailChanged(m_display.pixmap(rowThumbnail(m_image)));
 }

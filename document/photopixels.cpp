@@ -15,13 +15,16 @@ bool keepable(int type)
 
 } // namespace
 
-photoio::Decoded decodePhotoFile(const QString &path)
+photoio::Decoded decodePhotoFile(const QString &path, photoio::FileIdentity *identity)
 {
-    photoio::Decoded decoded = photoio::decodeFile(pathBytes(path), photoio::Depth::Keep);
+    photoio::FileIdentity read;
+    photoio::Decoded decoded = photoio::decodeFile(pathBytes(path), read, photoio::Depth::Keep);
     // Anything else a decoder may keep (floating point from the rarer
     // formats) is read as the working copy, as it always was.
     if (decoded.readable() && !keepable(decoded.pixels.type()))
-        decoded = photoio::decodeFile(pathBytes(path), photoio::Depth::Narrow);
+        decoded = photoio::decodeFile(pathBytes(path), read, photoio::Depth::Narrow);
+    if (identity)
+        *identity = read;
     return decoded;
 }
 

@@ -30,7 +30,8 @@ struct PhotoPixels
 // Decodes the photo at `path` as a document keeps it: 16-bit samples and
 // alpha kept (photoio::Depth::Keep) where a document can hold them, else as
 // the working copy.
-photoio::Decoded decodePhotoFile(const QString &path);
+// `identity`, if given, receives the identity of the bytes decoded.
+photoio::Decoded decodePhotoFile(const QString &path, photoio::FileIdentity *identity = nullptr);
 
 // The 8-bit blue-green-red working copy of a master (CV_8UC3, CV_8UC4,
 // CV_16UC3 or CV_16UC4): alpha left out, 16-bit samples divided by 257.

@@ -1,16 +1,22 @@
 // mervane-memory-bench: what whole sets of 24-megapixel photos cost the
 // window, driven offscreen through the window's own buttons and dialogs.
 //
-//   mervane-memory-bench photos [--erase WxH] [--trace] [--budget-mb MB]
+//   mervane-memory-bench photos [--erase WxH] [--trace] [--budget-mb MB] [--pixel-budget-mb MB]
 //       Select Photo with one photo, then the add button with three more;
 //       resident memory after 1 and after 4, the time until each is on
 //       screen, switching between them, then an Erase of a W x H rectangle
 //       (default 1000 x 800) on the current photo: its peak memory against
 //       the photo's decoded size (--trace: resident memory through it).
-//   mervane-memory-bench folder N [--budget-mb MB]
+//   mervane-memory-bench folder N [--budget-mb MB] [--pixel-budget-mb MB]
 //       Open Folder with N photos (N <= 40): time from choosing the folder
 //       to the first photo on screen, the longest event-loop stall while
-//       the rows arrive, resident memory once every row is there.
+//       the rows arrive, resident memory once every row is there; then
+//       switches to rows never shown and back to photos that gave their
+//       pixels back.
+//       --shot FILE keeps a picture of the window once every row is in.
+//   --pixel-budget-mb sets how many MB of photos' pixels the window keeps
+//       (MainWindow::setPixelBudget; 0: every photo not shown gives its
+//       pixels back if it may).
 //   mervane-memory-bench decode [RUNS]
 //       A full decode of one of the photos against the reduced decodes a
 //       thumbnail needs, and what checking the file's identity costs.
@@ -299,6 +305,7 @@ public:
         connect(&m_timer, &QTimer::timeout, this, [this] {
             const qint64 t = m_clock.elapsed();
             m_worst = std::max(m_worst, t - m_last);
+            m_gaps.emplace_back(m_last, t - m_last);
             m_last = t;
         });
     }
@@ -307,16 +314,27 @@ public:
         m_clock.start();
         m_last = 0;
         m_worst = 0;
+        m_gaps.clear();
         m_timer.start(10);
     }
     void stop() { m_timer.stop(); }
     qint64 worstMs() const { return m_worst; }
+    // The largest gap that began at or after `fromMs` (since start()).
+    qint64 worstFromMs(qint64 fromMs) const
+    {
+        qint64 worst = 0;
+        for (const auto &[begin, gap] : m_gaps)
+            if (begin >= fromMs)
+                worst = std::max(worst, gap);
+        return worst;
+    }
 
 private:
     QTimer m_timer;
     QElapsedTimer m_clock;
     qint64 m_last = 0;
     qint64 m_worst = 0;
+    std::vector<std::pair<qint64, qint64>> m_gaps; // begin, length
 };
 
 // Lets the event loop run until memory stops moving (background work, if
@@ -542,7 +560,7 @@ int runPhotos(Bench &b, cv::Size eraseSize, Sampler &sampler, bool trace)
     return 0;
 }
 
-int runFolder(Bench &b, int n)
+int runFolder(Bench &b, int n, const QString &shot)
 {
     const QString folder = folderOf(n);
     const Memory empty = readMemory();
@@ -564,7 +582,57 @@ int runFolder(Bench &b, int n)
     std::printf("  all %d rows in the list after %lld ms%s\n", b.ui->listWidget->count(), (long long)listed,
                 all ? "" : " (timed out)");
     std::printf("  longest event-loop stall while the rows arrived: %lld ms\n", (long long)stalls.worstMs());
+    std::printf("  longest stall after the first photo was on screen: %lld ms\n",
+                (long long)stalls.worstFromMs(first + 5));
     printMemory("  after the whole folder", full, empty.rssMb);
+    if (!shot.isEmpty())
+        b.window->grab().save(shot);
+
+    // Switching: to rows never shown (their pixels read for the first
+    // time), on until the budget makes the first ones give theirs back,
+    // then back to those.
+    const int rows = b.ui->listWidget->count();
+    const auto switchTo = [&](int row) {
+        b.watch->arm();
+        const qint64 from = b.watch->now();
+        b.ui->listWidget->setCurrentRow(row);
+        return double(b.waitShown(from, 30000));
+    };
+    std::vector<double> fresh, back;
+    const int ahead = std::min(rows - 1, 9);
+    for (int k = 1; k <= ahead; ++k)
+        fresh.push_back(switchTo(k));
+    // The same on down the list, after a look of a second at each photo
+    // (time for the next row's read ahead).
+    std::vector<double> looked;
+    for (int k = ahead + 1; k <= std::min(rows - 1, 2 * ahead); ++k) {
+        QTest::qWait(1000);
+        looked.push_back(switchTo(k));
+    }
+    int givenBack = 0;
+    for (PhotoItem *p : b.window->photoItems())
+        givenBack += (p != b.window->currentItem() && !p->holdsPixels()) ? 1 : 0;
+    for (int k = 0; k < std::min(3, ahead); ++k) {
+        const bool away = !b.window->photoItems().at(k)->holdsPixels();
+        const double ms = switchTo(k);
+        if (away)
+            back.push_back(ms);
+    }
+    settle();
+    const Memory switched = readMemory();
+    if (!fresh.empty())
+        std::printf("  switch to a row never shown: median %.0f ms, worst %.0f ms (%zu switches)\n", median(fresh),
+                    *std::max_element(fresh.begin(), fresh.end()), fresh.size());
+    if (!looked.empty())
+        std::printf("  switch to the next row after a look of 1 s at the shown one: median %.0f ms, worst %.0f ms"
+                    " (%zu switches)\n", median(looked), *std::max_element(looked.begin(), looked.end()),
+                    looked.size());
+    if (!back.empty())
+        std::printf("  switch to a photo that gave its pixels back: median %.0f ms, worst %.0f ms (%zu switches)\n",
+                    median(back), *std::max_element(back.begin(), back.end()), back.size());
+    std::printf("  photos holding no full pixels after %zu switches: %d of %d (budget %lld MB)\n",
+                fresh.size() + looked.size(), givenBack, rows, (long long)(b.window->pixelBudget() >> 20));
+    printMemory("  after the switches", switched, empty.rssMb);
     return 0;
 }
 
@@ -624,6 +692,14 @@ int runDecode(int runs)
     photoio::FileIdentity settled = identity;
     settled.takenNs = settled.modifiedNs + 10'000'000'000LL;
     const double fast = timed([&] { return photoio::checkFile(settled, path) == photoio::FileState::Same; });
+    // What showing the photo costs beside its decode: the canvas's
+    // conversion of the whole photo, and the row's thumbnail.
+    const cv::Mat pixels = photoio::decodeFile(path).pixels;
+    const double toPixmap = timed([&] { return !matToQPixmap(pixels).isNull(); });
+    const double toImage = timed([&] { return !matToQImage(pixels).isNull(); });
+    const double thumb = timed([&] { return !rowThumbnail(pixels).empty(); });
+    std::printf("  whole photo to the canvas's pixmap %6.1f  (of which to an RGB image %.1f)\n", toPixmap, toImage);
+    std::printf("  row thumbnail from the pixels     %7.2f\n", thumb);
     std::printf("  reading the file                  %7.2f\n", read);
     std::printf("  hashing its bytes                 %7.2f\n", hash);
     std::printf("  checkFile, times settled          %7.3f\n", fast);
@@ -641,12 +717,18 @@ int main(int argc, char **argv)
     const QString mode = argc > 1 ? QString(argv[1]) : QString();
     int count = 40;
     double budgetMb = 6000.0;
+    double pixelBudgetMb = -1.0; // the window's own
+    QString shot;                // folder: a picture of the window once the rows are in
     cv::Size eraseSize(1000, 800);
     bool trace = false;
     for (int i = 2; i < argc; ++i) {
         const QString a = argv[i];
         if (a == "--budget-mb" && i + 1 < argc)
             budgetMb = std::atof(argv[++i]);
+        else if (a == "--pixel-budget-mb" && i + 1 < argc)
+            pixelBudgetMb = std::atof(argv[++i]);
+        else if (a == "--shot" && i + 1 < argc)
+            shot = QString::fromLocal8Bit(argv[++i]);
         else if (a == "--trace")
             trace = true;
         else if (a == "--erase" && i + 1 < argc)
@@ -655,8 +737,8 @@ int main(int argc, char **argv)
             count = std::clamp(a.toInt(), 1, kMaxPhotos);
     }
     if (mode != "photos" && mode != "folder" && mode != "decode") {
-        std::fprintf(stderr, "usage: mervane-memory-bench photos [--erase WxH] [--budget-mb MB]\n"
-                             "       mervane-memory-bench folder N [--budget-mb MB]\n"
+        std::fprintf(stderr, "usage: mervane-memory-bench photos [--erase WxH] [--trace] [--budget-mb MB] [--pixel-budget-mb MB]\n"
+                             "       mervane-memory-bench folder N [--budget-mb MB] [--pixel-budget-mb MB]\n"
                              "       mervane-memory-bench decode [RUNS]\n");
         return 1;
     }
@@ -694,7 +776,10 @@ int main(int argc, char **argv)
     Bench b;
     Sampler sampler(budgetMb, &b.rows);
     b.open();
-    const int code = mode == "photos" ? runPhotos(b, eraseSize, sampler, trace) : runFolder(b, count);
+    if (pixelBudgetMb >= 0.0)
+        b.window->setPixelBudget(qint64(pixelBudgetMb * 1024.0 * 1024.0));
+    std::printf("the window keeps up to %lld MB of photos' pixels\n", (long long)(b.window->pixelBudget() >> 20));
+    const int code = mode == "photos" ? runPhotos(b, eraseSize, sampler, trace) : runFolder(b, count, shot);
     std::fflush(stdout);
     // Leave without tearing 40 photos down one by one: not what is measured.
     std::_Exit(code);

@@ -6,6 +6,7 @@
 // one with alpha) in the window: opened with its 16-bit master beside the
 // 8-bit working copy, erased at full precision, undone exactly, saved at 16
 // bits where the format holds them, with a note once where it does not.
+#include <QDir>
 #include <QListWidget>
 #include <QSignalSpy>
 #include <QUndoStack>
@@ -390,6 +391,54 @@ private slots:
         PhotoItem *plain = open(writeImage(m_dir.path(), "narrow.png", narrow));
         QVERIFY(plain);
         QVERIFY(plain->master().empty());
+    }
+
+    // A photo that gave its pixels back (not shown, nothing unsaved) and
+    // is shown again comes back whole: 16-bit master, working copy, and the
+    // profile it is shown through.
+    void aProfiledSixteenBitPhotoComesBackWhole()
+    {
+        const cv::Mat wide = wideGradient();
+        PhotoItem *item = open(writeWithProfile(m_dir.path(), "back.png", wide, m_adobe));
+        QVERIFY(item);
+        QCOMPARE(item->master().type(), CV_16UC3);
+        const cv::Mat working = item->getImage().clone();
+        // Every photo not shown gives its pixels back if it may.
+        m_w->setPixelBudget(0);
+        QVERIFY(open(writeEncoded(m_dir.path(), "other.png", patchPhoto())));
+        QTRY_VERIFY(!item->holdsPixels());
+        QVERIFY(item->master().empty());
+        QCOMPARE(item->metadata().icc, m_adobe); // kept while the pixels are away
+        ui->listWidget->setCurrentRow(0);
+        QVERIFY(item->holdsPixels());
+        QCOMPARE(cv::norm(item->master(), wide, cv::NORM_INF), 0.0);
+        QCOMPARE(cv::norm(item->getImage(), working, cv::NORM_INF), 0.0);
+        QVERIFY(!item->display().isIdentity());
+        QVERIFY(canvasAgainstLittleCms(item, canvas()) <= 1);
+    }
+
+    // A folder's row, listed from a reduced read, is read whole when shown:
+    // with its 16-bit master and through its profile.
+    void aFolderRowComesWithItsMasterAndProfile()
+    {
+        const QString folder = m_dir.path() + "/shoot";
+        QVERIFY(QDir().mkpath(folder));
+        QVERIFY(!writeEncoded(folder, "a-small.png", patchPhoto(20, 10)).isEmpty());
+        const cv::Mat wide = wideGradient();
+        QVERIFY(!writeWithProfile(folder, "b-wide.png", wide, m_adobe).isEmpty());
+        ModalAnswers answers;
+        answers.then(ModalAnswers::files({folder}));
+        ui->pushButton_select_folder->click();
+        QTRY_COMPARE(m_w->photoItems().size(), 2);
+        QTRY_VERIFY(!m_w->folderLoading());
+        PhotoItem *item = m_w->photoItems().at(1);
+        QCOMPARE(item->fileName(), QString("b-wide.png"));
+        QCOMPARE(item->metadata().icc, m_adobe);
+        ui->listWidget->setCurrentRow(1);
+        QVERIFY(item->holdsPixels());
+        QCOMPARE(cv::norm(item->master(), wide, cv::NORM_INF), 0.0);
+        QCOMPARE(item->imageCols(), wide.cols);
+        QVERIFY(canvasAgainstLittleCms(item, canvas()) <= 1);
     }
 
     void aSixteenBitEraseIsFilledAtFullPrecisionAndUndoneExactly()

@@ -51,8 +51,15 @@ class TestPhotoList : public QObject
     {
         QStringList names;
         for (const PhotoItem *p : m_w->photoItems())
-            names << state(p).output.m_fileName;
+            names << p->fileName();
         return names;
+    }
+
+    // A folder's files are read in the background: until every one is
+    // listed or refused.
+    void waitForFolder()
+    {
+        QTRY_VERIFY_WITH_TIMEOUT(!m_w->folderLoading(), 20000);
     }
 
     // Exactly one photo hears the window, and it is the given one: a tool
@@ -146,6 +153,7 @@ private slots:
         ModalAnswers::FileDialogSeen seen;
         answers.then(ModalAnswers::files({m_dir.path()}, &seen));
         ui->pushButton_select_folder->click();
+        waitForFolder();
         QCOMPARE(answers.answered(), 1);
         QCOMPARE(seen.title, QString("Open Flolder"));
         QVERIFY(seen.mode != QFileDialog::AnyFile && seen.mode != QFileDialog::ExistingFiles);
@@ -162,9 +170,29 @@ private slots:
         ModalAnswers answers;
         answers.then(ModalAnswers::files({m_dir.path()}));
         ui->pushButton_select_folder->click();
+        waitForFolder();
         QCOMPARE(fileNames(), QStringList({"small.png", "mid.png", "big.png"}));
-        // The last opened is current and bound.
-        QCOMPARE(ui->listWidget->currentRow(), 2);
+        // The first is shown as an open shows it, and stays current while
+        // the others are listed; only it holds its pixels.
+        QCOMPARE(ui->listWidget->currentRow(), 0);
+        verifyOnlyBound(m_w->photoItems().at(0));
+        QCOMPARE(ui->stackedWidget->currentIndex(), 0);
+        QVERIFY(m_w->photoItems().at(0)->holdsPixels());
+        QVERIFY(!m_w->photoItems().at(1)->holdsPixels());
+        QVERIFY(!m_w->photoItems().at(2)->holdsPixels());
+        // Every row has its thumbnail, 195 pixels wide at this scale.
+        for (PhotoItem *p : m_w->photoItems()) {
+            auto *row = qobject_cast<CustomItem *>(ui->listWidget->itemWidget(p->listItem()));
+            QVERIFY(row);
+            const QPixmap *thumb = row->form()->label_img->pixmap();
+            QVERIFY(thumb && !thumb->isNull());
+            QCOMPARE(thumb->width(), int(g_uiScale * 195));
+        }
+        // Choosing a listed row reads it and shows it.
+        ui->listWidget->setCurrentRow(2);
+        QVERIFY(m_w->photoItems().at(2)->holdsPixels());
+        QCOMPARE(m_w->photoItems().at(2)->imageCols(), 200);
+        QCOMPARE(m_w->photoItems().at(2)->imageRows(), 150);
         verifyOnlyBound(m_w->photoItems().at(2));
     }
 
@@ -186,8 +214,12 @@ private slots:
             return true;
         });
         ui->pushButton_select_folder->click();
-        QCOMPARE(answers.answered(), 2);
+        waitForFolder();
+        QTRY_COMPARE(answers.answered(), 2);
         QCOMPARE(fileNames(), QStringList({"good.png"}));
+        // The unreadable file came first; the good one is shown all the same.
+        QCOMPARE(ui->listWidget->currentRow(), 0);
+        QVERIFY(m_w->photoItems().at(0)->holdsPixels());
     }
 
     void cancelledFolderDialogDoesNothing()

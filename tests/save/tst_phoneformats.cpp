@@ -209,10 +209,15 @@ private slots:
         m_w->form()->pushButton_select_folder->click();
         QCOMPARE(answers.answered(), 1);
         QTRY_COMPARE(m_w->photoItems().size(), 3);
+        QTRY_VERIFY(!m_w->folderLoading());
         QStringList names = rowNames();
         names.sort();
         QCOMPARE(names, QStringList({"IMG_0001.HEIC", "b.avif", "c.webp"}));
-        for (PhotoItem *item : m_w->photoItems()) {
+        // A folder's rows are read whole when shown: show each in turn.
+        for (int row = 0; row < m_w->photoItems().size(); ++row) {
+            m_w->form()->listWidget->setCurrentRow(row);
+            PhotoItem *item = m_w->photoItems().at(row);
+            QVERIFY(item->holdsPixels());
             if (item->fileName() == "IMG_0001.HEIC")
                 verifyUpright(item);
             else if (item->fileName() == "c.webp")
