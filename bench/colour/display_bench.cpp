@@ -6,6 +6,7 @@
 //
 //   QT_QPA_PLATFORM=offscreen build/bench/colour/mervane-display-bench [runs]
 
+#include "benchtiming.h"
 #include "matconvert.h"
 
 #include <QGuiApplication>
@@ -20,22 +21,7 @@
 #include <iterator>
 #include <vector>
 
-namespace {
-
-template <typename F>
-double medianMs(int runs, F &&work)
-{
-    std::vector<double> times;
-    for (int i = 0; i < runs; ++i) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        times.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
-    }
-    std::sort(times.begin(), times.end());
-    return times[times.size() / 2];
-}
-
-} // namespace
+using bench::medianMs;
 
 int main(int argc, char **argv)
 {

@@ -24,6 +24,7 @@
 #include "custombackwidget.h"
 #include "photoitem.h"
 #include "photoitemstate.h"
+#include "benchtiming.h"
 #include "skin.h"
 
 namespace {
@@ -37,11 +38,7 @@ double processCpuMs()
     return ts.tv_sec * 1e3 + ts.tv_nsec / 1e6;
 }
 
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0.0 : v[v.size() / 2];
-}
+using bench::median;
 
 } // namespace
 

@@ -22,25 +22,12 @@
 #include <string>
 #include <vector>
 
+#include "benchtiming.h"
+
 namespace {
 
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
-
-template <typename F>
-double medianMs(int runs, F &&work)
-{
-    std::vector<double> times;
-    for (int i = 0; i < runs; ++i) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        times.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
-    }
-    return median(times);
-}
+using bench::median;
+using bench::medianMs;
 
 std::vector<uint8_t> readAll(const std::string &path)
 {

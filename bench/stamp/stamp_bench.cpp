@@ -24,17 +24,12 @@
 #include "customwidget.h"
 #include "photoitem.h"
 #include "photoitemstate.h"
+#include "benchtiming.h"
 #include "skin.h"
 
 namespace {
 
-double median(std::vector<double> v)
-{
-    if (v.empty())
-        return 0.0;
-    std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
-}
+using bench::median;
 
 double percentile90(std::vector<double> v)
 {
