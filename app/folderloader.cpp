@@ -122,7 +122,9 @@ void FolderLoader::run()
         photo.ahead = request.ahead;
         try {
             photo.decoded = readPhotoFile(request.path, photo.identity, request.full ? 1 : kThumbnailReduction);
-            photo.thumbnail = rowThumbnail(photo.decoded.pixels);
+            // A read ahead fills a row that has its thumbnail already.
+            if (!request.ahead)
+                photo.thumbnail = rowThumbnail(photo.decoded.pixels);
             photo.size = photo.decoded.pixels.size();
         } catch (const std::exception &) {
             // Out of memory or a decoder's exception: the row is refused as

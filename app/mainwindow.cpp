@@ -261,7 +261,8 @@ void MainWindow::openReadablePhoto(const QString &path)
 }
 
 void MainWindow::openDecodedPhoto(const QString &path, photoio::Decoded &decoded,
-                                  const photoio::FileIdentity &identity, QImage canvasImage)
+                                  const photoio::FileIdentity &identity, QImage canvasImage,
+                                  const cv::Mat &thumbnail)
 {
     const bool readable =
         decoded.readable() && decoded.pixels.cols <= kMaxImageSide && decoded.pixels.rows <= kMaxImageSide;
@@ -278,7 +279,7 @@ void MainWindow::openDecodedPhoto(const QString &path, photoio::Decoded &decoded
                                     keptPixels(decoded), ui->listWidget, nullptr,
                                     QPixmap::fromImage(std::move(canvasImage)));
     item->setFileIdentity(identity);
-    addPhotoRow(ui->listWidget, item);
+    addPhotoRow(ui->listWidget, item, thumbnail);
     adoptPhoto(item);
     showPhoto(item);
     ui->stackedWidget->setCurrentIndex(0);
@@ -331,8 +332,10 @@ bool MainWindow::readPixelsFor(PhotoItem *item)
         back = item->takePixelsBack();
     } catch (const std::bad_alloc &) {
         outOfMemory = true;
-    } catch (const cv::Exception &) {
-        outOfMemory = true;
+    } catch (const cv::Exception &e) {
+        // A decoder's error: the file cannot be read, memory is not the cause.
+        qDebug() << "read back failed:" << item->filePath() << e.what();
+        back = PhotoItem::PixelsBack::Unreadable;
     }
     QString text;
     const QString path = item->filePath();

@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QTranslator>
 
+#include <opencv2/core.hpp>
+
 #include <functional>
 
 #include "tools.h"
@@ -271,9 +273,10 @@ private:
     // becomes the shown photo, or is refused; the window takes a photo in.
     void noteOpenedPath(const QString &path);
     void openGuarded(const QString &path, const std::function<void()> &open);
-    // canvasImage: the photo converted for the canvas already, if it was.
+    // canvasImage, thumbnail: the photo converted for the canvas and its
+    // row's thumbnail (rowThumbnail) already, if they were made.
     void openDecodedPhoto(const QString &path, photoio::Decoded &decoded, const photoio::FileIdentity &identity,
-                          QImage canvasImage = QImage());
+                          QImage canvasImage = QImage(), const cv::Mat &thumbnail = cv::Mat());
     void adoptPhoto(PhotoItem *item);
     void warnDamaged(const QString &path);
     // A folder's file, read by the worker: a row, or the refusal.

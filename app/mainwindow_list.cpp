@@ -153,7 +153,7 @@ void MainWindow::listFolderPhoto(ListedPhoto &photo)
     const QString &path = photo.path;
     if (photo.full) {
         openGuarded(path, [&] {
-            openDecodedPhoto(path, photo.decoded, photo.identity, std::move(photo.canvasImage));
+            openDecodedPhoto(path, photo.decoded, photo.identity, std::move(photo.canvasImage), photo.thumbnail);
         });
         return;
     }

@@ -293,11 +293,14 @@ PhotoItem::PixelsBack PhotoItem::takePixelsBack(photoio::Decoded &decoded, const
         return PixelsBack::Unreadable;
     if (m_sizeKnown && (pixels.cols != m_imageCols || pixels.rows != m_imageRows))
         return PixelsBack::Changed;
-    // The same bytes: the same pixels, master and metadata as at the open.
+    // The same bytes: the same pixels and master as at the open. The
+    // metadata and its display are the file's already, but for a row listed
+    // before its first whole read.
     PhotoPixels kept = keptPixels(decoded); // the photo holds the only reference
     m_image = kept.image;
     m_master = kept.master;
-    setMetadata(std::move(kept.metadata));
+    if (!m_sizeKnown)
+        setMetadata(std::move(kept.metadata));
     m_identity = read;
     if (!m_sizeKnown) {
         // The listed size was the reduced read's; the boxes start afresh at

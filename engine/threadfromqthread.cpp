@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <climits>
+#ifdef __GLIBC__
 #include <malloc.h>
+#endif
 #include <cstring>
 #include <memory>
 #include <new>
@@ -197,7 +199,9 @@ void ThreadFromQThread::releaseJobInputs()
     // allocator's arena of the thread, which keeps free memory resident
     // (tens of megabytes after a large crop) until it is asked to give it
     // back. A few milliseconds, once per job.
+#ifdef __GLIBC__
     malloc_trim(0);
+#endif
 }
 
 void ThreadFromQThread::releaseResult()
